@@ -1,0 +1,1 @@
+int norvik_interface_placeholder = 0;

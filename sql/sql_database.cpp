@@ -1,0 +1,1 @@
+int norvik_sql_placeholder = 0;
