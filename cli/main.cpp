@@ -1,1 +1,115 @@
-int main() { return 0; }
+// The norvik tool: the Audit Database and the Knowledge Base from the command line.
+#include <cstring>
+#include <iostream>
+#include <string>
+
+#include "cli/cli_context.h"
+#include "common/trace.h"
+
+namespace {
+
+const char kUsage[] =
+    "usage: norvik [global options] COMMAND [arguments]\n"
+    "\n"
+    "Global options:\n"
+    "  --db FILE          the SQLite audit database (default: audit.db in this folder)\n"
+    "  --dsn CONNECTION   a complete ODBC connection string instead, e.g.\n"
+    "                     \"Driver={PostgreSQL ANSI};Server=host;Database=audit;Uid=me;Pwd=...\"\n"
+    "                     (default: $NORVIK_DSN when set)\n"
+    "  --trace FILE       append a diagnostic trace to FILE\n"
+    "  --yes              answer Yes to every question (upgrades)\n"
+    "  --json             machine-readable output where a command supports it\n"
+    "  --help             this text; COMMAND --help tells about one command\n"
+    "\n"
+    "Commands:\n"
+    "  init [--schema-version V]   create a new audit database (V: 7.14, or 7.08 7.10 7.12)\n"
+    "  info                        schema version, engine and rows per table\n"
+    "  option get KEY              print a site option\n"
+    "  option set KEY VALUE        store a site option\n"
+    "\n"
+    "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
+
+struct Verb {
+    const char* name;
+    int (*run)(cli::Context&);
+};
+
+const Verb kVerbs[] = {
+    {"init", cli::RunInit},
+    {"info", cli::RunInfo},
+    {"option", cli::RunOption},
+};
+
+// Reads the value of an option that takes one; false (with a message) when it is missing.
+bool TakeValue(int argc, char** argv, int& i, std::string* value) {
+    if (i + 1 >= argc) {
+        cli::PrintError(std::string(argv[i]) + " needs a value (see norvik --help)");
+        return false;
+    }
+    *value = argv[++i];
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    cli::Context context;
+    if (const char* dsn = std::getenv("NORVIK_DSN"); dsn && *dsn) context.options.dsn = dsn;
+    int i = 1;
+    for (; i < argc && argv[i][0] == '-'; ++i) {
+        const std::string option = argv[i];
+        if (option == "--help" || option == "-h") {
+            std::cout << kUsage;
+            return cli::kExitOk;
+        } else if (option == "--db") {
+            if (!TakeValue(argc, argv, i, &context.options.dbFile)) return cli::kExitUsage;
+            context.options.dsn.clear();
+        } else if (option == "--dsn") {
+            if (!TakeValue(argc, argv, i, &context.options.dsn)) return cli::kExitUsage;
+        } else if (option == "--trace") {
+            if (!TakeValue(argc, argv, i, &context.options.traceFile)) return cli::kExitUsage;
+        } else if (option == "--yes" || option == "-y") {
+            context.options.assumeYes = true;
+        } else if (option == "--json") {
+            context.options.json = true;
+        } else {
+            cli::PrintError("unknown option " + option + " (see norvik --help)");
+            return cli::kExitUsage;
+        }
+    }
+    if (i >= argc) {
+        std::cerr << kUsage;
+        return cli::kExitUsage;
+    }
+    const std::string verb = argv[i++];
+    for (; i < argc; ++i) {
+        const std::string word = argv[i];
+        // Global options are accepted after the verb too.
+        if (word == "--json") {
+            context.options.json = true;
+        } else if (word == "--yes" || word == "-y") {
+            context.options.assumeYes = true;
+        } else if (word == "--db" || word == "--dsn" || word == "--trace") {
+            std::string value;
+            if (!TakeValue(argc, argv, i, &value)) return cli::kExitUsage;
+            if (word == "--db") {
+                context.options.dbFile = value;
+                context.options.dsn.clear();
+            } else if (word == "--dsn") {
+                context.options.dsn = value;
+            } else {
+                context.options.traceFile = value;
+            }
+        } else {
+            context.args.push_back(word);
+        }
+    }
+    if (!context.options.traceFile.empty() && !TraceOpen(context.options.traceFile.c_str())) {
+        cli::PrintError("cannot open the trace file " + context.options.traceFile);
+        return cli::kExitFailed;
+    }
+    for (const auto& entry : kVerbs)
+        if (verb == entry.name) return entry.run(context);
+    cli::PrintError("unknown command " + verb + " (see norvik --help)");
+    return cli::kExitUsage;
+}

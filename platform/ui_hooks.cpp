@@ -37,6 +37,8 @@ void PumpMessages() {
     if (PumpSlot()) PumpSlot()();
 }
 
+bool HasMessagePump() { return static_cast<bool>(PumpSlot()); }
+
 void SleepMilliseconds(unsigned milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }

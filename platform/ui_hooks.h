@@ -32,6 +32,8 @@ NORVIK_API int ShowMessageBox(const char* text, unsigned style);
 // Called while a statement waits for the connection: dispatches pending UI events.
 NORVIK_API void SetMessagePumpHook(PumpHook hook);
 NORVIK_API void PumpMessages();
+// True when an application installed a pump, i.e. other work can run while a statement waits.
+NORVIK_API bool HasMessagePump();
 NORVIK_API void SleepMilliseconds(unsigned milliseconds);
 
 // Shows a wait cursor for the lifetime of the object (through the cursor hook).

@@ -1,0 +1,78 @@
+// Connection handling and message display shared by the verbs.
+#include "cli/cli_context.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+
+#include "platform/ui_hooks.h"
+
+namespace cli {
+
+std::string Context::ConnectionString() const {
+    if (!options.dsn.empty()) return options.dsn;
+    return "Driver=SQLite3;Database=" + options.dbFile + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+}
+
+std::string Context::DatabaseName() const { return options.dsn.empty() ? options.dbFile : "the data source"; }
+
+bool Context::WantsHelp() const {
+    for (const auto& word : args)
+        if (word == "--help" || word == "-h") return true;
+    return false;
+}
+
+CNorvikSql* Context::OpenDatabase() {
+    if (options.dsn.empty()) {
+        if (options.dbFile.find_first_of(";{}") != std::string::npos) {
+            PrintError("the database file name may not contain ';', '{' or '}': " + options.dbFile);
+            return nullptr;
+        }
+        // The SQLite driver would quietly create an empty file; a missing one is a mistake.
+        if (!std::filesystem::exists(options.dbFile)) {
+            PrintError("no audit database at " + options.dbFile + " (create one with: norvik init --db " +
+                       options.dbFile + ")");
+            return nullptr;
+        }
+    }
+    m_db = std::make_unique<CNorvikSql>(m_kb);
+    m_db->SetMsgBoxCallback(TerminalMessageBox, reinterpret_cast<CallbackValue>(&options));
+    if (!m_db->Open(ConnectionString().c_str(), nullptr, 0x4)) {
+        m_db.reset();
+        return nullptr;
+    }
+    return m_db.get();
+}
+
+void PrintError(const std::string& text) {
+    std::string line;
+    bool lastBlank = false;
+    for (char c : text) {
+        if (c == '\n' || c == '\r') c = ' ';
+        if (c == ' ' && lastBlank) continue;
+        lastBlank = c == ' ';
+        line += c;
+    }
+    std::cerr << "norvik: " << line << '\n';
+}
+
+int TerminalMessageBox(const char* text, unsigned int style, CallbackValue context) {
+    const auto* options = reinterpret_cast<const GlobalOptions*>(context);
+    if ((style & 0x0F) != platform::kMbYesNo) {
+        PrintError(text ? text : "");
+        return platform::kIdOk;
+    }
+    if (options && options->assumeYes) return platform::kIdYes;
+    if (!isatty(STDIN_FILENO)) {
+        PrintError(std::string(text ? text : "") + " [answered No: not a terminal; use --yes]");
+        return platform::kIdNo;
+    }
+    std::cerr << (text ? text : "") << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return (!answer.empty() && (answer[0] == 'y' || answer[0] == 'Y')) ? platform::kIdYes : platform::kIdNo;
+}
+
+}  // namespace cli

@@ -1,0 +1,60 @@
+// What every verb of the norvik tool receives: the global options, the remaining words,
+// and the way to reach the Audit Database.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/output.h"
+#include "kb/auditdbsys.h"
+#include "sql/norvik_sql.h"
+
+namespace cli {
+
+// Exit codes of the tool.
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;  // the operation failed (database, missing record, bad data)
+constexpr int kExitUsage = 2;   // the command line was wrong
+
+struct GlobalOptions {
+    std::string dbFile = "audit.db";  // SQLite file, when no --dsn is given
+    std::string dsn;                  // complete ODBC connection string
+    std::string traceFile;
+    bool assumeYes = false;
+    bool json = false;
+};
+
+class Context {
+public:
+    GlobalOptions options;
+    std::vector<std::string> args;  // the words after the verb
+
+    // The connection string for the chosen database; for --db FILE it carries the SQLite
+    // settings that keep one statement per operation fast and let two consoles share a file.
+    std::string ConnectionString() const;
+    // A line naming the database for messages.
+    std::string DatabaseName() const;
+
+    // Opens the Audit Database; prints one line on stderr and returns null when it cannot.
+    CNorvikSql* OpenDatabase();
+
+    bool WantsHelp() const;
+
+private:
+    CAuditDBSys m_kb;
+    std::unique_ptr<CNorvikSql> m_db;
+};
+
+// Prints "norvik: <text>" on stderr, with the message's line breaks folded into one line.
+void PrintError(const std::string& text);
+// The message-box callback of the tool: errors to stderr; questions answered by --yes, by the
+// terminal when there is one, else No.
+int TerminalMessageBox(const char* text, unsigned int style, CallbackValue context);
+
+// The verbs.
+int RunInit(Context& context);
+int RunInfo(Context& context);
+int RunOption(Context& context);
+
+}  // namespace cli

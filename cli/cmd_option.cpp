@@ -1,0 +1,46 @@
+// norvik option get|set: the site-wide settings of the Audit Database.
+#include <iostream>
+
+#include "cli/cli_context.h"
+
+namespace cli {
+
+namespace {
+
+const char kHelp[] =
+    "usage: norvik option get KEY\n"
+    "       norvik option set KEY VALUE\n"
+    "Reads or stores a site option (for example CompanyName). A key that was never set\n"
+    "reads as an empty line.\n";
+
+}  // namespace
+
+int RunOption(Context& context) {
+    const auto& args = context.args;
+    if (context.WantsHelp()) {
+        std::cout << kHelp;
+        return kExitOk;
+    }
+    const bool get = !args.empty() && args[0] == "get" && args.size() == 2;
+    const bool set = !args.empty() && args[0] == "set" && args.size() == 3;
+    if (!get && !set) {
+        std::cerr << kHelp;
+        return kExitUsage;
+    }
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    if (get) {
+        const CString value = db->GetOption(args[1].c_str());
+        if (context.options.json) {
+            std::cout << "{\"key\": " << JsonText(args[1]) << ", \"value\": " << JsonText(value.str()) << "}\n";
+        } else {
+            std::cout << value.c_str() << '\n';
+        }
+        return kExitOk;
+    }
+    db->SetOption(args[1].c_str(), args[2].c_str());
+    // SetOption reports its own failures; reading back tells whether the value landed.
+    return db->GetOption(args[1].c_str()) == args[2].c_str() ? kExitOk : kExitFailed;
+}
+
+}  // namespace cli

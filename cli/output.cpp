@@ -1,0 +1,53 @@
+// Aligned tables and JSON quoting.
+#include "cli/output.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace cli {
+
+std::string JsonText(const std::string& text) {
+    std::string out = "\"";
+    for (unsigned char c : text) {
+        switch (c) {
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (c < 0x20 || c >= 0x7F) {
+                    char escaped[8];
+                    std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+                    out += escaped;
+                } else {
+                    out += static_cast<char>(c);
+                }
+        }
+    }
+    return out + "\"";
+}
+
+void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
+    std::vector<std::size_t> widths(m_header.size(), 0);
+    auto measure = [&](const std::vector<std::string>& row) {
+        for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+    };
+    measure(m_header);
+    for (const auto& row : m_rows) measure(row);
+    auto print = [&](const std::vector<std::string>& row) {
+        std::string line;
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            const std::string cell = i < row.size() ? row[i] : "";
+            const std::string pad(widths[i] - std::min(widths[i], cell.size()), ' ');
+            const bool right = std::find(rightAligned.begin(), rightAligned.end(), i) != rightAligned.end();
+            line += right ? pad + cell : cell + (i + 1 < widths.size() ? pad : "");
+            if (i + 1 < widths.size()) line += "  ";
+        }
+        out << line << '\n';
+    };
+    print(m_header);
+    for (const auto& row : m_rows) print(row);
+}
+
+}  // namespace cli

@@ -1,0 +1,94 @@
+// Connection life cycle and direct execution over unixODBC.
+#include "platform/odbc_database.h"
+
+#include <strings.h>
+
+#include "platform/odbc_check.h"
+#include "platform/odbc_statement.h"
+
+using platform::odbc::Check;
+using platform::odbc::Diagnostic;
+
+CDatabase::CDatabase() = default;
+
+CDatabase::~CDatabase() { Close(); }
+
+bool CDatabase::OpenEx(const char* connect, ULong options) {
+    Close();
+    SQLHENV henv = SQL_NULL_HENV;
+    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &henv)))
+        throw CDBException(SQL_ERROR, "Cannot allocate an ODBC environment", "State:HY001,Native:0,Origin:Environment");
+    m_henv = henv;
+    Check(SQLSetEnvAttr(henv, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0),
+          SQL_HANDLE_ENV, henv);
+    SQLHDBC hdbc = SQL_NULL_HDBC;
+    Check(SQLAllocHandle(SQL_HANDLE_DBC, henv, &hdbc), SQL_HANDLE_ENV, henv);
+    if (options & openReadOnly)
+        SQLSetConnectAttr(hdbc, SQL_ATTR_ACCESS_MODE, reinterpret_cast<SQLPOINTER>(SQL_MODE_READ_ONLY), 0);
+    const CString text(connect ? connect : "");
+    SQLCHAR out[1024];
+    SQLSMALLINT outLength = 0;
+    // There is no window to show a connection dialog in, so the driver is never asked to prompt.
+    const SQLRETURN rc =
+        SQLDriverConnect(hdbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())), SQL_NTS, out,
+                         sizeof out, &outLength, SQL_DRIVER_NOPROMPT);
+    if (!SQL_SUCCEEDED(rc)) {
+        CDBException failure = Diagnostic(SQL_HANDLE_DBC, hdbc, rc);
+        SQLFreeHandle(SQL_HANDLE_DBC, hdbc);
+        Close();
+        throw failure;
+    }
+    m_hdbc = hdbc;
+    m_connect = text;
+    SQLCHAR name[128] = {0};
+    SQLSMALLINT nameLength = 0;
+    if (SQL_SUCCEEDED(SQLGetInfo(hdbc, SQL_DBMS_NAME, name, sizeof name, &nameLength)))
+        m_dbmsName = reinterpret_cast<const char*>(name);
+    if (strncasecmp(m_dbmsName.c_str(), "SQLite", 6) == 0)
+        m_engine = SqlEngine::Sqlite;
+    else if (strncasecmp(m_dbmsName.c_str(), "PostgreSQL", 10) == 0)
+        m_engine = SqlEngine::PostgreSql;
+    else
+        m_engine = SqlEngine::Unknown;
+    return true;
+}
+
+void CDatabase::Close() {
+    if (m_hdbc) {
+        SQLDisconnect(static_cast<SQLHDBC>(m_hdbc));
+        SQLFreeHandle(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc));
+        m_hdbc = nullptr;
+    }
+    if (m_henv) {
+        SQLFreeHandle(SQL_HANDLE_ENV, static_cast<SQLHENV>(m_henv));
+        m_henv = nullptr;
+    }
+    m_engine = SqlEngine::Unknown;
+    m_dbmsName.Empty();
+}
+
+void CDatabase::ExecuteSQL(const char* statement) {
+    COdbcStatement stmt(*this);
+    stmt.ExecDirectChecked(statement);
+    stmt.DiscardResults();
+}
+
+void CDatabase::BeginTrans() {
+    Check(SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
+                            reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0),
+          SQL_HANDLE_DBC, m_hdbc);
+}
+
+void CDatabase::CommitTrans() {
+    const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_COMMIT);
+    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
+                      0);
+    Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}
+
+void CDatabase::Rollback() {
+    const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
+    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
+                      0);
+    Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}

@@ -1,0 +1,56 @@
+// CDatabase: one ODBC connection over unixODBC. The connection string is handed to the
+// driver manager unchanged, so any driver and data source can be reached.
+// Every ODBC call of the platform goes through the checked helpers of odbc_check.h, which turn
+// failures into CDBException with the driver's diagnostic.
+#pragma once
+
+#include "platform/cstring.h"
+#include "platform/exceptions.h"
+
+// The engine behind a connection, from the driver's DBMS name.
+enum class SqlEngine { Unknown, Sqlite, PostgreSql };
+
+class NORVIK_API CDatabase {
+public:
+    // Open options, with their Windows values.
+    static constexpr ULong openReadOnly = 0x0002;
+    static constexpr ULong noOdbcDialog = 0x0008;
+
+    CDatabase();
+    virtual ~CDatabase();
+    CDatabase(const CDatabase&) = delete;
+    CDatabase& operator=(const CDatabase&) = delete;
+
+    // Connects with the complete ODBC connection string. Returns true when connected.
+    // Throws CDBException with the driver manager's diagnostic when the connection fails.
+    bool OpenEx(const char* connect, ULong options = 0);
+    void Close();
+    bool IsOpen() const { return m_hdbc != nullptr; }
+
+    // Seconds a statement may run before the driver cancels it (0 = no limit).
+    void SetQueryTimeout(int seconds) { m_queryTimeout = seconds; }
+    int GetQueryTimeout() const { return m_queryTimeout; }
+
+    // Runs a statement that returns no rows. Throws CDBException on failure.
+    void ExecuteSQL(const char* statement);
+
+    // Transactions; the connection is in autocommit mode outside them.
+    void BeginTrans();
+    void CommitTrans();
+    void Rollback();
+
+    CString GetDbmsName() const { return m_dbmsName; }
+    SqlEngine GetEngine() const { return m_engine; }
+    const CString& GetConnect() const { return m_connect; }
+
+    // The raw connection handle (SQLHDBC) for the platform's statement classes.
+    void* GetHandle() const { return m_hdbc; }
+
+private:
+    void* m_henv = nullptr;
+    void* m_hdbc = nullptr;
+    int m_queryTimeout = 0;
+    CString m_connect;
+    CString m_dbmsName;
+    SqlEngine m_engine = SqlEngine::Unknown;
+};

@@ -1,0 +1,13 @@
+// The Audit Database's stored procedures for SQLite, which has none: the library runs each
+// one itself over plain statements, with the same results as the PostgreSQL functions.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/odbc_database.h"
+
+// Runs procedure `name` with the literal argument list `args` on `db`, which the caller has
+// marked busy. Returns the procedure's value (0 = success); `out` (may be null) receives the
+// output value. Throws CDBException for an unknown procedure, bad arguments or a failing
+// statement; a failing procedure leaves the database as it was.
+std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out);
