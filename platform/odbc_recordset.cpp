@@ -11,7 +11,8 @@ CRecordset::CRecordset(CDatabase* db) : m_pDatabase(db) {}
 CRecordset::~CRecordset() { CRecordset::Close(); }
 
 bool CRecordset::Open(int /*openType*/, const char* sql, ULong /*options*/) {
-    Close();
+    // Not the virtual Close: a derived class's Close may release what its Open just took.
+    CRecordset::Close();
     if (!m_pDatabase || !m_pDatabase->IsOpen())
         throw CDBException(SQL_ERROR, "The database is not open", "State:08003,Native:0,Origin:Connection");
     SQLHSTMT hstmt = SQL_NULL_HSTMT;
@@ -54,7 +55,7 @@ bool CRecordset::Open(int /*openType*/, const char* sql, ULong /*options*/) {
         m_eof = false;
         FetchRow();
     } catch (...) {
-        Close();
+        CRecordset::Close();
         throw;
     }
     return true;

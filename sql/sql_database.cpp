@@ -62,6 +62,7 @@ std::int32_t CSqlDatabase::RunProcedure(const char* callText, const char* name, 
     std::int32_t ret = 0;
     if (GetEngine() == SqlEngine::Sqlite) {
         ret = RunSqliteProcedure(*this, name, args, out);
+        if (ret != 0) throw CDBException(0, CString::Formatted("%s returned %d", name, static_cast<int>(ret)), "0");
     } else {
         COdbcStatement stmt(*this);
         stmt.BindOutputLong(1, &ret);

@@ -3,6 +3,8 @@
 
 #include <strings.h>
 
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/odbc_recordset.h"
@@ -12,7 +14,7 @@
 namespace {
 
 using Arguments = std::vector<CString>;
-using Procedure = std::int32_t (*)(CDatabase& db, const Arguments& args, std::int32_t* out);
+using Procedure = SqliteProcedure;
 
 CDBException ProcedureError(const char* name, const char* message) {
     return CDBException(-1, CString::Formatted("%s: %s", name, message), "State:42000,Native:0,Origin:Procedure");
@@ -49,12 +51,23 @@ const Entry kProcedures[] = {
     {"usp_Clean", Clean},
 };
 
+std::vector<std::pair<std::string, Procedure>>& TestProcedures() {
+    static std::vector<std::pair<std::string, Procedure>> procedures;
+    return procedures;
+}
+
 }  // namespace
+
+void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run) {
+    TestProcedures().emplace_back(name, run);
+}
 
 std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out) {
     Procedure run = nullptr;
     for (const auto& entry : kProcedures)
         if (strcasecmp(entry.name, name) == 0) run = entry.run;
+    for (const auto& [testName, testRun] : TestProcedures())
+        if (strcasecmp(testName.c_str(), name) == 0) run = testRun;
     if (!run) throw ProcedureError(name, "no such procedure");
     Arguments arguments;
     if (!ParseSqlArguments(args, &arguments)) throw ProcedureError(name, "unterminated text in the argument list");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "platform/odbc_database.h"
 
@@ -11,3 +12,9 @@
 // output value. Throws CDBException for an unknown procedure, bad arguments or a failing
 // statement; a failing procedure leaves the database as it was.
 std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out);
+
+// The shape of a procedure body: arguments already unquoted, output value through `out`.
+using SqliteProcedure = std::int32_t (*)(CDatabase& db, const std::vector<CString>& args, std::int32_t* out);
+
+// Adds or replaces a procedure, for tests of the calling machinery.
+NORVIK_API void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run);

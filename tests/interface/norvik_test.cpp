@@ -1,0 +1,185 @@
+// The interface frame without a database: callbacks, progress arithmetic, error messages
+// and the icon-group names.
+#include "interface/norvik.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "kb/auditdbsys.h"
+#include "platform/ui_hooks.h"
+
+namespace {
+
+// A back end whose options live in memory and whose assets form a fixed chain.
+class MemoryNorvik : public CNorvik {
+public:
+    using CNorvik::CallUser;
+    using CNorvik::CNorvik;
+    using CNorvik::HandleException;
+    using CNorvik::MsgBox;
+    using CNorvik::ProgCheck;
+    using CNorvik::ProgComplete;
+    using CNorvik::ProgStart;
+
+    int GetDbType() override { return dbNone; }
+    int Open(const char*, const char*, ULong) override { return 0; }
+    int Save() override { return 1; }
+    int CreateBackup(const char*) override { return 0; }
+    int CloseDB() override { return 1; }
+    void Clean() override {}
+    int Test() override { return 1; }
+    int EnumTableNames(CDynaList<CString>&) override { return 0; }
+    int ExportTable(const char*, const char*, int, int) override { return 1; }
+    int ExportAsset(ULong, const char*) override { return 0; }
+    CString GetOption(const char* key) override { return options[key]; }
+    void SetOption(const char* key, const char* value) override { options[key] = value; }
+    ULong GetAssetParent(ULong asset, int& isLocation) override {
+        // 30 sits on asset 20, which sits on asset 10, which stands in location 5.
+        isLocation = asset == 10 ? 1 : 0;
+        return asset == 30 ? 20 : asset == 20 ? 10 : asset == 10 ? 5 : 0;
+    }
+
+    std::map<std::string, std::string> options;
+};
+
+struct Recorder {
+    std::vector<std::pair<int, CallbackValue>> calls;
+    int answer = 1;
+    static int Callback(int code, CallbackValue value, CallbackValue context) {
+        auto* self = reinterpret_cast<Recorder*>(context);
+        self->calls.emplace_back(code, code == 1 ? 0 : value);
+        return self->answer;
+    }
+};
+
+class Frame : public ::testing::Test {
+protected:
+    CAuditDBSys kb_;
+    MemoryNorvik norvik_{kb_};
+    Recorder progress_;
+};
+
+TEST_F(Frame, ProgressWithoutCallbackDoesNothingAndNeverCancels) {
+    norvik_.ProgStart(10, "x", 3);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(norvik_.ProgCheck(), 1);
+    norvik_.ProgComplete();
+}
+
+TEST_F(Frame, ProgressReportsTheRangeAndEveryStepthCall) {
+    norvik_.ProgSetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&progress_));
+    norvik_.ProgStart(10, "Counting", 3);
+    ASSERT_EQ(progress_.calls.size(), 2u);
+    EXPECT_EQ(progress_.calls[0].first, 1);
+    EXPECT_EQ(progress_.calls[1], (std::pair<int, CallbackValue>{2, 3}));
+    std::vector<int> reported;
+    for (int call = 1; call <= 10; ++call) {
+        const auto before = progress_.calls.size();
+        norvik_.ProgCheck();
+        if (progress_.calls.size() > before) reported.push_back(call);
+    }
+    EXPECT_EQ(reported, (std::vector<int>{1, 4, 7, 10}));
+    norvik_.ProgComplete();
+    EXPECT_EQ(progress_.calls.back().first, 4);
+}
+
+TEST_F(Frame, ProgressWithoutTitleSkipsTheCaption) {
+    norvik_.ProgSetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&progress_));
+    norvik_.ProgStart(5, nullptr, 0);
+    ASSERT_EQ(progress_.calls.size(), 1u);
+    EXPECT_EQ(progress_.calls[0], (std::pair<int, CallbackValue>{2, 5}));
+}
+
+TEST_F(Frame, OnlyTheCancelAnswerStopsAStep) {
+    norvik_.ProgSetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&progress_));
+    norvik_.ProgStart(4, nullptr, 1);
+    for (const auto& [answer, expected] : {std::pair{2, 0}, std::pair{0, 1}, std::pair{1, 1}, std::pair{3, 1}}) {
+        progress_.answer = answer;
+        EXPECT_EQ(norvik_.ProgCheck(), expected) << "answer " << answer;
+    }
+}
+
+TEST_F(Frame, UserCallbackAnswersOneWhenAbsent) {
+    EXPECT_EQ(norvik_.CallUser(1, 0), 1);
+    Recorder user;
+    user.answer = 42;
+    norvik_.SetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&user));
+    EXPECT_EQ(norvik_.CallUser(5, 9), 42);
+    EXPECT_EQ(user.calls.back(), (std::pair<int, CallbackValue>{5, 9}));
+}
+
+TEST_F(Frame, MessageBoxFallsBackToThePlatform) {
+    std::vector<std::pair<std::string, unsigned>> shown;
+    platform::SetMessageBoxHook([&](const char* text, unsigned style) {
+        shown.emplace_back(text, style);
+        return 6;
+    });
+    EXPECT_EQ(norvik_.MsgBox("hello", 36), 6);
+    platform::SetMessageBoxHook(nullptr);
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0], (std::pair<std::string, unsigned>{"hello", 36}));
+    // Without any hook a question is answered No.
+    EXPECT_EQ(norvik_.MsgBox("Continue?", 36), 7);
+}
+
+TEST_F(Frame, ExceptionsGiveTheirTwoMessageForms) {
+    std::vector<std::string> shown;
+    norvik_.SetMsgBoxCallback(
+        [](const char* text, unsigned style, CallbackValue context) {
+            EXPECT_EQ(style, 48u);
+            reinterpret_cast<std::vector<std::string>*>(context)->emplace_back(text);
+            return 1;
+        },
+        reinterpret_cast<CallbackValue>(&shown));
+    norvik_.HandleException(CDBException(-1, "no such table", "State:42P01,Native:7,Origin:Statement"), "select 1");
+    norvik_.HandleException(CDBException(-2, "bad", "x"), nullptr);
+    norvik_.HandleException(CFileException("disk full"), "Saving");
+    norvik_.HandleException(CException(), nullptr);
+    ASSERT_EQ(shown.size(), 4u);
+    EXPECT_EQ(shown[0],
+              "ODBC Error code -1\nError : no such table\nOrigin : State:42P01,Native:7,Origin:Statement\nSQL String : "
+              "select 1");
+    EXPECT_EQ(shown[1], "ODBC Error code -2\nError : bad\nOrigin : x");
+    EXPECT_EQ(shown[2], "An Error has occurred\n\nSaving");
+    EXPECT_EQ(shown[3], "An Error has occurred\n\n");
+}
+
+TEST_F(Frame, IconNamesFollowTheGroupTable) {
+    norvik_.SetCompanyName("Acme");
+    const std::map<int, const char*> expected = {
+        {0, "Acme"},       {1, "Location"},       {2, "Location"},   {3, "Asset"},        {4, "Asset Data"},
+        {5, "Folders/Files"}, {8, "Folders/Files"}, {9, "Discovered Assets"}, {12, "Discovered Assets"},
+        {13, "Software"},  {14, "Hardware"},      {15, "Hardware"},  {16, "History"},      {21, "History"},
+        {22, "Category"},  {23, "Make"},          {24, "Model"},     {25, "Captured Files"}, {26, "Captured Files"},
+        {27, "Software Licensing"}, {28, "Software Licensing"}, {29, "Alerts"}, {30, "Alerts"}, {31, "Internet"},
+        {32, "History"},   {33, "Cookies"},       {34, "All Assets"}, {37, "All Assets"}, {38, "Operating System"},
+        {39, "System"},    {43, "System"},        {44, ""},          {50, ""},            {51, "System"},
+        {52, ""},          {-1, ""},
+    };
+    for (const auto& [icon, text] : expected) EXPECT_STREQ(norvik_.GetIconName(icon).c_str(), text) << icon;
+}
+
+TEST_F(Frame, AssetLocationFollowsAssetParents) {
+    EXPECT_EQ(norvik_.GetAssetLocation(30), 5u);
+    EXPECT_EQ(norvik_.GetAssetLocation(10), 5u);
+    EXPECT_EQ(norvik_.GetAssetLocation(99), 0u);
+}
+
+TEST_F(Frame, ConstructionLeavesEverythingOffAndCopiesKeepTheKnowledgeBase) {
+    EXPECT_EQ(norvik_.IsDbOpen(), 0);
+    EXPECT_EQ(&norvik_.kb(), &kb_);
+    norvik_.SetLogonUser("admin");
+    MemoryNorvik copy(norvik_);
+    EXPECT_EQ(&copy.kb(), &kb_);
+    EXPECT_STREQ(copy.GetLogonUser().c_str(), "admin");
+}
+
+TEST(GroupNames, HistoryHasTwoMembersWithOneText) {
+    EXPECT_NE(&CNorvik::m_szIHist, &CNorvik::m_szHistory);
+    EXPECT_STREQ(CNorvik::m_szIHist, CNorvik::m_szHistory);
+    EXPECT_STREQ(CNorvik::m_szAssetSerial, "Serial Number");
+}
+
+}  // namespace

@@ -1,0 +1,37 @@
+// The two-engine fixture.
+#include "support/engine_test.h"
+
+void EngineTest::SetUp() {
+    scratch_ = std::make_unique<ScratchDatabase>(GetParam(), SchemaVersion());
+    db_ = MakeBackEnd();
+    if (!OpenInSetUp()) return;
+    ASSERT_TRUE(OpenBackEnd(*db_)) << AllMessages();
+}
+
+void EngineTest::TearDown() {
+    db_.reset();
+    scratch_.reset();
+}
+
+std::unique_ptr<TestableNorvikSql> EngineTest::MakeBackEnd() {
+    auto db = std::make_unique<TestableNorvikSql>(kb_);
+    db->SetMsgBoxCallback(&EngineTest::RecordMessage, reinterpret_cast<CallbackValue>(this));
+    return db;
+}
+
+bool EngineTest::OpenBackEnd(TestableNorvikSql& db) {
+    return db.Open(scratch_->ConnectionString().c_str(), nullptr, 0x4) != 0;
+}
+
+std::string EngineTest::AllMessages() const {
+    std::string all;
+    for (const auto& m : messages_) all += m + "\n---\n";
+    return all;
+}
+
+int EngineTest::RecordMessage(const char* text, unsigned style, CallbackValue context) {
+    auto* self = reinterpret_cast<EngineTest*>(context);
+    self->messages_.emplace_back(text ? text : "");
+    self->styles_.push_back(style);
+    return (style & 0x0F) == 0x04 ? self->answer_ : 1;
+}
