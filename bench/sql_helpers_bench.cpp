@@ -88,8 +88,9 @@ void InsertRecordRaw(benchmark::State& state, Engine engine) {
             while (SQL_SUCCEEDED(SQLMoreResults(hstmt))) {
             }
         } else {
-            SQLExecDirect(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(
-                                     "insert into OPTIONS (_KEY,_VAL) values ('bench','it''s')")),
+            SQLExecDirect(hstmt,
+                          reinterpret_cast<SQLCHAR*>(
+                              const_cast<char*>("insert into OPTIONS (_KEY,_VAL) values ('bench','it''s')")),
                           SQL_NTS);
             SQLFreeStmt(hstmt, SQL_CLOSE);
             SQLExecDirect(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>("select last_insert_rowid()")), SQL_NTS);

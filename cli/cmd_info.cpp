@@ -27,8 +27,8 @@ int RunInfo(Context& context) {
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
     const int version = db->GetVer();
-    const std::string versionText = std::to_string(version / 100) + "." + (version % 100 < 10 ? "0" : "") +
-                                    std::to_string(version % 100);
+    const std::string versionText =
+        std::to_string(version / 100) + "." + (version % 100 < 10 ? "0" : "") + std::to_string(version % 100);
     TextTable table({"Table", "Rows"});
     std::string jsonTables;
     try {
@@ -43,8 +43,8 @@ int RunInfo(Context& context) {
         return kExitFailed;
     }
     if (context.options.json) {
-        std::cout << "{\"database\": " << JsonText(context.DatabaseName()) << ", \"engine\": "
-                  << JsonText(db->GetDbmsName().str()) << ", \"schema\": " << JsonText(versionText)
+        std::cout << "{\"database\": " << JsonText(context.DatabaseName())
+                  << ", \"engine\": " << JsonText(db->GetDbmsName().str()) << ", \"schema\": " << JsonText(versionText)
                   << ", \"tables\": {" << jsonTables << "}}\n";
         return kExitOk;
     }

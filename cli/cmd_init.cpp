@@ -52,8 +52,7 @@ int RunInit(Context& context) {
         db.OpenEx(context.ConnectionString().c_str(), CDatabase::noOdbcDialog);
         InstallSchema(db, version.c_str());
     } catch (const CException& e) {
-        PrintError("cannot create the audit database in " + context.DatabaseName() + ": " +
-                   e.GetErrorMessage().str());
+        PrintError("cannot create the audit database in " + context.DatabaseName() + ": " + e.GetErrorMessage().str());
         db.Close();
         if (sqliteFile) std::filesystem::remove(context.options.dbFile);
         return kExitFailed;

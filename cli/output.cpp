@@ -31,7 +31,8 @@ std::string JsonText(const std::string& text) {
 void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
     std::vector<std::size_t> widths(m_header.size(), 0);
     auto measure = [&](const std::vector<std::string>& row) {
-        for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+        for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
     };
     measure(m_header);
     for (const auto& row : m_rows) measure(row);

@@ -35,9 +35,8 @@ void LeaveTraceScope() {
         std::tm local{};
         localtime_r(&now, &local);
         char line[80];
-        std::snprintf(line, sizeof line, "-- SESSION STOPPED %2.2d.%2.2d.%4.4d - %2.2d:%2.2d:%2.2d --\n",
-                      local.tm_mday, local.tm_mon + 1, local.tm_year + 1900, local.tm_hour, local.tm_min,
-                      local.tm_sec);
+        std::snprintf(line, sizeof line, "-- SESSION STOPPED %2.2d.%2.2d.%4.4d - %2.2d:%2.2d:%2.2d --\n", local.tm_mday,
+                      local.tm_mon + 1, local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
     }
     TraceClose();
 }

@@ -1,10 +1,10 @@
 // CString members that need more than one line.
 #include "platform/cstring.h"
 
+#include <strings.h>
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <strings.h>
 
 void CString::FormatV(const char* format, va_list args) {
     va_list measure;
@@ -83,8 +83,7 @@ CString& CString::MakeLower() {
 }
 
 CString& CString::TrimLeft() {
-    const auto first = std::find_if(m_text.begin(), m_text.end(),
-                                    [](unsigned char c) { return !std::isspace(c); });
+    const auto first = std::find_if(m_text.begin(), m_text.end(), [](unsigned char c) { return !std::isspace(c); });
     m_text.erase(m_text.begin(), first);
     return *this;
 }
@@ -108,6 +107,4 @@ int CString::Replace(const char* from, const char* to) {
     return count;
 }
 
-int CString::CompareNoCase(const char* other) const {
-    return strcasecmp(m_text.c_str(), other ? other : "");
-}
+int CString::CompareNoCase(const char* other) const { return strcasecmp(m_text.c_str(), other ? other : ""); }

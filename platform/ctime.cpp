@@ -59,8 +59,8 @@ bool ReadTime(const char*& p, DateTimeParts* parts) {
 }
 
 bool InRange(const DateTimeParts& parts) {
-    return parts.month >= 1 && parts.month <= 12 && parts.day >= 1 && parts.day <= 31 &&
-           parts.hour <= 23 && parts.minute <= 59 && parts.second <= 60;
+    return parts.month >= 1 && parts.month <= 12 && parts.day >= 1 && parts.day <= 31 && parts.hour <= 23 &&
+           parts.minute <= 59 && parts.second <= 60;
 }
 
 }  // namespace

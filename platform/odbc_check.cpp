@@ -21,8 +21,7 @@ CDBException Diagnostic(SQLSMALLINT handleType, SQLHANDLE handle, SQLRETURN rc) 
     SQLSMALLINT length = 0;
     CString message;
     CString origin;
-    if (handle &&
-        SQL_SUCCEEDED(SQLGetDiagRec(handleType, handle, 1, state, &native, text, sizeof text, &length))) {
+    if (handle && SQL_SUCCEEDED(SQLGetDiagRec(handleType, handle, 1, state, &native, text, sizeof text, &length))) {
         message = reinterpret_cast<const char*>(text);
         message.TrimRight();
     } else if (rc == SQL_INVALID_HANDLE) {
@@ -30,10 +29,10 @@ CDBException Diagnostic(SQLSMALLINT handleType, SQLHANDLE handle, SQLRETURN rc) 
     } else {
         message = "The ODBC driver reported a failure without a diagnostic";
     }
-    const char* kind = handleType == SQL_HANDLE_STMT ? "Statement" : handleType == SQL_HANDLE_DBC ? "Connection"
-                                                                                                  : "Environment";
-    origin.Format("State:%s,Native:%d,Origin:%s", reinterpret_cast<const char*>(state), static_cast<int>(native),
-                  kind);
+    const char* kind = handleType == SQL_HANDLE_STMT  ? "Statement"
+                       : handleType == SQL_HANDLE_DBC ? "Connection"
+                                                      : "Environment";
+    origin.Format("State:%s,Native:%d,Origin:%s", reinterpret_cast<const char*>(state), static_cast<int>(native), kind);
     return CDBException(rc, message, origin);
 }
 

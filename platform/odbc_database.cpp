@@ -19,8 +19,8 @@ bool CDatabase::OpenEx(const char* connect, ULong options) {
     if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &henv)))
         throw CDBException(SQL_ERROR, "Cannot allocate an ODBC environment", "State:HY001,Native:0,Origin:Environment");
     m_henv = henv;
-    Check(SQLSetEnvAttr(henv, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0),
-          SQL_HANDLE_ENV, henv);
+    Check(SQLSetEnvAttr(henv, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0), SQL_HANDLE_ENV,
+          henv);
     SQLHDBC hdbc = SQL_NULL_HDBC;
     Check(SQLAllocHandle(SQL_HANDLE_DBC, henv, &hdbc), SQL_HANDLE_ENV, henv);
     if (options & openReadOnly)
@@ -29,9 +29,8 @@ bool CDatabase::OpenEx(const char* connect, ULong options) {
     SQLCHAR out[1024];
     SQLSMALLINT outLength = 0;
     // There is no window to show a connection dialog in, so the driver is never asked to prompt.
-    const SQLRETURN rc =
-        SQLDriverConnect(hdbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())), SQL_NTS, out,
-                         sizeof out, &outLength, SQL_DRIVER_NOPROMPT);
+    const SQLRETURN rc = SQLDriverConnect(hdbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
+                                          SQL_NTS, out, sizeof out, &outLength, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc)) {
         CDBException failure = Diagnostic(SQL_HANDLE_DBC, hdbc, rc);
         SQLFreeHandle(SQL_HANDLE_DBC, hdbc);
@@ -81,14 +80,14 @@ void CDatabase::BeginTrans() {
 
 void CDatabase::CommitTrans() {
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_COMMIT);
-    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
-                      0);
+    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
+                      reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     Check(rc, SQL_HANDLE_DBC, m_hdbc);
 }
 
 void CDatabase::Rollback() {
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
-    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
-                      0);
+    SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
+                      reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     Check(rc, SQL_HANDLE_DBC, m_hdbc);
 }

@@ -146,12 +146,8 @@ void CRecordset::ReadField(std::size_t index, CDBVariant& value) {
                 value.m_dwType = CDBVariant::DBVT_STRING;
             }
             break;
-        case Fetch::Text:
-            value.m_dwType = readText() ? CDBVariant::DBVT_STRING : CDBVariant::DBVT_NULL;
-            break;
-        case Fetch::Other:
-            value.m_dwType = CDBVariant::DBVT_BINARY;
-            break;
+        case Fetch::Text: value.m_dwType = readText() ? CDBVariant::DBVT_STRING : CDBVariant::DBVT_NULL; break;
+        case Fetch::Other: value.m_dwType = CDBVariant::DBVT_BINARY; break;
     }
 }
 

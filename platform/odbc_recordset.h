@@ -12,7 +12,17 @@
 // drivers do not convert the database's literals into timestamps reliably; a text that is
 // not a date stays a text.
 struct NORVIK_API CDBVariant {
-    enum Type { DBVT_NULL, DBVT_BOOL, DBVT_SHORT, DBVT_LONG, DBVT_SINGLE, DBVT_DOUBLE, DBVT_DATE, DBVT_STRING, DBVT_BINARY };
+    enum Type {
+        DBVT_NULL,
+        DBVT_BOOL,
+        DBVT_SHORT,
+        DBVT_LONG,
+        DBVT_SINGLE,
+        DBVT_DOUBLE,
+        DBVT_DATE,
+        DBVT_STRING,
+        DBVT_BINARY
+    };
 
     Type m_dwType = DBVT_NULL;
     bool m_boolVal = false;

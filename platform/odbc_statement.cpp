@@ -6,14 +6,15 @@
 using platform::odbc::Check;
 
 COdbcStatement::COdbcStatement(CDatabase& db) {
-    if (!db.IsOpen()) throw CDBException(SQL_ERROR, "The database is not open", "State:08003,Native:0,Origin:Connection");
+    if (!db.IsOpen())
+        throw CDBException(SQL_ERROR, "The database is not open", "State:08003,Native:0,Origin:Connection");
     SQLHSTMT hstmt = SQL_NULL_HSTMT;
     Check(SQLAllocHandle(SQL_HANDLE_STMT, static_cast<SQLHDBC>(db.GetHandle()), &hstmt), SQL_HANDLE_DBC,
           db.GetHandle());
     m_hstmt = hstmt;
     if (db.GetQueryTimeout() > 0)
-        SQLSetStmtAttr(hstmt, SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(db.GetQueryTimeout())),
-                       0);
+        SQLSetStmtAttr(hstmt, SQL_ATTR_QUERY_TIMEOUT,
+                       reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(db.GetQueryTimeout())), 0);
 }
 
 COdbcStatement::~COdbcStatement() {

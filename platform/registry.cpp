@@ -1,10 +1,10 @@
 // The key-file registry: a linear scan of a small INI file on each read.
 #include "platform/registry.h"
 
+#include <strings.h>
 #include <cstdlib>
 #include <fstream>
 #include <string>
-#include <strings.h>
 
 namespace platform {
 namespace {

@@ -39,9 +39,7 @@ void PumpMessages() {
 
 bool HasMessagePump() { return static_cast<bool>(PumpSlot()); }
 
-void SleepMilliseconds(unsigned milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
+void SleepMilliseconds(unsigned milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
 void SetWaitCursorHook(CursorHook hook) { CursorSlot() = std::move(hook); }
 

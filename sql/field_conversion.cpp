@@ -14,9 +14,7 @@ ULong TruncateToULong(double value) {
 }
 
 // The standard atoi's reading (blanks, sign, digits), kept to 32 bits without overflow.
-ULong LeadingNumber(const char* text) {
-    return static_cast<ULong>(std::strtoll(text, nullptr, 10));
-}
+ULong LeadingNumber(const char* text) { return static_cast<ULong>(std::strtoll(text, nullptr, 10)); }
 
 }  // namespace
 

@@ -2,9 +2,9 @@
 // turns the current layout into an older version.
 #include "sql/schema_installer.h"
 
+#include <strings.h>
 #include <cctype>
 #include <cstring>
-#include <strings.h>
 
 #include "sql/schema_scripts.h"
 
@@ -54,7 +54,8 @@ void InstallSchema(CDatabase& db, const char* version) {
     try {
         for (const auto& path : scripts) {
             if (!SchemaScript(path.c_str()))
-                throw CDBException(-1, CString("The schema script ") + path.c_str() + " is missing from this build", "");
+                throw CDBException(-1, CString("The schema script ") + path.c_str() + " is missing from this build",
+                                   "");
             RunScript(db, path.c_str());
         }
         db.CommitTrans();

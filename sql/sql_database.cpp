@@ -56,8 +56,7 @@ int CSqlDatabase::ExecuteStatement(const char* statement) {
     return 1;
 }
 
-std::int32_t CSqlDatabase::RunProcedure(const char* callText, const char* name, const char* args,
-                                        std::int32_t* out) {
+std::int32_t CSqlDatabase::RunProcedure(const char* callText, const char* name, const char* args, std::int32_t* out) {
     BusyScope busy(*this);
     std::int32_t ret = 0;
     if (GetEngine() == SqlEngine::Sqlite) {
@@ -83,7 +82,8 @@ std::int32_t CSqlDatabase::RunProcedure(const char* callText, const char* name, 
 
 void CSqlDatabase::CallProcedure(const char* name, const char* args) {
     const bool noArgs = !args || !*args;
-    const CString call = noArgs ? CString::Formatted("{?=call %s}", name) : CString::Formatted("{?=call %s(%s)}", name, args);
+    const CString call =
+        noArgs ? CString::Formatted("{?=call %s}", name) : CString::Formatted("{?=call %s(%s)}", name, args);
     RunProcedure(call, name, noArgs ? "" : args, nullptr);
 }
 

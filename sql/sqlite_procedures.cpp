@@ -23,12 +23,14 @@ CDBException ProcedureError(const char* name, const char* message) {
 // usp_Insert(table, columns, values, OUT id): one row, its new _ID.
 std::int32_t Insert(CDatabase& db, const Arguments& args, std::int32_t* out) {
     if (args.size() != 3) throw ProcedureError("usp_Insert", "expects a table, a column list and a value list");
-    db.ExecuteSQL(CString::Formatted("insert into %s (%s) values (%s)", args[0].c_str(), args[1].c_str(),
-                                     args[2].c_str()));
+    db.ExecuteSQL(
+        CString::Formatted("insert into %s (%s) values (%s)", args[0].c_str(), args[1].c_str(), args[2].c_str()));
     CRecordset rs(&db);
     rs.Open(CRecordset::forwardOnly, "select last_insert_rowid()", CRecordset::executeDirect);
     const CDBVariant& id = rs.Field(0);
-    if (out) *out = id.m_dwType == CDBVariant::DBVT_LONG ? id.m_lVal : static_cast<std::int32_t>(std::atoll(id.m_strVal.c_str()));
+    if (out)
+        *out = id.m_dwType == CDBVariant::DBVT_LONG ? id.m_lVal
+                                                    : static_cast<std::int32_t>(std::atoll(id.m_strVal.c_str()));
     return 0;
 }
 
@@ -58,9 +60,7 @@ std::vector<std::pair<std::string, Procedure>>& TestProcedures() {
 
 }  // namespace
 
-void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run) {
-    TestProcedures().emplace_back(name, run);
-}
+void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run) { TestProcedures().emplace_back(name, run); }
 
 std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out) {
     Procedure run = nullptr;

@@ -118,7 +118,9 @@ TEST_F(Tool, OptionsRoundTripOnBothEngines) {
         CDatabase admin;
         admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         admin.ExecuteSQL(("drop database if exists " + name).c_str());
-        admin.ExecuteSQL(("create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0").c_str());
+        admin.ExecuteSQL(
+            ("create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0")
+                .c_str());
     }
     const std::string dsn = PostgresConnection(name);
     ASSERT_EQ(Run({"--dsn", dsn, "init"}).exitCode, 0);

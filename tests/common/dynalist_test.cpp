@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "platform/cstring.h"
@@ -40,7 +41,8 @@ TEST(CDynaList, CapacityFollowsTheGrowthRuleAsItemsAreAdded) {
 TEST(CDynaList, TextsSurviveGrowth) {
     CDynaList<CString> list;
     for (int i = 0; i < 250; ++i) list.Add(CString::Formatted("text number %d, long enough to leave SSO", i));
-    for (int i = 0; i < 250; ++i) ASSERT_EQ(list[static_cast<ULong>(i)], CString::Formatted("text number %d, long enough to leave SSO", i));
+    for (int i = 0; i < 250; ++i)
+        ASSERT_EQ(list[static_cast<ULong>(i)], CString::Formatted("text number %d, long enough to leave SSO", i));
 }
 
 TEST(CDynaList, AddingAnOwnElementWhileGrowingCopiesItFirst) {

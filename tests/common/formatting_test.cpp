@@ -78,9 +78,8 @@ TEST_F(DateFormatting, DateOnlyKeepsTheLocalDateAtMidnight) {
 
 TEST(SizeFormatting, BytesTruncateToTheLargestUnitReachedAndMegahertzAreUnsigned) {
     const std::pair<ULong, const char*> cases[] = {
-        {0, "0 Bytes"},           {1023, "1023 Bytes"},      {1024, "1 KB"},
-        {1048575, "1023 KB"},     {1048576, "1 MB"},         {0x3FFFFFFF, "1023 MB"},
-        {0x40000000, "1 GB"},     {0xFFFFFFFF, "3 GB"},
+        {0, "0 Bytes"},    {1023, "1023 Bytes"},    {1024, "1 KB"},       {1048575, "1023 KB"},
+        {1048576, "1 MB"}, {0x3FFFFFFF, "1023 MB"}, {0x40000000, "1 GB"}, {0xFFFFFFFF, "3 GB"},
     };
     for (const auto& [bytes, expected] : cases) EXPECT_EQ(FormatBytes(bytes), expected) << bytes;
     EXPECT_EQ(FormatMHz(2800), "2800 MHz");
@@ -104,7 +103,11 @@ TEST(SizeFormatting, MegabytesRoundIntoGigabytesWithBareHundredths) {
 }
 
 TEST(CpuNameFormatting, CollapseBlanksTrimsInPlace) {
-    const struct { const char* text; const char* trimmed; const char* collapsed; } cases[] = {
+    const struct {
+        const char* text;
+        const char* trimmed;
+        const char* collapsed;
+    } cases[] = {
         {"  a   b  c ", "a   b  c", "a b c"},
         {"\tx  y\n", "x  y", "x y"},
         {"single", "single", "single"},
@@ -162,12 +165,17 @@ TEST(CpuNameFormatting, NormaliseCpuName) {
 }
 
 TEST(FormattingIsNumericText, AcceptsDigitsWithOptionalSignAndPoint) {
-    const struct { const char* text; bool sign; bool point; bool expected; } cases[] = {
-        {"-12", true, false, true},   {"+5", true, false, true},   {"-12", false, false, false},
-        {"1-2", true, false, false},  {"--1", true, false, false}, {"1.5", false, false, false},
-        {"1.5", false, true, true},   {".", false, true, true},    {"1.2.3", false, true, false},
-        {"12a", true, true, false},   {" 1", true, true, false},   {"007", false, false, true},
-        {"", false, false, true},     {nullptr, false, false, true},
+    const struct {
+        const char* text;
+        bool sign;
+        bool point;
+        bool expected;
+    } cases[] = {
+        {"-12", true, false, true},  {"+5", true, false, true},     {"-12", false, false, false},
+        {"1-2", true, false, false}, {"--1", true, false, false},   {"1.5", false, false, false},
+        {"1.5", false, true, true},  {".", false, true, true},      {"1.2.3", false, true, false},
+        {"12a", true, true, false},  {" 1", true, true, false},     {"007", false, false, true},
+        {"", false, false, true},    {nullptr, false, false, true},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(IsNumericText(c.text, c.sign, c.point), c.expected) << (c.text ? c.text : "(null)");

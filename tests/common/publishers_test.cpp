@@ -17,7 +17,7 @@ TEST(PublisherTable, KeepsItsRowOrderThenThreeEmptyPairs) {
     }
     // Rows a sort would move: the order is part of the contract.
     const std::pair<int, const char*> rows[] = {
-        {0, "3COM"}, {13, "INTEL"}, {14, "INSTALLSHIELD"}, {17, "HALVORN"},
+        {0, "3COM"},         {13, "INTEL"},      {14, "INSTALLSHIELD"}, {17, "HALVORN"},
         {19, "MACROVISION"}, {20, "MACROMEDIA"}, {26, "WINZIP"},
     };
     for (const auto& [index, key] : rows) EXPECT_STREQ(table[index].key, key) << index;

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <cstdio>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "platform/exceptions.h"
@@ -58,9 +58,8 @@ TEST(CArchive, NumbersAreStoredLittleEndian) {
         ar.WriteU64(0x0F0E0D0C0B0A0908ull);
         ar.WriteDouble(1.0);
     });
-    const Bytes expected = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0xFF, 0xFF, 0xFF, 0xFF,
-                            0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F,
-                            0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xF0, 0x3F};
+    const Bytes expected = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0x08, 0x09, 0x0A,
+                            0x0B, 0x0C, 0x0D, 0x0E, 0x0F, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xF0, 0x3F};
     EXPECT_EQ(bytes, expected);
 }
 
@@ -236,11 +235,13 @@ TEST(CArchive, LoadingStartsAtTheFilePositionAndCloseReturnsUnreadBytes) {
 TEST(CArchive, ReadsLargerThanTheBufferGoStraightThrough) {
     std::string big(10000, 'z');
     big[9999] = 'e';
-    const Bytes bytes = Stored([&](CArchive& ar) {
-        ar.WriteU8(1);
-        ar.Write(big.data(), big.size());
-        ar.WriteU8(2);
-    }, 16);
+    const Bytes bytes = Stored(
+        [&](CArchive& ar) {
+            ar.WriteU8(1);
+            ar.Write(big.data(), big.size());
+            ar.WriteU8(2);
+        },
+        16);
     CMemFile file(bytes.data(), bytes.size());
     CArchive ar(file, CArchive::load, 16);
     EXPECT_EQ(ar.ReadU8(), 1);

@@ -49,8 +49,10 @@ TEST(LocaleDateOrder, CAndMissingLocalesGiveMonthDayYear) {
     TEST_ForceShortDateOrder(-1);
     EXPECT_EQ(GetShortDateOrder(), kDateOrderMonthDayYear);
     EXPECT_EQ(before, std::setlocale(LC_TIME, nullptr));
-    if (saved) setenv("LC_ALL", savedValue.c_str(), 1);
-    else unsetenv("LC_ALL");
+    if (saved)
+        setenv("LC_ALL", savedValue.c_str(), 1);
+    else
+        unsetenv("LC_ALL");
 }
 
 }  // namespace

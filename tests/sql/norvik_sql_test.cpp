@@ -38,8 +38,8 @@ TEST_P(OpenDatabase, NewerSchemaAsksForANewerClient) {
 }
 
 TEST_P(OpenDatabase, OlderSchemaWithoutOfferNamesBothVersions) {
-    for (const auto& [major, minor, text] : {std::tuple{6, 50, "v6.50"}, std::tuple{7, 9, "v7.09"},
-                                             std::tuple{7, 13, "v7.13"}}) {
+    for (const auto& [major, minor, text] :
+         {std::tuple{6, 50, "v6.50"}, std::tuple{7, 9, "v7.09"}, std::tuple{7, 13, "v7.13"}}) {
         messages_.clear();
         SetStoredVersion(major, minor);
         auto db = MakeBackEnd();

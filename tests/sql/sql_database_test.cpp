@@ -12,8 +12,9 @@ class SqlHelpers : public EngineTest {
 protected:
     // A table of every kind of value the reads convert.
     void MakeValueTable() {
-        db_->ExecuteStatement(IsSqlite() ? "create table TVALUES (_ID integer primary key, _F real, _T text, _D datetime)"
-                                         : "create table TVALUES (_ID integer primary key, _F real, _T varchar(50), _D timestamp)");
+        db_->ExecuteStatement(
+            IsSqlite() ? "create table TVALUES (_ID integer primary key, _F real, _T text, _D datetime)"
+                       : "create table TVALUES (_ID integer primary key, _F real, _T varchar(50), _D timestamp)");
     }
 };
 
@@ -24,8 +25,8 @@ TEST(SqlQuote, DoublesQuotesAndCutsTheInputNotTheOutput) {
         const char* expected;
     };
     const Case cases[] = {
-        {"O'Neil", 0, "'O''Neil'"}, {"abcdef", 3, "'abc'"}, {"", 0, "''"},     {nullptr, 0, "''"},
-        {"''", 1, "''''"},          {"a'b'c", 3, "'a''b'"}, {"100%_*", 0, "'100%_*'"},
+        {"O'Neil", 0, "'O''Neil'"}, {"abcdef", 3, "'abc'"},    {"", 0, "''"}, {nullptr, 0, "''"}, {"''", 1, "''''"},
+        {"a'b'c", 3, "'a''b'"},     {"100%_*", 0, "'100%_*'"},
     };
     for (const auto& c : cases) EXPECT_STREQ(CSqlDatabase::SqlQuote(c.text, c.max).c_str(), c.expected) << c.text;
 }
@@ -125,9 +126,8 @@ TEST_P(SqlHelpers, FailingStatementThrowsWithTheDriverMessage) {
 
 TEST_P(SqlHelpers, ProcedureReturningNonZeroThrowsAlthoughItRan) {
     if (IsSqlite()) {
-        TEST_RegisterSqliteProcedure("usp_TestFails", [](CDatabase&, const std::vector<CString>&, std::int32_t*) {
-            return std::int32_t{3};
-        });
+        TEST_RegisterSqliteProcedure(
+            "usp_TestFails", [](CDatabase&, const std::vector<CString>&, std::int32_t*) { return std::int32_t{3}; });
     } else {
         db_->ExecuteStatement(
             "create function usp_TestFails(out ret integer) language plpgsql as $$ begin ret := 3; end; $$");

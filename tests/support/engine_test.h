@@ -51,6 +51,6 @@ private:
     static int RecordMessage(const char* text, unsigned style, CallbackValue context);
 };
 
-#define NORVIK_ON_BOTH_ENGINES(Suite)                                                                      \
-    INSTANTIATE_TEST_SUITE_P(, Suite, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),              \
+#define NORVIK_ON_BOTH_ENGINES(Suite)                                                        \
+    INSTANTIATE_TEST_SUITE_P(, Suite, ::testing::Values(Engine::Sqlite, Engine::PostgreSql), \
                              [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); })

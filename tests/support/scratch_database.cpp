@@ -39,8 +39,7 @@ std::string TemplateFor(CSqlDatabase& admin, const char* version) {
     const bool present = !exists.IsEOF();
     exists.Close();
     if (present) return name;
-    Execute(admin, "create database " + name +
-                       " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0");
+    Execute(admin, "create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0");
     CDatabase db;
     db.OpenEx(PostgresConnection(name).c_str(), CDatabase::noOdbcDialog);
     InstallSchema(db, version);
@@ -96,8 +95,8 @@ ScratchDatabase::ScratchDatabase(Engine engine, const char* version) : m_engine(
         Execute(admin, "select pg_advisory_unlock(7140714)");
         m_connect = PostgresConnection(m_dbName);
     } catch (const CException& e) {
-        throw std::runtime_error("cannot create a " + EngineName(engine) + " test database: " +
-                                 e.GetErrorMessage().str());
+        throw std::runtime_error("cannot create a " + EngineName(engine) +
+                                 " test database: " + e.GetErrorMessage().str());
     }
 }
 
