@@ -173,3 +173,30 @@ TEST_P(SqlHelpers, NonAsciiBytesRoundTrip) {
 NORVIK_ON_BOTH_ENGINES(SqlHelpers);
 
 }  // namespace
+
+namespace {
+
+class CleanUp : public EngineTest {};
+
+TEST_P(CleanUp, RemovesRowsOfDeletedAssetsAndKeepsTheRest) {
+    const ULong kept = db_->InsertRecord("ASSET", "_NAME", "'kept'");
+    const ULong gone = db_->InsertRecord("ASSET", "_NAME", "'gone'");
+    const ULong keptHistory = db_->InsertRecord("HISTORY", "_ASSET,_CODE", CString::Formatted("%d,1", kept));
+    const ULong goneHistory = db_->InsertRecord("HISTORY", "_ASSET,_CODE", CString::Formatted("%d,1", gone));
+    const ULong keptHw = db_->InsertRecord("HW", "_ASSET,_KEY", CString::Formatted("%d,'CPU'", kept));
+    const ULong goneHw = db_->InsertRecord("HW", "_ASSET,_KEY", CString::Formatted("%d,'CPU'", gone));
+    const ULong skeleton = db_->InsertRecord("HW", "_ASSET,_KEY", "0,'Hardware'");
+    db_->ExecuteStatement(CString::Formatted("delete from ASSET where _ID = %d", gone));
+    db_->m_bCleanNeeded = 1;
+    db_->Clean();
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+    EXPECT_EQ(db_->SelectNumber("HISTORY", "_ID", keptHistory), keptHistory);
+    EXPECT_EQ(db_->SelectNumber("HISTORY", "_ID", goneHistory), 0u);
+    EXPECT_EQ(db_->SelectNumber("HW", "_ID", keptHw), keptHw);
+    EXPECT_EQ(db_->SelectNumber("HW", "_ID", goneHw), 0u);
+    EXPECT_EQ(db_->SelectNumber("HW", "_ID", skeleton), skeleton) << "rows of no asset are shared, never orphans";
+}
+
+NORVIK_ON_BOTH_ENGINES(CleanUp);
+
+}  // namespace
