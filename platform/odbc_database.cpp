@@ -49,6 +49,7 @@ bool CDatabase::OpenEx(const char* connect, ULong options) {
         m_engine = SqlEngine::PostgreSql;
     else
         m_engine = SqlEngine::Unknown;
+    if (m_engine == SqlEngine::PostgreSql) MatchClientEncoding();
     return true;
 }
 
@@ -90,4 +91,18 @@ void CDatabase::Rollback() {
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}
+
+void CDatabase::MatchClientEncoding() {
+    // Texts are 8-bit bytes. The ANSI driver takes its client encoding from the process
+    // locale, and under a UTF-8 locale a SQL_ASCII server would refuse every byte above 0x7F;
+    // a database that stores bytes as sent gets a connection that sends them as they are.
+    COdbcStatement stmt(*this);
+    stmt.ExecDirectChecked("show server_encoding");
+    char encoding[64] = {0};
+    SQLLEN indicator = 0;
+    const auto hstmt = static_cast<SQLHSTMT>(stmt.GetHandle());
+    if (SQLFetch(hstmt) == SQL_SUCCESS) SQLGetData(hstmt, 1, SQL_C_CHAR, encoding, sizeof encoding, &indicator);
+    stmt.DiscardResults();
+    if (strcasecmp(encoding, "SQL_ASCII") == 0) ExecuteSQL("set client_encoding to 'SQL_ASCII'");
 }

@@ -47,6 +47,8 @@ public:
     void* GetHandle() const { return m_hdbc; }
 
 private:
+    void MatchClientEncoding();
+
     void* m_henv = nullptr;
     void* m_hdbc = nullptr;
     int m_queryTimeout = 0;

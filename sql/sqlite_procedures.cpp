@@ -46,11 +46,12 @@ std::int32_t Clean(CDatabase& db, const Arguments& args, std::int32_t* /*out*/) 
 struct Entry {
     const char* name;
     Procedure run;
+    bool atomic;  // several statements that must all happen or none
 };
 
 const Entry kProcedures[] = {
-    {"usp_Insert", Insert},
-    {"usp_Clean", Clean},
+    {"usp_Insert", Insert, false},
+    {"usp_Clean", Clean, true},
 };
 
 std::vector<std::pair<std::string, Procedure>>& TestProcedures() {
@@ -64,13 +65,19 @@ void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run) { TestP
 
 std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out) {
     Procedure run = nullptr;
-    for (const auto& entry : kProcedures)
-        if (strcasecmp(entry.name, name) == 0) run = entry.run;
+    bool atomic = true;
+    for (const auto& entry : kProcedures) {
+        if (strcasecmp(entry.name, name) == 0) {
+            run = entry.run;
+            atomic = entry.atomic;
+        }
+    }
     for (const auto& [testName, testRun] : TestProcedures())
         if (strcasecmp(testName.c_str(), name) == 0) run = testRun;
     if (!run) throw ProcedureError(name, "no such procedure");
     Arguments arguments;
     if (!ParseSqlArguments(args, &arguments)) throw ProcedureError(name, "unterminated text in the argument list");
+    if (!atomic) return run(db, arguments, out);
     db.BeginTrans();
     try {
         const std::int32_t ret = run(db, arguments, out);

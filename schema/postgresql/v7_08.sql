@@ -1,0 +1,6 @@
+-- Turns a new 7.14 database (tables.sql) into the 7.08 layout, for upgrade tests. Before
+-- 7.09 a location had one address range, each end a 32-bit number written with "%d"
+-- instead of dotted texts. LOCDATA is still empty here, so no value needs converting.
+alter table LOCDATA alter column _IPFROM drop default, alter column _IPFROM type integer using 0, alter column _IPFROM set default 0;
+alter table LOCDATA alter column _IPTO drop default, alter column _IPTO type integer using 0, alter column _IPTO set default 0;
+update VERSION set _MAJOR = 7, _MINOR = 8;

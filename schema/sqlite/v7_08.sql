@@ -1,0 +1,9 @@
+-- Turns a new 7.14 database (tables.sql) into the 7.08 layout, for upgrade tests. Before
+-- 7.09 a location had one address range, each end a 32-bit number written with "%d"
+-- instead of dotted texts. The two columns are last in LOCDATA, so dropping and adding
+-- them keeps the column order.
+alter table LOCDATA drop column _IPTO;
+alter table LOCDATA drop column _IPFROM;
+alter table LOCDATA add column _IPFROM integer default 0;
+alter table LOCDATA add column _IPTO integer default 0;
+update VERSION set _MAJOR = 7, _MINOR = 8;
