@@ -32,14 +32,13 @@ constexpr const char* kCpuNoiseWords[] = {
 
 CString FormatDate(int year, int month, int day, char separator) {
     switch (DateOrder()) {
-    case kDateOrderMonthDayYear:
-        return CString::Formatted("%2.2d%c%2.2d%c%4.4d", month, separator, day, separator, year);
-    case kDateOrderDayMonthYear:
-        return CString::Formatted("%2.2d%c%2.2d%c%4.4d", day, separator, month, separator, year);
-    case kDateOrderYearMonthDay:
-        return CString::Formatted("%4.4d%c%2.2d%c%2.2d", year, separator, month, separator, day);
-    default:
-        return CString();
+        case kDateOrderMonthDayYear:
+            return CString::Formatted("%2.2d%c%2.2d%c%4.4d", month, separator, day, separator, year);
+        case kDateOrderDayMonthYear:
+            return CString::Formatted("%2.2d%c%2.2d%c%4.4d", day, separator, month, separator, year);
+        case kDateOrderYearMonthDay:
+            return CString::Formatted("%4.4d%c%2.2d%c%2.2d", year, separator, month, separator, day);
+        default: return CString();
     }
 }
 
@@ -151,8 +150,8 @@ CString NormaliseCpuName(const CString& name) {
 
     // The lower-case "pentium" test compares four characters against seven letters and so never
     // matches; it is kept in the chain so the rule reads as it has always behaved.
-    if (text.Left(7) == "Pentium" || text.Left(4) == "pentium" || text.Left(4) == "Xeon" ||
-        text.Left(4) == "XEON" || text.Left(7) == "Celeron") {
+    if (text.Left(7) == "Pentium" || text.Left(4) == "pentium" || text.Left(4) == "Xeon" || text.Left(4) == "XEON" ||
+        text.Left(7) == "Celeron") {
         text = "Intel " + text;
     } else if (text.Left(6) == "Athlon" || text.Left(5) == "Duron") {
         text = "AMD " + text;

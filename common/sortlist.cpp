@@ -1,9 +1,9 @@
 // CSortList's additions and its case-insensitive sort.
 #include "common/sortlist.h"
 
+#include <strings.h>
 #include <algorithm>
 #include <cstring>
-#include <strings.h>
 
 namespace {
 
@@ -25,8 +25,7 @@ void CSortList::Sort() {
         std::string& text = item.text.str();
         text.resize(strnlen(text.c_str(), std::min(text.size(), kSortKeyLength)));
     }
-    std::sort(m_items.begin(), m_items.end(), [](const CSortItem& a, const CSortItem& b) {
-        return strcasecmp(a.text.c_str(), b.text.c_str()) < 0;
-    });
+    std::sort(m_items.begin(), m_items.end(),
+              [](const CSortItem& a, const CSortItem& b) { return strcasecmp(a.text.c_str(), b.text.c_str()) < 0; });
     m_bSorted = 1;
 }

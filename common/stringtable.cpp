@@ -36,16 +36,19 @@ void CutForAdd(CString& text) {
 }
 
 [[noreturn]] void ThrowTooMany(const char* what, ULong count, std::uint64_t left) {
-    throw CArchiveException(CString::Formatted("String table of %" PRIu32 " %s cannot fit in the %" PRIu64
-                                               " bytes left",
-                                               count, what, left));
+    throw CArchiveException(CString::Formatted(
+        "String table of %" PRIu32 " %s cannot fit in the %" PRIu64 " bytes left", count, what, left));
 }
 
 }  // namespace
 
 CStringTable::CStringTable(const CStringTable& other)
-    : m_nCompact(other.m_nCompact), m_nCapacity(other.GetCount()), m_texts(other.m_texts), m_refs(other.m_refs),
-      m_index(other.m_index), m_bVerify(other.m_bVerify) {}
+    : m_nCompact(other.m_nCompact),
+      m_nCapacity(other.GetCount()),
+      m_texts(other.m_texts),
+      m_refs(other.m_refs),
+      m_index(other.m_index),
+      m_bVerify(other.m_bVerify) {}
 
 CStringTable& CStringTable::operator=(const CStringTable& other) {
     if (this != &other) *this = CStringTable(other);
@@ -53,8 +56,11 @@ CStringTable& CStringTable::operator=(const CStringTable& other) {
 }
 
 CStringTable::CStringTable(CStringTable&& other) noexcept
-    : m_nCompact(other.m_nCompact), m_nCapacity(std::exchange(other.m_nCapacity, 0)),
-      m_texts(std::move(other.m_texts)), m_refs(std::move(other.m_refs)), m_index(std::move(other.m_index)),
+    : m_nCompact(other.m_nCompact),
+      m_nCapacity(std::exchange(other.m_nCapacity, 0)),
+      m_texts(std::move(other.m_texts)),
+      m_refs(std::move(other.m_refs)),
+      m_index(std::move(other.m_index)),
       m_bVerify(other.m_bVerify) {}
 
 CStringTable& CStringTable::operator=(CStringTable&& other) noexcept {
@@ -132,9 +138,7 @@ const CString& CStringTable::GetText(ULong id) const {
 
 ULong CStringTable::GetRefCount(ULong id) const { return id < m_refs.size() ? m_refs[id] : 0; }
 
-ULong CStringTable::GetIndex(ULong position) const {
-    return position < m_index.size() ? m_index[position] : kNotFound;
-}
+ULong CStringTable::GetIndex(ULong position) const { return position < m_index.size() ? m_index[position] : kNotFound; }
 
 std::vector<ULong> CStringTable::Compact() {
     std::vector<ULong> map(m_texts.size(), kNotFound);
@@ -328,8 +332,7 @@ void CStringTable::LoadFull(CArchive& ar) {
     if (loaded.m_bVerify) loaded.RebuildIndex();
     // Searches trust the index to name every id once; a damaged one must not get that far.
     if (!loaded.IndexIsPermutation()) {
-        throw CArchiveException(
-            CString::Formatted("String table index of %" PRIu32 " entries is damaged", count));
+        throw CArchiveException(CString::Formatted("String table index of %" PRIu32 " entries is damaged", count));
     }
     loaded.m_nCompact = m_nCompact;
     *this = std::move(loaded);

@@ -8,7 +8,9 @@
 #include "platform/exceptions.h"
 
 CArchive::CArchive(CFile& file, Mode mode, std::size_t bufferSize)
-    : m_file(file), m_mode(mode), m_nBufferSize(std::max<std::size_t>(bufferSize, 1)),
+    : m_file(file),
+      m_mode(mode),
+      m_nBufferSize(std::max<std::size_t>(bufferSize, 1)),
       m_buffer(std::make_unique<std::uint8_t[]>(m_nBufferSize)) {
     if (mode == load) {
         const std::uint64_t length = file.GetLength();
@@ -119,9 +121,9 @@ void CArchive::ReadString(std::string& out) {
     }
     // Checked before any allocation: a damaged length must not reserve gigabytes.
     if (length > GetBytesLeft()) {
-        throw CArchiveException(CString::Formatted(
-            "String of %" PRIu64 " bytes is longer than the %" PRIu64 " bytes left in '%s'", length,
-            GetBytesLeft(), m_file.GetFilePath().c_str()));
+        throw CArchiveException(CString::Formatted("String of %" PRIu64 " bytes is longer than the %" PRIu64
+                                                   " bytes left in '%s'",
+                                                   length, GetBytesLeft(), m_file.GetFilePath().c_str()));
     }
     const auto size = static_cast<std::size_t>(length);
     if (size <= static_cast<std::size_t>(m_pReadEnd - m_pRead)) {
@@ -161,7 +163,6 @@ void CArchive::CheckOpen() const {
 }
 
 void CArchive::ThrowEndOfData(std::uint64_t needed) const {
-    throw CArchiveException(CString::Formatted("Unexpected end of '%s': %" PRIu64 " bytes needed, %" PRIu64
-                                               " left",
+    throw CArchiveException(CString::Formatted("Unexpected end of '%s': %" PRIu64 " bytes needed, %" PRIu64 " left",
                                                m_file.GetFilePath().c_str(), needed, GetBytesLeft()));
 }

@@ -1,13 +1,13 @@
 // CFile over a POSIX descriptor and CMemFile over a byte vector.
 #include "platform/file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <limits>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/exceptions.h"
 
@@ -15,9 +15,9 @@ namespace {
 
 int SeekWhence(CFile::SeekPosition from) {
     switch (from) {
-    case CFile::begin: return SEEK_SET;
-    case CFile::current: return SEEK_CUR;
-    case CFile::end: return SEEK_END;
+        case CFile::begin: return SEEK_SET;
+        case CFile::current: return SEEK_CUR;
+        case CFile::end: return SEEK_END;
     }
     return SEEK_SET;
 }
@@ -35,11 +35,12 @@ void CFile::Open(const char* path, unsigned flags) {
     m_strPath = path ? path : "";
     int access = 0;
     switch (flags & ~static_cast<unsigned>(modeCreate)) {
-    case modeRead: access = O_RDONLY; break;
-    case modeWrite: access = O_WRONLY; break;
-    case modeReadWrite: access = O_RDWR; break;
-    default:
-        throw CFileException(CString::Formatted("Cannot open '%s': invalid open mode 0x%x", m_strPath.c_str(), flags));
+        case modeRead: access = O_RDONLY; break;
+        case modeWrite: access = O_WRONLY; break;
+        case modeReadWrite: access = O_RDWR; break;
+        default:
+            throw CFileException(
+                CString::Formatted("Cannot open '%s': invalid open mode 0x%x", m_strPath.c_str(), flags));
     }
     if (flags & modeCreate) {
         if (access == O_RDONLY) {

@@ -2,10 +2,10 @@
 // date format (nl_langinfo D_FMT) stands in for the Windows short-date order item.
 #include "platform/locale_info.h"
 
-#include <clocale>
-#include <cstring>
 #include <langinfo.h>
 #include <locale.h>
+#include <clocale>
+#include <cstring>
 
 namespace {
 
@@ -37,27 +37,28 @@ int ShortDateOrderFromFormat(const char* format) {
         if (*p == 'E' || *p == 'O') ++p;
         if (!*p) break;  // a format ending in a lone '%'
         switch (*p) {
-        case 'd': case 'e':
-            seen.See(seen.day);
-            break;
-        case 'm': case 'b': case 'B': case 'h':
-            seen.See(seen.month);
-            break;
-        case 'y': case 'Y': case 'C': case 'G': case 'g':
-            seen.See(seen.year);
-            break;
-        case 'D':
-            seen.See(seen.month);
-            seen.See(seen.day);
-            seen.See(seen.year);
-            break;
-        case 'F':
-            seen.See(seen.year);
-            seen.See(seen.month);
-            seen.See(seen.day);
-            break;
-        default:
-            break;
+            case 'd':
+            case 'e': seen.See(seen.day); break;
+            case 'm':
+            case 'b':
+            case 'B':
+            case 'h': seen.See(seen.month); break;
+            case 'y':
+            case 'Y':
+            case 'C':
+            case 'G':
+            case 'g': seen.See(seen.year); break;
+            case 'D':
+                seen.See(seen.month);
+                seen.See(seen.day);
+                seen.See(seen.year);
+                break;
+            case 'F':
+                seen.See(seen.year);
+                seen.See(seen.month);
+                seen.See(seen.day);
+                break;
+            default: break;
         }
     }
     if (seen.year < seen.day && seen.year < seen.month) return kDateOrderYearMonthDay;
