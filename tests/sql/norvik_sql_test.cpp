@@ -124,3 +124,26 @@ TEST_P(OlderSchema, CreatedOldSchemaIsOfferedItsUpgrade) {
 NORVIK_ON_BOTH_ENGINES(OlderSchema);
 
 }  // namespace
+
+namespace {
+
+class AssetPlace : public EngineTest {};
+
+TEST_P(AssetPlace, LocationIsFoundThroughParentAssets) {
+    // A printer (status bit 0x1000: its parent is an asset) on a computer in location 7.
+    const ULong pc = db_->InsertRecord("ASSET", "_NAME,_LOCATION,_STATUS", "'pc',7,0");
+    const ULong printer =
+        db_->InsertRecord("ASSET", "_NAME,_LOCATION,_STATUS", CString::Formatted("'printer',%d,4096", pc));
+    int isLocation = -1;
+    EXPECT_EQ(db_->GetAssetParent(printer, isLocation), pc);
+    EXPECT_EQ(isLocation, 0);
+    EXPECT_EQ(db_->GetAssetParent(pc, isLocation), 7u);
+    EXPECT_EQ(isLocation, 1);
+    EXPECT_EQ(db_->GetAssetLocation(printer), 7u);
+    EXPECT_EQ(db_->GetAssetLocation(pc), 7u);
+    EXPECT_EQ(db_->GetAssetLocation(9999), 0u);
+}
+
+NORVIK_ON_BOTH_ENGINES(AssetPlace);
+
+}  // namespace
