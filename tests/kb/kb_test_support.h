@@ -1,0 +1,115 @@
+// Helpers shared by the Knowledge Base tests: a byte builder for hand-made table files, archive
+// round trips over memory, and a capture of the diagnostic trace.
+#pragma once
+
+#include <unistd.h>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/trace.h"
+#include "platform/archive.h"
+#include "platform/file.h"
+
+namespace kbtest {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Little-endian bytes appended one field at a time, in the file's own terms.
+class ByteBuilder {
+public:
+    ByteBuilder& U16(std::uint16_t value) { return Little(value, 2); }
+    ByteBuilder& U32(std::uint32_t value) { return Little(value, 4); }
+    // The archive's string form, choosing the prefix by length.
+    ByteBuilder& Str(const std::string& text) {
+        const std::size_t n = text.size();
+        if (n < 255) {
+            m_bytes.push_back(static_cast<std::uint8_t>(n));
+        } else if (n < 65534) {
+            m_bytes.push_back(0xFF);
+            U16(static_cast<std::uint16_t>(n));
+        } else {
+            m_bytes.push_back(0xFF);
+            U16(0xFFFF);
+            U32(static_cast<std::uint32_t>(n));
+        }
+        return Raw(text);
+    }
+    ByteBuilder& Raw(const std::string& text) {
+        m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+        return *this;
+    }
+    ByteBuilder& Append(const Bytes& bytes) {
+        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+        return *this;
+    }
+    const Bytes& bytes() const { return m_bytes; }
+    std::size_t size() const { return m_bytes.size(); }
+
+private:
+    ByteBuilder& Little(std::uint32_t value, int count) {
+        for (int i = 0; i < count; ++i) m_bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+        return *this;
+    }
+    Bytes m_bytes;
+};
+
+// The bytes as hex pairs, 16 to a line, so that a failed comparison shows where files differ.
+inline std::string Hex(const Bytes& bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        text += digits[bytes[i] >> 4];
+        text += digits[bytes[i] & 15];
+        text += (i % 16 == 15) ? '\n' : ' ';
+    }
+    return text;
+}
+
+// What `object.Serialize` writes into an archive over memory.
+template <typename T>
+Bytes Written(T& object) {
+    CMemFile file;
+    CArchive ar(file, CArchive::store);
+    object.Serialize(ar);
+    ar.Close();
+    return file.GetData();
+}
+
+// Has `object.Serialize` read `bytes`.
+template <typename T>
+void Read(T& object, const Bytes& bytes) {
+    CMemFile file(bytes.data(), bytes.size());
+    CArchive ar(file, CArchive::load);
+    object.Serialize(ar);
+}
+
+// Opens the trace on a file of its own for the object's lifetime and reads back what was written.
+class TraceCapture {
+public:
+    TraceCapture() : m_path("/tmp/norvik_kb_trace_" + std::to_string(::getpid()) + ".log") {
+        std::remove(m_path.c_str());
+        TraceOpen(m_path.c_str());
+    }
+    ~TraceCapture() {
+        TraceClose();
+        std::remove(m_path.c_str());
+    }
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+    std::string Text() const {
+        TraceFlush();
+        std::ifstream in(m_path);
+        std::stringstream all;
+        all << in.rdbuf();
+        return all.str();
+    }
+
+private:
+    std::string m_path;
+};
+
+}  // namespace kbtest
