@@ -56,5 +56,10 @@ int TerminalMessageBox(const char* text, unsigned int style, CallbackValue conte
 int RunInit(Context& context);
 int RunInfo(Context& context);
 int RunOption(Context& context);
+int RunLocType(Context& context);   // cmd_location.cpp
+int RunLocation(Context& context);  // cmd_location.cpp
+int RunAsset(Context& context);     // cmd_asset.cpp
+int RunHistory(Context& context);   // cmd_history.cpp
+int RunKb(Context& context);        // cmd_kb.cpp
 
 }  // namespace cli

@@ -26,6 +26,14 @@ const char kUsage[] =
     "  info                        schema version, engine and rows per table\n"
     "  option get KEY              print a site option\n"
     "  option set KEY VALUE        store a site option\n"
+    "  loctype list|add|rename|delete ...        the levels of the location tree\n"
+    "  location list|add|find|find-ip|rename|delete|ranges|export ...\n"
+    "                              the location tree and its address ranges\n"
+    "  asset list|add|show|rename|move|delete|count ...   assets and their places\n"
+    "  history ASSET [--details] | history purge --before DATE\n"
+    "                              the change history of assets\n"
+    "  kb info|dump|query FILE ... a Knowledge Base table file: versions and tables, the rows\n"
+    "                              of a table, or those a query selects\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -35,9 +43,10 @@ struct Verb {
 };
 
 const Verb kVerbs[] = {
-    {"init", cli::RunInit},
-    {"info", cli::RunInfo},
-    {"option", cli::RunOption},
+    {"init", cli::RunInit},         {"info", cli::RunInfo},
+    {"option", cli::RunOption},     {"loctype", cli::RunLocType},
+    {"location", cli::RunLocation}, {"asset", cli::RunAsset},
+    {"history", cli::RunHistory},   {"kb", cli::RunKb},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

@@ -1,6 +1,11 @@
 // The operations of CNorvik that need no database of their own.
 #include "interface/norvik.h"
 
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+
+#include "common/address_list.h"
 #include "platform/registry.h"
 #include "platform/ui_hooks.h"
 
@@ -140,4 +145,55 @@ int CNorvik::ProgCheck() {
 
 void CNorvik::ProgComplete() {
     if (m_pfnProgress) m_pfnProgress(kProgEnd, 0, m_progressContext);
+}
+
+void CNorvik::StoreAppHistory(ULong asset, CSortList& oldList, CSortList& newList, CTime date) {
+    if (!oldList.IsSorted()) oldList.Sort();
+    if (!newList.IsSorted()) newList.Sort();
+    // Names compare exactly here, although the lists sort without regard to case: an
+    // application whose name changed case was removed and another added.
+    std::unordered_set<std::string> oldNames, newNames;
+    for (const auto& item : oldList) oldNames.insert(item.text.str());
+    for (const auto& item : newList) newNames.insert(item.text.str());
+    for (const auto& item : newList)
+        if (!oldNames.count(item.text.str()))
+            historyAdd(asset, date, kHistAdded, 13, item.text, nullptr, nullptr, nullptr);
+    for (const auto& item : oldList)
+        if (!newNames.count(item.text.str()))
+            historyAdd(asset, date, kHistDeleted, 13, item.text, nullptr, nullptr, nullptr);
+}
+
+CString CNorvik::GetHistoryOperation(ULong operation) {
+    switch (operation) {
+        case 1: return "Added";
+        case 2: return "Deleted";
+        case 4: return "Changed";
+        case 5: return "Alert: Internet Activity";
+        case 6: return "Alert: Folder/File Changes";
+        default: return "Unknown Operation";
+    }
+}
+
+int CNorvik::locIsChildOf(ULong location, ULong ancestor) {
+    // Walked as a loop rather than by recursion, and a revisited id (a cycle written into the
+    // table by hand) ends the walk.
+    CDynaList<ULong> visited;
+    for (;;) {
+        if (ancestor == 0 || location == ancestor) return 1;
+        visited.Add(location);
+        location = locGetParent(location);
+        if (location == 0 || std::find(visited.begin(), visited.end(), location) != visited.end()) return 0;
+    }
+}
+
+ULong CNorvik::locEnumIpAddressRanges(ULong location, CDynaList<CIPAddress>& from, CDynaList<CIPAddress>& to) {
+    CDynaList<CIPAddress> lows;
+    CDynaList<CIPAddress> highs;
+    const ULong pairs = std::min(AppendAddressList(locGetIpRangesFrom(location), lows),
+                                 AppendAddressList(locGetIpRangesTo(location), highs));
+    for (ULong i = 0; i < pairs; ++i) {
+        from.Add(lows[i]);
+        to.Add(highs[i]);
+    }
+    return from.GetCount();
 }

@@ -8,6 +8,9 @@
 #pragma once
 
 #include "common/dynalist.h"
+#include "common/ipaddress.h"
+#include "common/sortlist.h"
+#include "interface/asset_history_record.h"
 #include "platform/cstring.h"
 #include "platform/ctime.h"
 #include "platform/exceptions.h"
@@ -95,9 +98,281 @@ public:
     virtual void SetCallback(NorvikCallback fn, CallbackValue context);
     virtual void SetMsgBoxCallback(NorvikMsgBoxCallback fn, CallbackValue context);
 
-    // ---- Assets (the read the interface frame needs) ----
+    // ---- Samples (with the callbacks above) ----
+    // The _FLAGS bit of ASSET that marks the sample assets shipped with a new database.
+    static constexpr ULong kAssetSampleFlag = 0x1;
+    // Deletes (assetDelete) every asset whose _FLAGS carry kAssetSampleFlag. A failure is
+    // reported and ends the run; the assets already deleted stay deleted.
+    virtual void assetDeleteSamples() = 0;
+    // Deletes every location whose name begins "Sample " (with what lies below), last found first.
+    virtual void locationDeleteSamples() = 0;
+
+    // ---- Asset history records ----
+    // Appends the _IDs of the asset's history rows stamped with exactly `date` (one audit's
+    // changes share a date). `unused` is accepted for callers and ignored. Returns the count.
+    virtual ULong EnumAssetHistoryRecords(ULong asset, CTime date, CDynaList<ULong>& ids, int unused) = 0;
+    // Appends one record per HISTORY row of every asset, in no particular order. Returns the count.
+    virtual int EnumAssetHistoryRecords(CDynaList<CAssetHistoryRecord>& records) = 0;
+
+    // ---- Location types ----
+    // Types form a chain of levels: each names the one above it (0 for the top level) and has at
+    // most one child type.
+    // Empties `types`, then fills it with every type's _ID; returns the count.
+    virtual ULong EnumLocTypes(CDynaList<ULong>& types) = 0;
+    // The type's name; empty for a missing type.
+    virtual CString GetLocTypeName(ULong type) = 0;
+    // 1 when the statement ran (a missing type changes nothing), 0 on failure.
+    virtual int SetLocTypeName(ULong type, const char* name) = 0;
+    // The type above; 0 for the top level and for a missing type.
+    virtual ULong GetLocTypeParent(ULong type) = 0;
+    // Removes a level: the child type moves up to the type's parent, and every location of this
+    // type goes, its assets and child locations moving to its parent. 1 when done; 0 on failure,
+    // the steps already taken staying done.
+    virtual int DeleteLocType(ULong type) = 0;
+    // The first type whose parent is `type` (0 asks for a top-level type); 0 when none.
+    virtual ULong GetChildLocType(ULong type) = 0;
+    // Inserts a type directly below `parent` (0 = at the top): the parent's former child types
+    // move below the new one. Returns the new _ID, 0 on failure.
+    virtual ULong AddLocType(const char* name, ULong parent) = 0;
+
+    // ---- Locations ----
+    // Location 0 is the root: it has no row and is named after the company. Names are unique
+    // among siblings by convention only; nothing here enforces it.
+    // The name; for 0 the company name (GetCompanyName); empty for a missing location.
+    virtual CString locGetName(ULong location) = 0;
+    // 1 when the statement ran, 0 on failure.
+    virtual int locSetName(ULong location, const char* name) = 0;
+    // The parent location; 0 for a top-level or missing location.
+    virtual ULong locGetParent(ULong location) = 0;
+    // The LOCTYPE _ID of the location; 0 when missing.
+    virtual ULong locGetType(ULong location) = 0;
+    // The names from the top level down to `location` joined by `separator`; the company name
+    // is never part of it. "(None)" for 0, for a missing location and on failure.
+    virtual CString locGetFullName(ULong location, char separator) = 0;
+    // The location at `path`, names separated by ';' or '\' and walked from the root. Only the
+    // first 1,023 characters count. The walk ends at the first empty name, so a leading
+    // separator finds nothing and a trailing one is ignored. 0 when a name is not found, for an
+    // empty path and on failure. Names compare as the database compares them.
+    virtual ULong locFind(const char* path) = 0;
+    // The first location, in the database's row order, with a range (taken in stored order)
+    // that holds `ip`; 0 when none does.
+    virtual ULong locFindByIP(CIPAddress ip) = 0;
+    // Adds one location with one address range (0.0.0.0 stores an empty text). Returns the new
+    // _ID, 0 on failure. Neither the parent nor the type is checked.
+    virtual ULong locAdd(const char* name, ULong parent, ULong type, CIPAddress from, CIPAddress to) = 0;
+    // Finds or adds every level of `path` (separators as locFind; empty names are skipped; only
+    // the first 1,023 characters count). New levels take the child type of their parent's type,
+    // a type "New Location Type" being added where the chain of types ends. Returns the deepest
+    // location's _ID; 0 for an empty path or when a step failed (levels added stay).
+    virtual ULong locAddFull(const char* path) = 0;
+    // Deletes a location and every location below it; all their assets move to the location's
+    // parent. 1 when done; 0 on failure, the part already deleted staying deleted. Deleting 0
+    // deletes the whole tree.
+    virtual int locDelete(ULong location) = 0;
+    // Appends the children of `parent` ordered by name; with `recursive`, then the subtrees of
+    // those children, each in the same form. The list is not emptied. Returns 1, 0 on failure.
+    virtual int locEnum(ULong parent, CDynaList<ULong>& locations, int recursive) = 0;
+    // Writes the tree and its assets as comma-separated text (fields are not escaped); an existing
+    // file is replaced. 1 when written; 0 when the file cannot be written or a read failed.
+    virtual int locExport(const char* file) = 0;
+    // 1 when `location` is `ancestor` or lies below it (always for ancestor 0), else 0.
+    virtual int locIsChildOf(ULong location, ULong ancestor);
+    // Appends the location's ranges, the n-th low end to `from` and the n-th high end to `to`;
+    // entries beyond the shorter of the two stored lists are ignored. Returns from's count.
+    virtual ULong locEnumIpAddressRanges(ULong location, CDynaList<CIPAddress>& from, CDynaList<CIPAddress>& to);
+    // Stores the ";"-joined texts as they are (each at most 255 characters). 1 when stored, 0 on
+    // failure (the old ranges stay).
+    virtual int locSetIpAddressRanges(ULong location, CString& from, CString& to) = 0;
+    // The stored ";"-joined low ends and high ends of the ranges.
+    virtual CString locGetIpRangesFrom(ULong location) = 0;
+    virtual CString locGetIpRangesTo(ULong location) = 0;
+
+    // ---- Assets ----
+    // An asset sits in a location (ASSET._LOCATION is a LOCDATA._ID, 0 = the root) or, as a child
+    // asset (status bit kAssetChild), under another asset (_LOCATION is that asset's _ID).
+    // Reads of one asset come from a one-entry cache of its row, refreshed when another asset is
+    // asked for; writes through this interface keep it current, writes made past it do not.
+    static constexpr ULong kAssetNew = 2;              // the status every new asset starts with
+    static constexpr ULong kAssetKindMask = 0xF0;      // filtered counts need one of these bits
+    static constexpr ULong kAssetChild = 0x1000;       // _LOCATION names the parent asset
+    static constexpr ULong kAssetUncounted = 0x1400C;  // any of these keeps a row out of filtered counts
+
+    // Finds the asset named `name` anywhere (child assets too) or inserts it at `location` with
+    // status kAssetNew, writing the "Initial Audit" record dated `when` when recordHistory is set.
+    // With addUserFields, every asset-level field (USERDEF rows with flag 0x2) then gets a value row
+    // for the asset if it has none (userDataAdd with an empty value), for a found asset too.
+    // Returns the _ID; 0 on failure.
+    virtual ULong AddAsset(const char* name, ULong location, int addUserFields, int recordHistory, CTime when) = 0;
+    // The first asset named exactly `name`: with asChild and a location, a child asset of that
+    // parent asset; with asChild and location 0, any asset; without asChild, assets that are not
+    // children (location ignored). 0 when none.
+    virtual ULong FindAsset(const char* name, ULong location, int asChild) = 0;
+    // Appends, in name order, the assets whose name matches `pattern`: "*" stands for any run of
+    // characters (also none), "?" for exactly one; every other character, "%" and "_" included,
+    // stands for itself, ASCII letters in either case. Child assets take part only with
+    // includeChildren. Returns the list's count.
+    virtual ULong FindMatchingAssets(const char* pattern, CDynaList<ULong>& list, int includeChildren) = 0;
+    // Deletes the asset with its application instances, history, hardware values, internet
+    // history and cookies, captured files, software links, asset-level user data, the events of
+    // vanished history rows and every DISCOVER row whose _ASSET is LIKE the name (so wildcards in
+    // the name remove other entries too), and asks for the next Clean. Child assets stay: delete
+    // them first. 1 when done; 0 on failure, the rows already deleted staying deleted.
+    virtual int assetDelete(ULong asset) = 0;
+    // The assets of `location` and of every location below it; with location 0, of the whole
+    // table (children included). Unless `unfiltered`, only rows with a kind bit and none of
+    // kAssetUncounted count. With `quick` the answer is only good for 0, 1 or "more than 1":
+    // sub-locations are visited only while the total is 0 and the visit stops above 1.
+    virtual ULong CountAssets(ULong location, int unfiltered, int quick) = 0;
+    // The name; empty for a missing asset.
+    virtual CString GetAssetName(ULong asset) = 0;
+    // Renames; with a station file (may be null), its value "Name" of section "Asset" becomes the
+    // new name (the file is created when missing). With recordHistory, writes "Name changed from
+    // %s to %s" dated `when`. 1 when done; 0 when the database or the file failed (reported).
+    virtual int SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) = 0;
     // The parent of an asset; isLocation = 1 when the parent is a location, 0 when an asset.
+    // 0 (with isLocation 1) for a missing asset.
     virtual ULong GetAssetParent(ULong asset, int& isLocation) = 0;
+    // Moves the asset to `parent`, a location or, with parentIsAsset, an asset; the child bit
+    // follows. With recordHistory, a move record dated `when` names the old and the new place (a
+    // location by its full name with "|" between levels, an asset parent as "child of NAME").
+    // Moving to where the asset already is writes nothing. 1 when done, 0 on failure.
+    virtual int SetAssetParent(ULong asset, ULong parent, int parentIsAsset, int recordHistory, CTime when) = 0;
+    // Appends the child assets of `asset`; with `recursive`, each one followed by its own children.
+    // Returns the list's count.
+    virtual ULong assetEnumChildren(ULong asset, CDynaList<ULong>& list, int recursive) = 0;
+    // Appends assets in name order and returns the list's count:
+    // - children: the child assets of `location` taken as an asset; with `recursive`, each entry
+    //   is then enumerated again as assetEnum(entry, 0, list, 1) does, i.e. as a location _ID;
+    // - location 0 with `recursive`: every asset;
+    // - a location with `recursive`: the assets of the location and of every location below it,
+    //   then the child assets (recursively) of every asset taken;
+    // - otherwise: the assets placed directly in `location`.
+    virtual ULong assetEnum(ULong location, int children, CDynaList<ULong>& list, int recursive) = 0;
+    // Appends every asset as (name, _ID), in no particular order. Returns the list's count.
+    virtual ULong EnumAssetNames(CSortList& list) = 0;
+    // Icon codes of assets (group "Asset" and "All Assets" of GetIconName).
+    static constexpr int kIconAsset = 3;        // an asset not classified yet (no kind bit)
+    static constexpr int kIconPC = 34;          // an audited computer
+    static constexpr int kIconPCOpen = 35;      // ... shown selected
+    static constexpr int kIconPeripheral = 36;  // a child asset attached to another asset
+    static constexpr int kIconPeripheralOpen = 37;
+    // The asset's icon and selected icon, from its state bits: a child asset is a peripheral, an
+    // asset with a kind bit a computer, anything else (a missing asset too) kIconAsset for both.
+    // Either pointer may be null.
+    virtual void GetAssetIcon(ULong asset, int* icon, int* selectedIcon);
+    static bool IsIconPC(int icon) { return icon == kIconPC || icon == kIconPCOpen; }
+    static bool IsIconPeripheral(int icon) { return icon == kIconPeripheral || icon == kIconPeripheralOpen; }
+    // Assets that peripherals may be attached to: computers and assets not classified yet.
+    static bool IsIconParentable(int icon) { return IsIconPC(icon) || icon == kIconAsset; }
+    static bool IsIconAsset(int icon) { return icon == kIconAsset || IsIconPC(icon) || IsIconPeripheral(icon); }
+    // 1 when the asset's status has any bit of `mask`, else 0 (also for a missing asset).
+    virtual int GetAssetStateFlag(ULong asset, ULong mask) = 0;
+    // Sets (set != 0) or clears the bits of `mask` and returns the previous GetAssetStateFlag. The
+    // row is written only when `set` differs from that previous answer; any `set` other than 0 or
+    // 1 always counts as different. A missing asset gives 0 and writes nothing.
+    virtual int SetAssetStateFlag(ULong asset, ULong mask, int set) = 0;
+    // The last audit; 0 (never) when none is recorded or the asset is missing.
+    virtual CTime GetLastAuditDate(ULong asset) = 0;
+    // 1 when written, 0 on failure.
+    virtual int SetLastAuditDate(ULong asset, CTime when) = 0;
+    virtual CString GetAssetMacAddr(ULong asset) = 0;
+    // Stores the primary MAC address when it differs (exactly) from the current one, with a
+    // "Primary MAC Address" change record dated `when` when recordHistory is set; an equal value
+    // writes nothing. 1 when done, 0 on failure.
+    virtual int SetAssetMacAddr(ULong asset, const char* mac, int recordHistory, CTime when) = 0;
+    // Another asset (not exceptAsset) with exactly this MAC address; 0 when none.
+    virtual ULong FindMacAddr(const char* mac, ULong exceptAsset) const = 0;
+    // The primary IP address as dotted text; empty when none.
+    virtual CString GetAssetIPAddr(ULong asset) = 0;
+    // As SetAssetMacAddr, for the dotted text of `ip` (0.0.0.0 is the empty text) and the key
+    // "Primary IP Address".
+    virtual int SetAssetIPAddr(ULong asset, CIPAddress ip, int recordHistory, CTime when) = 0;
+
+    // ---- User data (the operations assets need) ----
+    // USERDATA holds one value per (group, owner, key); _FLAGS carries the owner bits of the
+    // field: 0x2 asset-level (owner = an ASSET._ID), 0x4 and 0x8 the other owner kinds.
+    static constexpr ULong kUserDataAsset = 0x2;
+    static constexpr ULong kUserDataOwnerMask = 0xE;
+    // Adds the value of field `key` of `group` for `owner` unless the owner has one already, and
+    // returns its _ID (the existing row is returned untouched). A null `value` is stored as
+    // "<NULL>" (no value). Only the owner bits of `flags` are stored; flags without one add
+    // nothing and give 0. With recordHistory, a new value is recorded as added, dated `when`.
+    // The built-in names "Category", "Make", "Model" (a decimal identifier), "Serial Number",
+    // "MAC Address", "IP Address", "Audit Date" (YYYY-MM-DD[ hh:mm:ss], empty for none) and
+    // "Location" (a path as locFind takes it) write the ASSET column of the owner instead and
+    // return the owner. 0 on failure or for a value the column cannot take (reported).
+    virtual ULong userDataAdd(ULong group, ULong owner, const char* key, const char* value, ULong flags,
+                              int recordHistory, CTime when) = 0;
+    // The value row of field `key` of `group` for `owner` whose flags share a bit with `mask`; 0
+    // when none.
+    virtual ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) = 0;
+
+    // ---- History ----
+    // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
+    // 4 changed, 5 and 6 alerts. Kinds are icon codes: 3 the asset itself, 2 its place,
+    // 13 an application, 14 and 15 hardware. 0x10003 (the initial audit) survives date purges.
+    static constexpr ULong kHistAdded = 1;
+    static constexpr ULong kHistDeleted = 2;
+    static constexpr ULong kHistChanged = 4;
+    static constexpr ULong kHistInitialAudit = 0x10003;
+
+    // (StoreHwHistory, of the hardware family, stands first here.)
+    // Records the applications found in `newList` but not in `oldList` ("Added %s") and those
+    // gone ("Deleted %s"), names compared exactly, as the logon user. Sorts unsorted lists.
+    virtual void StoreAppHistory(ULong asset, CSortList& oldList, CSortList& newList, CTime date);
+    // Appends the date of every history row of the asset, oldest first (one per row, so an
+    // audit that changed several things appears several times). Returns the count.
+    virtual ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) = 0;
+    // A row as display parts: category = the group name of the code's lowest byte, text = the
+    // record's text with every "|" of key and values shown as ">", user, and *kind (when not
+    // null) = the code's lowest byte. An unknown row leaves every output as it was.
+    virtual void historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) = 0;
+    // A row's stored parts: *asset, *kind (code & 0xFFFF), the operation's and the category's
+    // names, the texts unchanged and the date as display text. For an unknown row *asset
+    // becomes 0xFFFFFFFF, a trace line is written and the texts are left as they were.
+    // `asset` and `kind` may be null.
+    virtual void historyGetDetails(ULong hist, ULong* asset, int* kind, CString& operation, CString& category,
+                                   CString& key, CString& user, CString& value1, CString& value2, CString& date) = 0;
+    // The row's date; 0 for an unknown row.
+    virtual CTime historyGetDate(ULong hist) = 0;
+    // The row's display text ("Initial Audit", "Added Editor", "Moved  from A to B" ...), the
+    // values' "|" shown as ">"; empty for an unknown row.
+    virtual CString historyFormatRecord(ULong hist) = 0;
+    // Appends the _IDs of every row dated before `before` except initial audits. Returns the count.
+    virtual ULong EnumHistoryPurge(CTime before, CDynaList<ULong>& ids) = 0;
+    virtual void historyDelete(ULong hist) = 0;
+    // Deletes the history of `asset` (0: of every asset) dated before `date`, and the events that
+    // refer to the deleted rows. keepInitial != 0 keeps initial audits whatever their date;
+    // keepAudits > 0 keeps the rows of the asset's keepAudits latest history dates even when
+    // older. Returns the number of HISTORY rows deleted (0 on failure, which is reported).
+    virtual int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) = 0;
+    // The asset of a row; 0 for an unknown row.
+    virtual ULong historyGetAsset(ULong hist) = 0;
+    // (historyAdd is protected, below; PurgeUnreferencedApplications, of the applications
+    // family, stands here.)
+    // The latest date in the asset's history; 0 when it has none.
+    virtual CTime historyGetLastDate(ULong asset) = 0;
+    // "Added", "Deleted", "Changed", "Alert: Internet Activity", "Alert: Folder/File Changes"
+    // for operations 1, 2, 4, 5, 6; "Unknown Operation" for any other. Not virtual.
+    static CString GetHistoryOperation(ULong operation);
+
+    // ---- Events ----
+    // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with
+    // every event; otherwise appends the events whose history row belongs to one of `assets`.
+    // Returns the count of `ids`.
+    virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;
+    // Ties the event text to a history row; returns the new event's _ID (0 on failure).
+    virtual ULong AddEvent(const char* event, ULong hist) = 0;
+    // The event with exactly this text on this history row, or 0.
+    virtual ULong FindEvent(const char* event, ULong hist) = 0;
+    // Sends "delete * from EVENTLOG", which the supported engines refuse: the failure is
+    // reported and nothing is deleted. Kept as it is; delete events one by one instead.
+    virtual void DeleteAllEvents() = 0;
+    virtual ULong GetEventCount() = 0;
+    // text = the event's text, *hist (when not null) = its history row; an unknown event
+    // leaves both as they were.
+    virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
+    virtual void DeleteEvent(ULong event) = 0;
 
     // ---- Users ----
     virtual void SetLogonUser(const char* name) { m_strLogonUser = name ? name : ""; }
@@ -110,6 +385,12 @@ public:
     const CString& GetLogonUser() const { return m_strLogonUser; }
 
 protected:
+    // Writes one history row with code operation << 16 | (kind & 0xFFFF) and returns its _ID
+    // (0 on failure, which is reported). Key, values and a given user are cut to 256 characters;
+    // a null key or value is stored empty, a null user as the logon user (uncut).
+    virtual ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
+                             const char* value2, const char* user) = 0;
+
     // 1 when no user callback is installed, else the callback's answer.
     int CallUser(int code, CallbackValue value);
     // The callback's answer, or the platform message box's when none is installed.

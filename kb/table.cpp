@@ -44,12 +44,14 @@ void CTable::CopyFrom(const CTable& other) {
     m_nRows = other.m_nRows;
     m_nCapacity = other.m_nRows;
     m_nDeleted = other.m_nDeleted;
-    m_nHighestID = other.m_nHighestID;
+    m_nHighestID = other.GetHighestID();
+    m_bHighestKnown = true;
     m_strings = other.m_strings;
     if (m_nDeleted != 0) Purge();
     m_nChangeCount = other.m_nChangeCount;
     m_nCompactStrings = other.m_nCompactStrings;
     m_bRebuildStrings = other.m_bRebuildStrings;
+    ++m_nGeneration;
 }
 
 void CTable::TakeFrom(CTable& other) noexcept {
@@ -61,12 +63,15 @@ void CTable::TakeFrom(CTable& other) noexcept {
     m_nCapacity = std::exchange(other.m_nCapacity, 0);
     m_pCells = std::move(other.m_pCells);
     m_nHighestID = std::exchange(other.m_nHighestID, 0);
+    m_bHighestKnown = std::exchange(other.m_bHighestKnown, true);
     m_nChangeCount = other.m_nChangeCount;
     m_strings = std::move(other.m_strings);
     m_nCompactStrings = other.m_nCompactStrings;
     m_bRebuildStrings = other.m_bRebuildStrings;
     other.m_columnNames.clear();
     other.m_columnTypes.clear();
+    ++m_nGeneration;
+    ++other.m_nGeneration;
 }
 
 void CTable::Reserve(ULong capacity) {
@@ -95,16 +100,20 @@ std::uint16_t CTable::AddColumn(const char* name, std::uint16_t type) {
     m_columnTypes.push_back(type);
     m_pCells = std::move(block);
     ++m_nChangeCount;
+    ++m_nGeneration;
     return GetColumnCount();
 }
 
 ULong CTable::AddRow() {
     assert(!m_columnTypes.empty());
     ++m_nChangeCount;
+    ++m_nGeneration;
     while (m_nRows >= m_nCapacity) Reserve(DynaGrowCapacity(m_nCapacity));
     const ULong row = m_nRows;
     // New rows of the block are already zero.
-    m_pCells[Cell(row, 0)] = ++m_nHighestID;
+    m_nHighestID = GetHighestID() + 1;
+    m_bHighestKnown = true;
+    m_pCells[Cell(row, 0)] = m_nHighestID;
     for (std::uint16_t column = 1; column < GetColumnCount(); ++column) {
         if (IsTextColumn(column)) m_strings.Add("");
     }
@@ -116,6 +125,7 @@ void CTable::DeleteRow(ULong row) {
     ULong& id = m_pCells[Cell(row, 0)];
     if (id == 0) return;
     ++m_nChangeCount;
+    ++m_nGeneration;
     id = 0;
     ++m_nDeleted;
 }
@@ -129,6 +139,7 @@ void CTable::DeleteAll() {
 
 void CTable::Purge() {
     if (m_nDeleted == 0) return;
+    ++m_nGeneration;
     const std::uint16_t width = GetColumnCount();
     std::vector<std::uint16_t> textColumns;
     for (std::uint16_t column = 1; column < width; ++column) {
@@ -165,6 +176,7 @@ void CTable::Purge() {
     m_pCells = std::move(block);
     m_nRows = m_nCapacity = live;
     m_nHighestID = highest;
+    m_bHighestKnown = true;
     m_nDeleted = 0;
     RebuildIndexes();
 }
@@ -209,6 +221,14 @@ void CTable::AddIndex(CTableIndex* index) {
 
 void CTable::RemoveIndex(CTableIndex* index) { std::erase(m_indexes, index); }
 
+ULong CTable::FindHighestID() const {
+    ULong highest = 0;
+    for (ULong row = 0; row < m_nRows; ++row) highest = std::max(highest, m_pCells[Cell(row, 0)]);
+    m_nHighestID = highest;
+    m_bHighestKnown = true;
+    return highest;
+}
+
 void CTable::RebuildIndexes() {
     // A dependant may detach itself while rebuilding; walk a copy.
     const std::vector<CTableIndex*> indexes = m_indexes;
@@ -220,7 +240,9 @@ void CTable::Empty() {
     m_columnNames.clear();
     m_columnTypes.clear();
     m_nRows = m_nDeleted = m_nCapacity = m_nHighestID = 0;
+    m_bHighestKnown = true;
     m_strings.RemoveAll();
     m_strings.Add("");
     ++m_nChangeCount;
+    ++m_nGeneration;
 }

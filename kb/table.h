@@ -82,6 +82,7 @@ public:
     void SetValue(ULong row, std::uint16_t column, ULong value) {
         m_pCells[Cell(row, column)] = value;
         ++m_nChangeCount;
+        ++m_nGeneration;
     }
     // The text of a text cell; "" for an id outside the pool.
     const CString& GetText(ULong row, std::uint16_t column) const { return m_strings.GetText(GetValue(row, column)); }
@@ -91,9 +92,13 @@ public:
     ULong GetRowCount() const { return m_nRows; }
     ULong GetDeletedCount() const { return m_nDeleted; }
     ULong GetRowCapacity() const { return m_nCapacity; }
-    ULong GetHighestID() const { return m_nHighestID; }
+    // The largest ID ever given out; after a purge or a read, the largest present.
+    ULong GetHighestID() const { return m_bHighestKnown ? m_nHighestID : FindHighestID(); }
     // Raised by every change; 0 after the table is read or written.
     ULong GetChangeCount() const { return m_nChangeCount; }
+    // Raised by every change of a cell, a row, a column or the whole content, and never reset:
+    // a dependant that copies cells knows by it whether its copy still holds.
+    std::uint64_t GetGeneration() const { return m_nGeneration; }
 
     // The pool of this table's texts. Record sets intern filter texts here.
     CStringTable& GetStrings() { return m_strings; }
@@ -136,6 +141,7 @@ private:
     // Makes room for `capacity` rows; new rows are zero.
     void Reserve(ULong capacity);
     void RebuildIndexes();
+    ULong FindHighestID() const;
     void Store(CArchive& ar);
     void Load(CArchive& ar);
     void RebuildStrings();
@@ -150,8 +156,12 @@ private:
     ULong m_nCapacity = 0;
     // m_nCapacity rows of GetColumnCount() cells, row by row.
     std::unique_ptr<ULong[]> m_pCells;
-    ULong m_nHighestID = 0;
+    // A table just read learns its highest ID when first asked: finding it is a pass over
+    // every row, which would cost a large file's read as much again.
+    mutable ULong m_nHighestID = 0;
+    mutable bool m_bHighestKnown = true;
     ULong m_nChangeCount = 0;
+    std::uint64_t m_nGeneration = 0;
     CStringTable m_strings;
     ULong m_nCompactStrings = 0;
     bool m_bRebuildStrings = false;

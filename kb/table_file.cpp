@@ -95,7 +95,7 @@ void CTable::Store(CArchive& ar) {
         ar.WriteU16(m_columnTypes[column]);
     }
     ar.WriteU32(m_nRows);
-    ar.WriteU32(m_nHighestID);
+    ar.WriteU32(GetHighestID());
     const std::size_t cells = static_cast<std::size_t>(m_nRows) * m_columnTypes.size();
     if constexpr (std::endian::native == std::endian::little) {
         if (cells != 0) ar.Write(m_pCells.get(), cells * sizeof(ULong));
@@ -152,10 +152,8 @@ void CTable::Load(CArchive& ar) {
             for (std::size_t i = 0; i < cells; ++i) loaded.m_pCells[i] = __builtin_bswap32(loaded.m_pCells[i]);
         }
     }
+    loaded.m_bHighestKnown = false;
     loaded.m_nRows = loaded.m_nCapacity = rows;
-    for (ULong row = 0; row < rows; ++row) {
-        loaded.m_nHighestID = std::max(loaded.m_nHighestID, loaded.m_pCells[loaded.Cell(row, 0)]);
-    }
 
     if (loaded.m_bRebuildStrings) {
         loaded.RebuildStrings();

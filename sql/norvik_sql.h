@@ -33,13 +33,99 @@ public:
     CString GetOption(const char* key) override;
     void SetOption(const char* key, const char* value) override;
 
+    // ---- Samples ----
+    void assetDeleteSamples() override;
+    void locationDeleteSamples() override;
+
+    // ---- Asset history records ----
+    ULong EnumAssetHistoryRecords(ULong asset, CTime date, CDynaList<ULong>& ids, int unused) override;
+    int EnumAssetHistoryRecords(CDynaList<CAssetHistoryRecord>& records) override;
+
+    // ---- Location types ----
+    ULong EnumLocTypes(CDynaList<ULong>& types) override;
+    CString GetLocTypeName(ULong type) override;
+    int SetLocTypeName(ULong type, const char* name) override;
+    ULong GetLocTypeParent(ULong type) override;
+    int DeleteLocType(ULong type) override;
+    ULong GetChildLocType(ULong type) override;
+    ULong AddLocType(const char* name, ULong parent) override;
+
+    // ---- Locations ----
+    CString locGetName(ULong location) override;
+    int locSetName(ULong location, const char* name) override;
+    ULong locGetParent(ULong location) override;
+    ULong locGetType(ULong location) override;
+    CString locGetFullName(ULong location, char separator) override;
+    ULong locFind(const char* path) override;
+    ULong locFindByIP(CIPAddress ip) override;
+    ULong locAdd(const char* name, ULong parent, ULong type, CIPAddress from, CIPAddress to) override;
+    ULong locAddFull(const char* path) override;
+    int locDelete(ULong location) override;
+    int locEnum(ULong parent, CDynaList<ULong>& locations, int recursive) override;
+    int locExport(const char* file) override;
+    int locSetIpAddressRanges(ULong location, CString& from, CString& to) override;
+    CString locGetIpRangesFrom(ULong location) override;
+    CString locGetIpRangesTo(ULong location) override;
+    // 1 when `location` is `ancestor` or lies below it (always for ancestor 0), else 0.
+    int IsChildLocation(ULong location, ULong ancestor);
+
     // ---- Assets ----
+    ULong AddAsset(const char* name, ULong location, int addUserFields, int recordHistory, CTime when) override;
+    ULong FindAsset(const char* name, ULong location, int asChild) override;
+    ULong FindMatchingAssets(const char* pattern, CDynaList<ULong>& list, int includeChildren) override;
+    int assetDelete(ULong asset) override;
+    ULong CountAssets(ULong location, int unfiltered, int quick) override;
+    CString GetAssetName(ULong asset) override;
+    int SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) override;
     ULong GetAssetParent(ULong asset, int& isLocation) override;
+    int SetAssetParent(ULong asset, ULong parent, int parentIsAsset, int recordHistory, CTime when) override;
+    ULong assetEnumChildren(ULong asset, CDynaList<ULong>& list, int recursive) override;
+    ULong assetEnum(ULong location, int children, CDynaList<ULong>& list, int recursive) override;
+    ULong EnumAssetNames(CSortList& list) override;
+    int GetAssetStateFlag(ULong asset, ULong mask) override;
+    int SetAssetStateFlag(ULong asset, ULong mask, int set) override;
+    CTime GetLastAuditDate(ULong asset) override;
+    int SetLastAuditDate(ULong asset, CTime when) override;
+    CString GetAssetMacAddr(ULong asset) override;
+    int SetAssetMacAddr(ULong asset, const char* mac, int recordHistory, CTime when) override;
+    ULong FindMacAddr(const char* mac, ULong exceptAsset) const override;
+    CString GetAssetIPAddr(ULong asset) override;
+    int SetAssetIPAddr(ULong asset, CIPAddress ip, int recordHistory, CTime when) override;
+
+    // ---- User data (the operations assets need) ----
+    ULong userDataAdd(ULong group, ULong owner, const char* key, const char* value, ULong flags, int recordHistory,
+                      CTime when) override;
+    ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) override;
+
+    // ---- History ----
+    ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
+    void historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) override;
+    void historyGetDetails(ULong hist, ULong* asset, int* kind, CString& operation, CString& category, CString& key,
+                           CString& user, CString& value1, CString& value2, CString& date) override;
+    CTime historyGetDate(ULong hist) override;
+    CString historyFormatRecord(ULong hist) override;
+    ULong EnumHistoryPurge(CTime before, CDynaList<ULong>& ids) override;
+    void historyDelete(ULong hist) override;
+    int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) override;
+    ULong historyGetAsset(ULong hist) override;
+    CTime historyGetLastDate(ULong asset) override;
+
+    // ---- Events ----
+    ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
+    ULong AddEvent(const char* event, ULong hist) override;
+    ULong FindEvent(const char* event, ULong hist) override;
+    void DeleteAllEvents() override;
+    ULong GetEventCount() override;
+    void GetEventDetails(ULong event, CString& text, ULong* hist) override;
+    void DeleteEvent(ULong event) override;
 
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
 
 protected:
+    ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
+                     const char* value2, const char* user) override;
+
     int GetVer(unsigned short& major, unsigned short& minor);
     int SetVer(unsigned short major, unsigned short minor);
 
@@ -50,6 +136,55 @@ private:
     // Offers one upgrade; returns false when the caller declined or it could not run.
     bool OfferUpgrade(const char* target);
     void ClearCaches();
+
+    // The row of asset m_assetCacheId, the one-entry asset cache (empty while the marker is 0).
+    struct AssetCacheEntry {
+        CString name;
+        ULong location = 0;
+        ULong status = 0;
+        ULong category = 0;
+        ULong make = 0;
+        ULong model = 0;
+        CString serial;
+        CString macAddr;
+        CString ipAddr;
+        CTime auditDate;
+    };
+    AssetCacheEntry m_assetCache;
+
+protected:
+    // Makes the cache hold `asset` (the columns its schema version has): true when it does, false
+    // for a missing asset or a failed read (reported), the cache then empty.
+    bool LoadAssetCache(ULong asset);
+
+private:
+    // Steps of the asset operations. The first two throw CDBException, the failing statement left
+    // in `statement`; `ancestors` holds what is above the row walked, so a cycle written by hand
+    // ends the walk. CountAssetsBelow returns false when a location enumeration failed (reported).
+    void EnumChildAssets(ULong asset, CDynaList<ULong>& list, int recursive, const CDynaList<ULong>& ancestors,
+                         CString& statement);
+    bool CountAssetsBelow(ULong location, int unfiltered, int quick, const CDynaList<ULong>& ancestors, ULong& total,
+                          CString& statement);
+    // The place a move record names: a location's full name with "|", or "child of NAME".
+    CString DescribePlace(ULong parent, bool parentIsAsset);
+    // SetAssetMacAddr and SetAssetIPAddr: `column` of ASSET, cached in `field`.
+    int SetAddressColumn(ULong asset, const char* column, CString AssetCacheEntry::*field, const char* historyKey,
+                         const CString& value, int recordHistory, CTime when);
+    // userDataAdd of a built-in name: writes the ASSET column that the name stands for.
+    ULong SetBuiltInField(ULong asset, const char* key, const char* value, int recordHistory, CTime when);
+    // Field 0 of the first row of `statement` as a number; 0 when there is no row, and on a
+    // failure, which is reported with the statement.
+    ULong FirstNumberReported(const char* statement);
+    // SelectText and SelectNumber for the operations that answer one field: a failure is
+    // reported with the statement sent and gives the empty text or 0.
+    CString SelectTextReported(const char* table, const char* column, ULong id);
+    ULong SelectNumberReported(const char* table, const char* column, ULong id);
+    // The walks of locEnum and locDelete. `ancestors` holds the locations above the one walked,
+    // so a cycle written into LOCDATA by hand ends the walk instead of recursing for ever.
+    // Both throw CDBException, the failing statement left in `statement`.
+    void EnumLocationsBelow(ULong parent, CDynaList<ULong>& locations, int recursive, const CDynaList<ULong>& ancestors,
+                            CString& statement);
+    void DeleteLocationTree(ULong location, const CDynaList<ULong>& ancestors, CString& statement);
 
     int m_nVersion = 0;
     ULong m_assetCacheId = 0;

@@ -3,13 +3,19 @@
 
 #include <strings.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "platform/ctime.h"
 #include "platform/odbc_recordset.h"
 #include "sql/schema_scripts.h"
 #include "sql/sql_arguments.h"
+#include "sql/sql_database.h"
 
 namespace {
 
@@ -20,17 +26,22 @@ CDBException ProcedureError(const char* name, const char* message) {
     return CDBException(-1, CString::Formatted("%s: %s", name, message), "State:42000,Native:0,Origin:Procedure");
 }
 
+// The single integer a "select" of one value gives (the driver hands some as text).
+std::int32_t FirstValueAsInt32(CDatabase& db, const char* statement) {
+    CRecordset rs(&db);
+    rs.Open(CRecordset::forwardOnly, statement, CRecordset::executeDirect);
+    const CDBVariant& value = rs.Field(0);
+    return value.m_dwType == CDBVariant::DBVT_LONG ? value.m_lVal
+                                                   : static_cast<std::int32_t>(std::atoll(value.m_strVal.c_str()));
+}
+
 // usp_Insert(table, columns, values, OUT id): one row, its new _ID.
 std::int32_t Insert(CDatabase& db, const Arguments& args, std::int32_t* out) {
     if (args.size() != 3) throw ProcedureError("usp_Insert", "expects a table, a column list and a value list");
     db.ExecuteSQL(
         CString::Formatted("insert into %s (%s) values (%s)", args[0].c_str(), args[1].c_str(), args[2].c_str()));
-    CRecordset rs(&db);
-    rs.Open(CRecordset::forwardOnly, "select last_insert_rowid()", CRecordset::executeDirect);
-    const CDBVariant& id = rs.Field(0);
-    if (out)
-        *out = id.m_dwType == CDBVariant::DBVT_LONG ? id.m_lVal
-                                                    : static_cast<std::int32_t>(std::atoll(id.m_strVal.c_str()));
+    const std::int32_t id = FirstValueAsInt32(db, "select last_insert_rowid()");
+    if (out) *out = id;
     return 0;
 }
 
@@ -43,6 +54,42 @@ std::int32_t Clean(CDatabase& db, const Arguments& args, std::int32_t* /*out*/) 
     return 0;
 }
 
+// A whole decimal integer argument; false for anything else (or out of range).
+bool IntegerArgument(const CString& text, long* value) {
+    if (text.IsEmpty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long v = std::strtol(text.c_str(), &end, 10);
+    if (*end != '\0' || errno == ERANGE || v < INT_MIN || v > INT_MAX) return false;
+    *value = v;
+    return true;
+}
+
+// usp_PurgeAssetHist(asset, before, keepinitial, keepaudits, OUT removed): the two statements
+// of postgresql/usp_purgeassethist.sql (which says what the arguments mean), with the arguments
+// written in. The rows are counted first because the count is the procedure's answer.
+std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* out) {
+    long asset = 0, keepInitial = 0, keepAudits = 0;
+    DateTimeParts before;
+    if (args.size() != 4 || !IntegerArgument(args[0], &asset) || !IntegerArgument(args[2], &keepInitial) ||
+        !IntegerArgument(args[3], &keepAudits) || !DateTimeParts::Parse(args[1].c_str(), &before))
+        throw ProcedureError("usp_PurgeAssetHist", "expects an asset, a date and two integers");
+    // Stored dates are 'YYYYMMDD hh:mm:ss' texts, which compare as their times do; the bound
+    // is brought to the same form whatever form it came in.
+    const CString bound =
+        CSqlDatabase::SqlQuote(CString::Formatted("%4.4d%2.2d%2.2d %2.2d:%2.2d:%2.2d", before.year, before.month,
+                                                  before.day, before.hour, before.minute, before.second));
+    const CString condition = CString::Formatted(
+        "(%ld = 0 or _ASSET = %ld) and _DATE < %s and (%ld = 0 or _CODE <> 65539) and (%ld <= 0 or (select "
+        "count(distinct H._DATE) from HISTORY H where H._ASSET = HISTORY._ASSET and H._DATE > HISTORY._DATE) >= %ld)",
+        asset, asset, bound.c_str(), keepInitial, keepAudits, keepAudits);
+    const std::int32_t removed = FirstValueAsInt32(db, "select count(*) from HISTORY where " + condition);
+    db.ExecuteSQL("delete from EVENTLOG where _HISTID in (select _ID from HISTORY where " + condition + ")");
+    db.ExecuteSQL("delete from HISTORY where " + condition);
+    if (out) *out = removed;
+    return 0;
+}
+
 struct Entry {
     const char* name;
     Procedure run;
@@ -52,6 +99,7 @@ struct Entry {
 const Entry kProcedures[] = {
     {"usp_Insert", Insert, false},
     {"usp_Clean", Clean, true},
+    {"usp_PurgeAssetHist", PurgeAssetHist, true},
 };
 
 std::vector<std::pair<std::string, Procedure>>& TestProcedures() {

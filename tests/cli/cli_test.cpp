@@ -3,35 +3,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "platform/odbc_database.h"
+#include "support/cli_runner.h"
 #include "support/scratch_database.h"
 
 namespace {
 
-struct Result {
-    int exitCode;
-    std::string out;
-    std::string err;
-};
-
-std::string ReadFile(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Quoted(const std::string& word) {
-    std::string out = "'";
-    for (char c : word) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
+using Result = ToolResult;
 
 class Tool : public ::testing::Test {
 protected:
@@ -41,15 +22,9 @@ protected:
     }
     void TearDown() override { std::filesystem::remove_all(dir_); }
 
-    Result Run(const std::vector<std::string>& args) {
-        std::string command = Quoted(NORVIK_CLI_PATH);
-        for (const auto& a : args) command += " " + Quoted(a);
-        command += " >" + Quoted((dir_ / "out").string()) + " 2>" + Quoted((dir_ / "err").string()) + " </dev/null";
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(dir_ / "out"), ReadFile(dir_ / "err")};
-    }
+    Result Run(const std::vector<std::string>& args) { return RunTool(dir_, args); }
 
-    static int Lines(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
+    static int Lines(const std::string& text) { return LineCount(text); }
 
     std::filesystem::path dir_;
 };

@@ -1,5 +1,6 @@
 // Helpers shared by the Knowledge Base tests: a byte builder for hand-made table files, archive
-// round trips over memory, and a capture of the diagnostic trace.
+// round trips over memory, tables filled from literals, and captures of the diagnostic trace
+// and of the messages shown to the user.
 #pragma once
 
 #include <unistd.h>
@@ -11,8 +12,10 @@
 #include <vector>
 
 #include "common/trace.h"
+#include "kb/table.h"
 #include "platform/archive.h"
 #include "platform/file.h"
+#include "platform/ui_hooks.h"
 
 namespace kbtest {
 
@@ -110,6 +113,50 @@ public:
 
 private:
     std::string m_path;
+};
+
+// A column after ID: its name and type.
+struct Column {
+    const char* name;
+    std::uint16_t type;
+};
+
+// A table `name` with ID, then `columns`, and one row per entry of `rows` giving the cells after
+// the ID in order: the text of a text column, the decimal number of any other.
+inline CTable MakeTable(const char* name, const std::vector<Column>& columns,
+                        const std::vector<std::vector<std::string>>& rows) {
+    CTable table(name);
+    for (const Column& column : columns) table.AddColumn(column.name, column.type);
+    for (const auto& cells : rows) {
+        const ULong row = table.AddRow();
+        for (std::size_t i = 0; i < cells.size() && i < columns.size(); ++i) {
+            const auto column = static_cast<std::uint16_t>(i + 1);
+            if (columns[i].type == CTable::typeText) {
+                table.SetText(row, column, cells[i].c_str());
+            } else {
+                table.SetValue(row, column, static_cast<ULong>(std::stoll(cells[i])));
+            }
+        }
+    }
+    return table;
+}
+
+// Collects what the library shows by message box while the object lives; answers OK.
+class MessageCapture {
+public:
+    MessageCapture() {
+        platform::SetMessageBoxHook([this](const char* text, unsigned style) {
+            texts.emplace_back(text);
+            styles.push_back(style);
+            return platform::kIdOk;
+        });
+    }
+    ~MessageCapture() { platform::SetMessageBoxHook(nullptr); }
+    MessageCapture(const MessageCapture&) = delete;
+    MessageCapture& operator=(const MessageCapture&) = delete;
+
+    std::vector<std::string> texts;
+    std::vector<unsigned> styles;
 };
 
 }  // namespace kbtest

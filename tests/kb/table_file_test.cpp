@@ -252,6 +252,9 @@ TEST(TableFile, StringCheckReinternsTextsAndSortsRowsById) {
     EXPECT_EQ(plain[0].GetText(3, 1), "") << "an id past the pool reads as the empty text";
     EXPECT_EQ(plain[0].GetStrings().GetCount(), 5u);
     EXPECT_EQ(plain[0].GetHighestID(), 5u) << "taken from the cells, not the stored field";
+    CTableDatabase grown;
+    Read(grown, File({kUntidy}));
+    EXPECT_EQ(grown[0].GetValue(grown[0].AddRow(), 0), 6u) << "a new row follows the largest ID read, not the last";
 }
 
 TEST(TableFile, CompactPoolTextsSurviveAPurge) {

@@ -17,6 +17,7 @@ class TestableNorvikSql : public CNorvikSql {
 public:
     using CNorvikSql::CNorvikSql;
     using CNorvikSql::GetVer;
+    using CNorvikSql::historyAdd;
     using CNorvikSql::m_bCleanNeeded;
     using CNorvikSql::SetVer;
 };

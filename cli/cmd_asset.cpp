@@ -1,0 +1,394 @@
+// norvik asset: listing, adding, showing, renaming, moving, deleting and counting assets. Every
+// change is written to the asset's history under the name of the user running the tool.
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <vector>
+
+#include "cli/cli_context.h"
+#include "cli/resolve_asset.h"
+#include "cli/resolve_location.h"
+
+namespace cli {
+
+namespace {
+
+const char kHelp[] =
+    "usage: norvik asset list [--location LOCATION] [--recursive] [--json]\n"
+    "       norvik asset add NAME [--location LOCATION]\n"
+    "       norvik asset show ASSET [--json]\n"
+    "       norvik asset rename ASSET NAME [--station FILE]\n"
+    "       norvik asset move ASSET (--location LOCATION | --parent ASSET)\n"
+    "       norvik asset delete ASSET\n"
+    "       norvik asset count [--location LOCATION] [--filtered] [--quick] [--json]\n"
+    "An ASSET is an id or an exact name; a LOCATION an id or a path (\"HQ;Floor 2\"), 0 the root.\n"
+    "  list    every asset by name; with --location the assets placed in LOCATION, and with\n"
+    "          --recursive those of every location below it and their child assets too\n"
+    "  add     adds an asset (at the root unless --location is given), with its initial audit\n"
+    "          record and an empty value of every asset-level field; prints its id and name\n"
+    "  show    the asset's place, state, addresses, last audit and child assets\n"
+    "  rename  gives the asset a name no other asset has; --station also writes it into the\n"
+    "          station file FILE (value Name of section [Asset])\n"
+    "  move    puts the asset in a location, or attaches it to another asset as a child asset\n"
+    "  delete  deletes the asset, its child assets and everything recorded about them\n"
+    "  count   the assets of LOCATION and the locations below it (default: all assets);\n"
+    "          --filtered counts only audited kinds, --quick answers only 0, 1 or more\n";
+
+int Usage(const std::string& problem) {
+    PrintError(problem + " (see norvik asset --help)");
+    return kExitUsage;
+}
+
+int Fail(const std::string& problem) {
+    PrintError(problem);
+    return kExitFailed;
+}
+
+int Fail(const Resolved& resolved) {
+    PrintError(resolved.error);
+    return resolved.exitCode;
+}
+
+// The words after a sub-command: positionals, options with a value, and flags (value "").
+struct Arguments {
+    std::vector<std::string> positional;
+    std::map<std::string, std::string> options;
+
+    bool Has(const char* name) const { return options.count(name) != 0; }
+    const std::string& Value(const char* name) const { return options.at(name); }
+};
+
+// What a sub-command accepts, checked before the database is opened.
+struct SubCommand {
+    const char* name;
+    std::size_t minWords;
+    std::size_t maxWords;
+    std::vector<std::string> valued;  // options taking a value
+    std::vector<std::string> flags;
+};
+
+const SubCommand kSubCommands[] = {
+    {"list", 0, 0, {"--location"}, {"--recursive"}},
+    {"add", 1, 1, {"--location"}, {}},
+    {"show", 1, 1, {}, {}},
+    {"rename", 2, 2, {"--station"}, {}},
+    {"move", 1, 1, {"--location", "--parent"}, {}},
+    {"delete", 1, 1, {}, {}},
+    {"count", 0, 0, {"--location"}, {"--filtered", "--quick"}},
+};
+
+bool Listed(const std::vector<std::string>& names, const std::string& word) {
+    for (const auto& name : names)
+        if (name == word) return true;
+    return false;
+}
+
+// An error text, or empty when `words` (after the sub-command) fit `command`. After "--"
+// every word is positional, so that a name may begin with a dash.
+std::string ParseArguments(const SubCommand& command, const std::vector<std::string>& words, Arguments* out) {
+    bool literal = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (!literal && word == "--") {
+            literal = true;
+        } else if (literal || word.size() < 2 || word.compare(0, 2, "--") != 0) {
+            out->positional.push_back(word);
+        } else if (Listed(command.flags, word)) {
+            out->options[word] = std::string();
+        } else if (!Listed(command.valued, word)) {
+            return "unknown option " + word + " for asset " + command.name;
+        } else if (i + 1 >= words.size()) {
+            return word + " needs a value";
+        } else {
+            out->options[word] = words[++i];
+        }
+    }
+    if (out->positional.size() < command.minWords || out->positional.size() > command.maxWords)
+        return std::string("wrong number of arguments for asset ") + command.name;
+    return std::string();
+}
+
+// Passes every message of the library on to the terminal and remembers that one was shown:
+// the library reports its failures only that way.
+struct MessageWatch {
+    const GlobalOptions* options = nullptr;
+    bool shown = false;
+
+    static int Show(const char* text, unsigned int style, CallbackValue context) {
+        auto* self = reinterpret_cast<MessageWatch*>(context);
+        self->shown = true;
+        return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(self->options));
+    }
+};
+
+std::string DateText(CTime time) {
+    if (time.IsNever()) return "never";
+    const DateTimeParts t = time.GetLocal();
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute,
+                  t.second);
+    return text;
+}
+
+std::string JsonDate(CTime time) { return time.IsNever() ? "null" : JsonText(DateText(time)); }
+
+// What the tool tells about one asset.
+struct AssetFacts {
+    ULong id = 0;
+    std::string name;
+    ULong parentAsset = 0;  // 0 when the asset sits in a location
+    ULong location = 0;     // the location that holds it, through its parent assets
+    std::string place;      // the location's path, or "child of NAME"
+    ULong status = 0;
+    std::string mac;
+    std::string ip;
+    CTime audited;
+};
+
+// Reads assets for display, remembering the location paths already built.
+class AssetReader {
+public:
+    explicit AssetReader(CNorvikSql& db) : m_db(db) {}
+
+    AssetFacts Read(ULong id) {
+        AssetFacts facts;
+        facts.id = id;
+        facts.name = m_db.GetAssetName(id).str();
+        facts.mac = m_db.GetAssetMacAddr(id).str();
+        facts.ip = m_db.GetAssetIPAddr(id).str();
+        facts.audited = m_db.GetLastAuditDate(id);
+        // The interface answers for one bit at a time; the word is read whole. Throws CDBException.
+        facts.status = m_db.SelectNumber("ASSET", "_STATUS", id);
+        int isLocation = 1;
+        const ULong parent = m_db.GetAssetParent(id, isLocation);
+        if (isLocation) {
+            facts.location = parent;
+            facts.place = PathOf(parent);
+        } else {
+            facts.parentAsset = parent;
+            facts.place = "child of " + m_db.GetAssetName(parent).str();
+            facts.location = m_db.GetAssetLocation(id);
+        }
+        return facts;
+    }
+
+    std::string PathOf(ULong location) {
+        if (location == 0) return "(root)";
+        auto known = m_paths.find(location);
+        if (known == m_paths.end()) known = m_paths.emplace(location, m_db.locGetFullName(location, '\\').str()).first;
+        return known->second;
+    }
+
+private:
+    CNorvikSql& m_db;
+    std::map<ULong, std::string> m_paths;
+};
+
+std::string KindOf(CNorvikSql& db, ULong id) {
+    int icon = 0;
+    db.GetAssetIcon(id, &icon, nullptr);
+    if (CNorvik::IsIconPC(icon)) return "computer";
+    if (CNorvik::IsIconPeripheral(icon)) return "peripheral";
+    return "not yet audited";
+}
+
+// The asset's fields as an open JSON object: the caller adds what else it has and the "}".
+std::string FactsJson(const AssetFacts& f) {
+    return "{\"id\": " + std::to_string(f.id) + ", \"name\": " + JsonText(f.name) +
+           ", \"location\": " + std::to_string(f.location) + ", \"parent\": " + std::to_string(f.parentAsset) +
+           ", \"place\": " + JsonText(f.place) + ", \"status\": " + std::to_string(f.status) +
+           ", \"mac\": " + JsonText(f.mac) + ", \"ip\": " + JsonText(f.ip) + ", \"audited\": " + JsonDate(f.audited);
+}
+
+// The location a --location option names (the root when there is none).
+Resolved LocationOption(CNorvikSql& db, const Arguments& args) {
+    if (!args.Has("--location")) return Resolved{0, kExitOk, std::string()};
+    return ResolveLocation(db, args.Value("--location"), true);
+}
+
+// ---- The sub-commands ----
+
+int List(CNorvikSql& db, const Arguments& args, bool json) {
+    const Resolved location = LocationOption(db, args);
+    if (!location.ok()) return Fail(location);
+    CDynaList<ULong> ids;
+    if (args.Has("--location"))
+        db.assetEnum(location.id, 0, ids, args.Has("--recursive") ? 1 : 0);
+    else
+        db.assetEnum(0, 0, ids, 1);
+    AssetReader reader(db);
+    if (json) {
+        std::cout << "[";
+        for (ULong i = 0; i < ids.GetCount(); ++i)
+            std::cout << (i ? ", " : "") << FactsJson(reader.Read(ids[i])) << "}";
+        std::cout << "]\n";
+        return kExitOk;
+    }
+    TextTable table({"Id", "Name", "Place", "MAC address", "IP address", "Last audit"});
+    for (ULong id : ids) {
+        const AssetFacts f = reader.Read(id);
+        table.AddRow({std::to_string(f.id), f.name, f.place, f.mac, f.ip, DateText(f.audited)});
+    }
+    table.Print(std::cout, {0});
+    return kExitOk;
+}
+
+int Add(CNorvikSql& db, const Arguments& args) {
+    const std::string& name = args.positional[0];
+    const Resolved location = LocationOption(db, args);
+    if (!location.ok()) return Fail(location);
+    if (const ULong existing = db.FindAsset(name.c_str(), 0, 1))
+        return Fail("an asset named '" + name + "' already exists (id " + std::to_string(existing) + ")");
+    const ULong id = db.AddAsset(name.c_str(), location.id, 1, 1, CTime::GetCurrentTime());
+    if (id == 0) return kExitFailed;
+    std::cout << id << "  " << name << '\n';
+    return kExitOk;
+}
+
+int Show(CNorvikSql& db, ULong id, bool json) {
+    AssetReader reader(db);
+    const AssetFacts f = reader.Read(id);
+    CDynaList<ULong> children;
+    db.assetEnumChildren(id, children, 0);
+    const std::string kind = KindOf(db, id);
+    if (json) {
+        std::cout << FactsJson(f) << ", \"kind\": " << JsonText(kind) << ", \"children\": [";
+        for (ULong i = 0; i < children.GetCount(); ++i) std::cout << (i ? ", " : "") << children[i];
+        std::cout << "]}\n";
+        return kExitOk;
+    }
+    char status[16];
+    std::snprintf(status, sizeof status, "0x%05X", f.status);
+    std::string childText;
+    for (ULong child : children) {
+        if (!childText.empty()) childText += ", ";
+        childText += db.GetAssetName(child).str() + " (" + std::to_string(child) + ")";
+    }
+    TextTable table({"Field", "Value"});
+    table.AddRow({"Id", std::to_string(f.id)});
+    table.AddRow({"Name", f.name});
+    table.AddRow({"Place", f.place});
+    if (f.parentAsset != 0) table.AddRow({"Location", reader.PathOf(f.location)});
+    table.AddRow({"Kind", kind});
+    table.AddRow({"Status", status});
+    table.AddRow({"MAC address", f.mac});
+    table.AddRow({"IP address", f.ip});
+    table.AddRow({"Last audit", DateText(f.audited)});
+    table.AddRow({"Child assets", childText.empty() ? "none" : childText});
+    table.Print(std::cout);
+    return kExitOk;
+}
+
+int Rename(CNorvikSql& db, ULong id, const Arguments& args) {
+    const std::string& name = args.positional[1];
+    const ULong existing = db.FindAsset(name.c_str(), 0, 1);
+    if (existing != 0 && existing != id)
+        return Fail("an asset named '" + name + "' already exists (id " + std::to_string(existing) + ")");
+    const std::string oldName = db.GetAssetName(id).str();
+    const char* station = args.Has("--station") ? args.Value("--station").c_str() : nullptr;
+    if (!db.SetAssetName(id, name.c_str(), station, 1, CTime::GetCurrentTime())) return kExitFailed;
+    std::cout << "renamed asset " << id << " from '" << oldName << "' to '" << name << "'\n";
+    return kExitOk;
+}
+
+int Move(CNorvikSql& db, ULong id, const Arguments& args) {
+    const bool toAsset = args.Has("--parent");
+    const Resolved target = toAsset ? ResolveAsset(db, args.Value("--parent")) : LocationOption(db, args);
+    if (!target.ok()) return Fail(target);
+    if (toAsset) {
+        for (ULong above = target.id; above != 0;) {
+            if (above == id) return Fail("an asset cannot be attached below itself");
+            int isLocation = 1;
+            const ULong next = db.GetAssetParent(above, isLocation);
+            if (isLocation) break;
+            above = next;
+        }
+    }
+    if (!db.SetAssetParent(id, target.id, toAsset ? 1 : 0, 1, CTime::GetCurrentTime())) return kExitFailed;
+    AssetReader reader(db);
+    std::cout << "moved '" << db.GetAssetName(id).c_str() << "' to " << reader.Read(id).place << '\n';
+    return kExitOk;
+}
+
+int Delete(CNorvikSql& db, ULong id) {
+    const std::string name = db.GetAssetName(id).str();
+    CDynaList<ULong> children;
+    db.assetEnumChildren(id, children, 1);
+    // Children follow their parent in the list: deleting from the end takes every child
+    // before the asset it is attached to.
+    for (ULong i = children.GetCount(); i > 0; --i)
+        if (!db.assetDelete(children[i - 1])) return kExitFailed;
+    if (!db.assetDelete(id)) return kExitFailed;
+    db.Clean();
+    std::cout << "deleted '" << name << "'";
+    if (children.GetCount() != 0) std::cout << " and " << children.GetCount() << " child asset(s)";
+    std::cout << '\n';
+    return kExitOk;
+}
+
+int Count(CNorvikSql& db, const Arguments& args, bool json) {
+    const Resolved location = LocationOption(db, args);
+    if (!location.ok()) return Fail(location);
+    const ULong count = db.CountAssets(location.id, args.Has("--filtered") ? 0 : 1, args.Has("--quick") ? 1 : 0);
+    if (json)
+        std::cout << "{\"count\": " << count << "}\n";
+    else
+        std::cout << count << '\n';
+    return kExitOk;
+}
+
+}  // namespace
+
+int RunAsset(Context& context) {
+    if (context.WantsHelp()) {
+        std::cout << kHelp;
+        return kExitOk;
+    }
+    if (context.args.empty()) return Usage("asset needs a command: list, add, show, rename, move, delete or count");
+    const SubCommand* command = nullptr;
+    for (const SubCommand& candidate : kSubCommands)
+        if (context.args[0] == candidate.name) command = &candidate;
+    if (!command) return Usage("unknown asset command " + context.args[0]);
+    Arguments args;
+    const std::string problem =
+        ParseArguments(*command, std::vector<std::string>(context.args.begin() + 1, context.args.end()), &args);
+    if (!problem.empty()) return Usage(problem);
+    const std::string sub = command->name;
+    if ((sub == "add" && args.positional[0].empty()) || (sub == "rename" && args.positional[1].empty()))
+        return Usage("an asset name may not be empty");
+    if (sub == "move" && args.Has("--location") == args.Has("--parent"))
+        return Usage("asset move needs either --location or --parent");
+
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    MessageWatch watch;
+    watch.options = &context.options;
+    db->SetMsgBoxCallback(MessageWatch::Show, reinterpret_cast<CallbackValue>(&watch));
+    if (const char* user = std::getenv("USER"); user && *user) db->SetLogonUser(user);
+
+    const bool json = context.options.json;
+    int result = kExitOk;
+    try {
+        if (sub == "list") {
+            result = List(*db, args, json);
+        } else if (sub == "add") {
+            result = Add(*db, args);
+        } else if (sub == "count") {
+            result = Count(*db, args, json);
+        } else {
+            const Resolved asset = ResolveAsset(*db, args.positional[0]);
+            if (!asset.ok()) return Fail(asset);
+            if (sub == "show") result = Show(*db, asset.id, json);
+            if (sub == "rename") result = Rename(*db, asset.id, args);
+            if (sub == "move") result = Move(*db, asset.id, args);
+            if (sub == "delete") result = Delete(*db, asset.id);
+        }
+    } catch (const CDBException& e) {
+        return Fail("cannot read the assets: " + e.m_strError.str());
+    }
+    // A failure the library reported makes the run fail even where its result looked fine.
+    return result == kExitOk && watch.shown ? kExitFailed : result;
+}
+
+}  // namespace cli

@@ -1,0 +1,243 @@
+// Assets: adding, deleting, renaming, moving and the column writes of table ASSET, each change
+// recorded through historyAdd. The reads and the asset cache are in assets.cpp.
+#include "platform/ui_hooks.h"
+#include "sql/norvik_sql.h"
+#include "sql/sql_recordset.h"
+#include "sql/station_file.h"
+
+namespace {
+
+int AsInt(ULong value) { return static_cast<int>(value); }
+
+// The tables whose rows carry the deleted asset in _ASSET, in the order they are emptied.
+const char* const kAssetTables[] = {"APPINST", "HISTORY", "HW", "IECOOKIE", "IEHIST", "SWCAPTURE", "SWLINK"};
+
+// History kinds (icon codes) of the records written here.
+constexpr int kKindPlace = 2;
+constexpr int kKindAsset = 3;
+constexpr int kKindAddress = 15;
+
+}  // namespace
+
+ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, int recordHistory, CTime when) {
+    // FindAsset's lookup of any asset of the name, done here so that a failed read ends the call
+    // instead of reading as "not found" and inserting a second asset of the name. Only _ID is
+    // fetched: every added asset pays for this read, and a whole row costs several times more.
+    CString statement = CString::Formatted("select _ID from ASSET where _NAME=%s", SqlQuote(name).c_str());
+    try {
+        ULong asset = 0;
+        {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) asset = rs.NumberAt(0);
+        }
+        if (asset == 0) {
+            const CString values =
+                CString::Formatted("%s,%d,%d", SqlQuote(name).c_str(), AsInt(location), AsInt(kAssetNew));
+            statement = CString::Formatted("{?=call usp_Insert('ASSET','_NAME,_LOCATION,_STATUS',%s,?)}",
+                                           SqlQuote(values).c_str());
+            asset = InsertRecord("ASSET", "_NAME,_LOCATION,_STATUS", values);
+            m_assetCacheId = 0;
+            if (recordHistory) historyAdd(asset, when, kHistAdded, kKindAsset, name, nullptr, nullptr, nullptr);
+        }
+        if (!addUserFields) return asset;
+
+        struct Field {
+            ULong group;
+            CString key;
+            ULong flags;
+        };
+        CDynaList<Field> fields;
+        statement = CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0",
+                                       AsInt(kUserDataAsset));
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            fields.Add(Field{rs.NumberAt(0), rs.TextAt(1), rs.NumberAt(2)});
+        const CTime now = CTime::GetCurrentTime();
+        for (const Field& field : fields) userDataAdd(field.group, asset, field.key, "", field.flags, 0, now);
+        return asset;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+int CNorvikSql::assetDelete(ULong asset) {
+    // Rows with _ASSET 0 belong to no asset (the hardware skeleton among them): never cascade.
+    if (asset == 0) return 0;
+    platform::CWaitCursor wait;
+    CString statement = CString::Formatted("select _NAME from ASSET where _ID = %d", AsInt(asset));
+    try {
+        bool found = false;
+        CString name;
+        {
+            CSqlRecordset rs(this, statement);
+            found = !rs.IsEOF();
+            if (found) name = rs.TextAt(0);
+        }
+        statement = CString::Formatted("delete from ASSET where _ID = %d", AsInt(asset));
+        ExecuteStatement(statement);
+        m_assetCacheId = 0;
+        for (const char* table : kAssetTables) {
+            statement = CString::Formatted("delete from %s where _ASSET=%d", table, AsInt(asset));
+            ExecuteStatement(statement);
+        }
+        statement =
+            "delete from EVENTLOG where EVENTLOG._ID not in (select EVENTLOG._ID from EVENTLOG JOIN HISTORY ON "
+            "EVENTLOG._HISTID = HISTORY._ID)";
+        ExecuteStatement(statement);
+        statement = CString::Formatted("delete from USERDATA where _OWNER = %d and _FLAGS = %d", AsInt(asset),
+                                       AsInt(kUserDataAsset));
+        ExecuteStatement(statement);
+        // LIKE, not "=", as sites know it: wildcards in the name take other discovered entries
+        // along. Without the row (a deletion run again after a failure) the name is unknown, and
+        // an empty pattern would take the unnamed entries.
+        if (found) {
+            statement = CString::Formatted("delete from DISCOVER where _ASSET like %s", SqlQuote(name).c_str());
+            ExecuteStatement(statement);
+        }
+        m_bCleanNeeded = 1;
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+void CNorvikSql::assetDeleteSamples() {
+    const CString condition = CString::Formatted("(_FLAGS & %d) > 0", AsInt(kAssetSampleFlag));
+    CDynaList<ULong> samples;
+    try {
+        EnumIds("ASSET", condition, samples);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, "select _ID from ASSET where " + condition);
+        return;
+    }
+    for (ULong asset : samples)
+        if (!assetDelete(asset)) return;
+}
+
+int CNorvikSql::SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) {
+    if (!LoadAssetCache(asset)) return 0;
+    const CString oldName = m_assetCache.name;
+    const CString statement =
+        CString::Formatted("update ASSET set _NAME = %s where _ID = %d", SqlQuote(name).c_str(), AsInt(asset));
+    try {
+        ExecuteStatement(statement);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+    if (m_assetCacheId == asset) m_assetCache.name = name ? name : "";
+    int result = 1;
+    if (stationFile && *stationFile) {
+        try {
+            WriteStationValue(stationFile, "Asset", "Name", name);
+        } catch (const CFileException& e) {
+            HandleException(e, e.GetErrorMessage());
+            result = 0;
+        }
+    }
+    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindAsset, "Name", oldName, name, nullptr);
+    return result;
+}
+
+CString CNorvikSql::DescribePlace(ULong parent, bool parentIsAsset) {
+    if (parentIsAsset) return CString::Formatted("child of %s", GetAssetName(parent).c_str());
+    // "|" separates levels in history values; they are shown with ">".
+    return locGetFullName(parent, '|');
+}
+
+int CNorvikSql::SetAssetParent(ULong asset, ULong parent, int parentIsAsset, int recordHistory, CTime when) {
+    if (!LoadAssetCache(asset)) return 0;
+    const ULong oldParent = m_assetCache.location;
+    const bool wasChild = (m_assetCache.status & kAssetChild) != 0;
+    const bool toAsset = parentIsAsset != 0;
+    if (oldParent == parent && wasChild == toAsset) return 1;
+    if (toAsset) {
+        // An asset may not end up below itself: GetAssetLocation would never reach a location.
+        for (ULong above = parent; above != 0;) {
+            if (above == asset) return 0;
+            int isLocation = 1;
+            const ULong next = GetAssetParent(above, isLocation);
+            if (isLocation) break;
+            above = next;
+        }
+        if (!LoadAssetCache(parent)) return 0;
+    }
+    CString oldPlace;
+    CString newPlace;
+    if (recordHistory) {
+        oldPlace = DescribePlace(oldParent, wasChild);
+        newPlace = DescribePlace(parent, toAsset);
+    }
+    const CString statement =
+        CString::Formatted("update ASSET set _LOCATION=%d where _ID=%d", AsInt(parent), AsInt(asset));
+    try {
+        ExecuteStatement(statement);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+    if (m_assetCacheId == asset) m_assetCache.location = parent;
+    SetAssetStateFlag(asset, kAssetChild, toAsset ? 1 : 0);
+    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindPlace, m_szLocation, oldPlace, newPlace, nullptr);
+    return 1;
+}
+
+int CNorvikSql::SetAssetStateFlag(ULong asset, ULong mask, int set) {
+    if (!LoadAssetCache(asset)) return 0;
+    const int previous = (m_assetCache.status & mask) != 0 ? 1 : 0;
+    if (set == previous) return previous;
+    const ULong status = set ? (m_assetCache.status | mask) : (m_assetCache.status & ~mask);
+    const CString statement =
+        CString::Formatted("update ASSET set _STATUS = %d where _ID = %d", AsInt(status), AsInt(asset));
+    try {
+        ExecuteStatement(statement);
+        m_assetCache.status = status;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return previous;
+}
+
+int CNorvikSql::SetLastAuditDate(ULong asset, CTime when) {
+    // The time 0 means "never": stored as null, so that it reads back as 0.
+    const CString date = when.IsNever() ? CString("null") : SqlTime(when);
+    const CString statement =
+        CString::Formatted("update ASSET set _AUDDATE=%s where _ID=%d", date.c_str(), AsInt(asset));
+    try {
+        ExecuteStatement(statement);
+        m_assetCacheId = 0;
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+int CNorvikSql::SetAddressColumn(ULong asset, const char* column, CString AssetCacheEntry::*field,
+                                 const char* historyKey, const CString& value, int recordHistory, CTime when) {
+    if (!LoadAssetCache(asset)) return 0;
+    const CString oldValue = m_assetCache.*field;
+    if (oldValue == value) return 1;
+    const CString statement =
+        CString::Formatted("update ASSET set %s=%s where _ID=%d", column, SqlQuote(value).c_str(), AsInt(asset));
+    try {
+        ExecuteStatement(statement);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+    m_assetCache.*field = value;
+    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindAddress, historyKey, oldValue, value, nullptr);
+    return 1;
+}
+
+int CNorvikSql::SetAssetMacAddr(ULong asset, const char* mac, int recordHistory, CTime when) {
+    return SetAddressColumn(asset, "_MACADDR", &AssetCacheEntry::macAddr, "Primary MAC Address", CString(mac),
+                            recordHistory, when);
+}
+
+int CNorvikSql::SetAssetIPAddr(ULong asset, CIPAddress ip, int recordHistory, CTime when) {
+    return SetAddressColumn(asset, "_IPADDR", &AssetCacheEntry::ipAddr, "Primary IP Address", ip.GetAsText(),
+                            recordHistory, when);
+}

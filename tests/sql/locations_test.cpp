@@ -1,0 +1,363 @@
+// Locations on both engines: paths, the tree walks, address ranges, deletion with the assets
+// of a whole subtree, the export file, and names that carry quotes, wildcards and 8-bit bytes.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/engine_test.h"
+
+namespace {
+
+class Locations : public EngineTest {
+protected:
+    void SetUp() override {
+        EngineTest::SetUp();
+        db_->SetCompanyName("Example Works");
+    }
+
+    ULong AddAsset(const char* name, ULong location) {
+        return db_->InsertRecord(
+            "ASSET", "_NAME,_LOCATION,_STATUS",
+            CString::Formatted("%s,%d,0", CSqlDatabase::SqlQuote(name).c_str(), static_cast<int>(location)));
+    }
+    // The names of the assets whose _LOCATION is `location`, sorted.
+    std::vector<std::string> AssetsAt(ULong location) {
+        CDynaList<ULong> ids;
+        db_->EnumIds("ASSET", CString::Formatted("_LOCATION = %d", static_cast<int>(location)), ids);
+        std::vector<std::string> names;
+        for (ULong id : ids) names.push_back(db_->SelectText("ASSET", "_NAME", id).str());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    ULong Rows(const char* table) {
+        CDynaList<ULong> ids;
+        return db_->EnumIds(table, "", ids);
+    }
+    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+};
+
+TEST_P(Locations, FullNamesJoinTheLevelsBelowTheRoot) {
+    const ULong room = db_->locAddFull("Site;Building;Room");
+    const ULong building = db_->locGetParent(room);
+    const ULong site = db_->locGetParent(building);
+    ASSERT_NE(room, 0u);
+    EXPECT_EQ(db_->locGetParent(site), 0u);
+    EXPECT_STREQ(db_->locGetFullName(room, '\\').c_str(), "Site\\Building\\Room");
+    EXPECT_STREQ(db_->locGetFullName(room, ';').c_str(), "Site;Building;Room");
+    EXPECT_STREQ(db_->locGetFullName(site, '\\').c_str(), "Site");
+    EXPECT_STREQ(db_->locGetFullName(0, '\\').c_str(), "(None)");
+    EXPECT_STREQ(db_->locGetFullName(room + 100, '\\').c_str(), "(None)");
+    EXPECT_STREQ(db_->locGetName(0).c_str(), "Example Works");
+    EXPECT_STREQ(db_->locGetName(building).c_str(), "Building");
+    EXPECT_STREQ(db_->locGetName(room + 100).c_str(), "");
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, FindTakesEitherSeparatorAndStopsAtTheFirstEmptyName) {
+    const ULong room = db_->locAddFull("Site;Building;Room");
+    const ULong site = db_->locFind("Site");
+    ASSERT_NE(site, 0u);
+    EXPECT_EQ(db_->locFind("Site;Building;Room"), room);
+    EXPECT_EQ(db_->locFind("Site\\Building\\Room"), room);
+    EXPECT_EQ(db_->locFind("Site;Building\\Room"), room);
+    EXPECT_EQ(db_->locFind("\\Site\\Building"), 0u) << "a leading separator gives an empty first name";
+    EXPECT_EQ(db_->locFind(";Site"), 0u);
+    EXPECT_EQ(db_->locFind("Site;;Building"), site);
+    EXPECT_EQ(db_->locFind("Site\\"), site);
+    EXPECT_EQ(db_->locFind("Site;Nowhere;Room"), 0u);
+    EXPECT_EQ(db_->locFind("Building"), 0u) << "paths start at the top level";
+    EXPECT_EQ(db_->locFind(""), 0u);
+    EXPECT_EQ(db_->locFind(nullptr), 0u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, AddFullOfAnExistingPathReturnsItAndAddsNothing) {
+    const ULong room = db_->locAddFull("Site;Building;Room");
+    const ULong locations = Rows("LOCDATA");
+    const ULong types = Rows("LOCTYPE");
+    EXPECT_EQ(db_->locAddFull("Site\\Building\\Room"), room);
+    EXPECT_EQ(db_->locAddFull(";Site;;Building;Room;"), room) << "empty names are skipped";
+    EXPECT_EQ(Rows("LOCDATA"), locations);
+    EXPECT_EQ(Rows("LOCTYPE"), types);
+    EXPECT_EQ(db_->locAddFull(""), 0u);
+}
+
+TEST_P(Locations, AddFullBelowTheDeepestTypeAddsOneNewLocationType) {
+    const ULong siteType = db_->AddLocType("Site", 0);
+    const ULong buildingType = db_->AddLocType("Building", siteType);
+    const ULong building = db_->locAddFull("HQ;North");
+    EXPECT_EQ(db_->locGetType(db_->locFind("HQ")), siteType);
+    EXPECT_EQ(db_->locGetType(building), buildingType);
+    EXPECT_EQ(Rows("LOCTYPE"), 2u);
+
+    const ULong room = db_->locAddFull("HQ;North;Room 1");
+    ASSERT_EQ(Rows("LOCTYPE"), 3u);
+    const ULong newType = db_->locGetType(room);
+    EXPECT_STREQ(db_->GetLocTypeName(newType).c_str(), "New Location Type");
+    EXPECT_EQ(db_->GetLocTypeParent(newType), buildingType);
+    EXPECT_EQ(db_->locGetParent(room), building);
+
+    // The next room at that depth takes the type now there.
+    EXPECT_EQ(db_->locGetType(db_->locAddFull("HQ;North;Room 2")), newType);
+    EXPECT_EQ(Rows("LOCTYPE"), 3u);
+    EXPECT_STREQ(db_->locGetIpRangesFrom(room).c_str(), "");
+    EXPECT_STREQ(db_->locGetIpRangesTo(room).c_str(), "");
+}
+
+TEST_P(Locations, EnumListsChildrenByNameThenEachSubtree) {
+    const ULong a1x = db_->locAddFull("A;A1;A1x");
+    const ULong a1 = db_->locGetParent(a1x);
+    const ULong a = db_->locGetParent(a1);
+    const ULong b1 = db_->locAddFull("B;B1");
+    const ULong b = db_->locGetParent(b1);
+    const ULong a2 = db_->locAddFull("A;A2");
+
+    CDynaList<ULong> list;
+    list.Add(999);  // appended to, never emptied
+    EXPECT_EQ(db_->locEnum(0, list, 1), 1);
+    EXPECT_EQ(Ids(list), (std::vector<ULong>{999, a, b, a1, a2, a1x, b1}));
+
+    CDynaList<ULong> children;
+    EXPECT_EQ(db_->locEnum(a, children, 0), 1);
+    EXPECT_EQ(Ids(children), (std::vector<ULong>{a1, a2}));
+}
+
+TEST_P(Locations, AncestryCountsALocationAsItsOwnChild) {
+    const ULong room = db_->locAddFull("Site;Building;Room");
+    const ULong building = db_->locGetParent(room);
+    const ULong other = db_->locAddFull("Other");
+    const std::function<int(ULong, ULong)> forms[] = {
+        [&](ULong location, ULong ancestor) { return db_->IsChildLocation(location, ancestor); },
+        [&](ULong location, ULong ancestor) { return db_->locIsChildOf(location, ancestor); },
+    };
+    for (const auto& isChild : forms) {
+        EXPECT_EQ(isChild(room, building), 1);
+        EXPECT_EQ(isChild(room, room), 1);
+        EXPECT_EQ(isChild(room, 0), 1);
+        EXPECT_EQ(isChild(building, room), 0);
+        EXPECT_EQ(isChild(room, other), 0);
+    }
+}
+
+TEST_P(Locations, DeleteMovesEveryAssetOfTheSubtreeToTheParent) {
+    const ULong room = db_->locAddFull("Site;Building;Floor;Room");
+    const ULong floor2 = db_->locAddFull("Site;Building;Floor 2");
+    const ULong floor = db_->locGetParent(room);
+    const ULong building = db_->locGetParent(floor);
+    const ULong site = db_->locGetParent(building);
+    const ULong other = db_->locAddFull("Other");
+    AddAsset("in building", building);
+    AddAsset("on floor", floor);
+    AddAsset("in room", room);
+    AddAsset("on floor 2", floor2);
+    AddAsset("at site", site);
+    AddAsset("elsewhere", other);
+
+    EXPECT_EQ(db_->locDelete(building), 1);
+    EXPECT_EQ(AssetsAt(site),
+              (std::vector<std::string>{"at site", "in building", "in room", "on floor", "on floor 2"}));
+    EXPECT_EQ(AssetsAt(other), (std::vector<std::string>{"elsewhere"}));
+    CDynaList<ULong> left;
+    db_->locEnum(0, left, 1);
+    EXPECT_EQ(Ids(left), (std::vector<ULong>{other, site}));
+
+    // A top-level location hands its assets to the root.
+    EXPECT_EQ(db_->locDelete(site), 1);
+    EXPECT_EQ(AssetsAt(0).size(), 5u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, FindByIpMatchesThroughASecondRange) {
+    const ULong hq = db_->locAddFull("HQ");
+    db_->locAddFull("No ranges");
+    CString from = "10.0.0.1;10.0.1.1";
+    CString to = "10.0.0.9;10.0.1.9";
+    ASSERT_EQ(db_->locSetIpAddressRanges(hq, from, to), 1);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("10.0.1.5"))), hq);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("10.0.1.1"))), hq) << "both ends belong to the range";
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("10.0.1.9"))), hq);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("10.0.0.10"))), 0u) << "between the two ranges";
+    EXPECT_EQ(db_->locFindByIP(CIPAddress()), 0u);
+
+    // Addresses above 127.255.255.255 compare as unsigned numbers.
+    const ULong lab = db_->locAdd("Lab", hq, 0, CIPAddress(CString("200.1.1.10")), CIPAddress(CString("200.1.1.20")));
+    EXPECT_STREQ(db_->locGetIpRangesFrom(lab).c_str(), "200.1.1.10");
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("200.1.1.15"))), lab);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("100.1.1.15"))), 0u);
+}
+
+TEST_P(Locations, RangesOfUnequalLengthPairUpToTheShorterList) {
+    const ULong hq = db_->locAddFull("HQ");
+    CString from = "1.1.1.1;2.2.2.2;3.3.3.3";
+    CString to = "1.1.1.9;2.2.2.9";
+    ASSERT_EQ(db_->locSetIpAddressRanges(hq, from, to), 1);
+    CDynaList<CIPAddress> lows;
+    CDynaList<CIPAddress> highs;
+    lows.Add(CIPAddress(CString("9.9.9.9")));
+    highs.Add(CIPAddress(CString("9.9.9.9")));
+    EXPECT_EQ(db_->locEnumIpAddressRanges(hq, lows, highs), 3u) << "appended to what the list held";
+    ASSERT_EQ(highs.GetCount(), 3u);
+    EXPECT_STREQ(lows[2].GetAsText().c_str(), "2.2.2.2");
+    EXPECT_STREQ(highs[2].GetAsText().c_str(), "2.2.2.9");
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("3.3.3.3"))), 0u) << "a low end without its high end is no range";
+
+    CDynaList<CIPAddress> none;
+    CDynaList<CIPAddress> none2;
+    EXPECT_EQ(db_->locEnumIpAddressRanges(db_->locAddFull("Bare"), none, none2), 0u);
+}
+
+TEST_P(Locations, RangesTooLongForTheColumnAreRefusedAndTheOldOnesStay) {
+    const ULong hq = db_->locAddFull("HQ");
+    CString from = "10.0.0.1";
+    CString to = "10.0.0.9";
+    ASSERT_EQ(db_->locSetIpAddressRanges(hq, from, to), 1);
+    std::string longList;
+    while (longList.size() < 300) longList += "10.10.10.10;";
+    CString longFrom(longList);
+    CString longTo(longList);
+    EXPECT_EQ(db_->locSetIpAddressRanges(hq, longFrom, longTo), 0);
+    ASSERT_EQ(messages_.size(), 1u);
+    EXPECT_NE(messages_[0].find("SQL String : update LOCDATA set _IPFROM='10.10.10.10;"), std::string::npos)
+        << messages_[0];
+    EXPECT_STREQ(db_->locGetIpRangesFrom(hq).c_str(), "10.0.0.1");
+}
+
+TEST_P(Locations, ExportWritesTheTreeAndItsAssetsByteForByte) {
+    const ULong site = db_->locAddFull("Site");
+    CString from = "10.0.0.1;10.0.1.1";
+    CString to = "10.0.0.9;10.0.1.9";
+    db_->locSetIpAddressRanges(site, from, to);
+    db_->locAddFull("Site;Building");
+    const ULong room = db_->locAddFull("Site;Building;Room, east");
+    const ULong annex = db_->locAddFull("Site;Annex");
+    db_->locAddFull("Depot");
+    AddAsset("zed", 0);
+    AddAsset("alpha", 0);
+    AddAsset("pc-2", site);
+    AddAsset("pc-1", site);
+    AddAsset("printer", room);
+    AddAsset("O'Neil's 100% caf\xE9", annex);
+
+    const auto file = std::filesystem::temp_directory_path() / ("norvik_export_" + std::to_string(getpid()) + ".csv");
+    ASSERT_EQ(db_->locExport(file.c_str()), 1) << AllMessages();
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    std::filesystem::remove(file);
+    EXPECT_EQ(text.str(),
+              "LOCATION,IP ADDRESS FROM,IP ADDRESS TO,ASSET NAME\n"
+              ",,,alpha\n"
+              ",,,zed\n"
+              "Depot,,,\n"
+              "Site,10.0.0.1;10.0.1.1,10.0.0.9;10.0.1.9,pc-1\n"
+              "Site,10.0.0.1;10.0.1.1,10.0.0.9;10.0.1.9,pc-2\n"
+              "Site\\Annex,,,O'Neil's 100% caf\xE9\n"
+              "Site\\Building,,,\n"
+              "Site\\Building\\Room, east,,,printer\n");
+}
+
+TEST_P(Locations, ExportToAFileThatCannotBeCreatedWritesNothing) {
+    EXPECT_EQ(db_->locExport("/nonexistent-folder/locations.csv"), 0);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, QuotesWildcardsAndHighBytesSurviveEveryRoundTrip) {
+    const std::string names[] = {"O'Neil's", "100% \"done\"", "caf\xE9 \x80\xFF", "a_b*?[x]", "it''s"};
+    for (const std::string& name : names) {
+        const std::string path = "Top;" + name;
+        const ULong id = db_->locAddFull(path.c_str());
+        ASSERT_NE(id, 0u) << name << AllMessages();
+        EXPECT_EQ(db_->locFind(path.c_str()), id) << name;
+        EXPECT_EQ(db_->locGetName(id).str(), name);
+        EXPECT_EQ(db_->locGetFullName(id, '\\').str(), "Top\\" + name);
+        const std::string renamed = name + " (" + name + ")";
+        ASSERT_EQ(db_->locSetName(id, renamed.c_str()), 1);
+        EXPECT_EQ(db_->locFind(("Top\\" + renamed).c_str()), id) << renamed;
+    }
+    // Names compare exactly, never as patterns.
+    EXPECT_EQ(db_->locFind("Top;100%"), 0u);
+    EXPECT_EQ(db_->locFind("Top;a_b*?[y] (a_b*?[x])"), 0u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, PathsLongerThanTheBufferAreCutNotOverrun) {
+    const std::string longName(1100, 'n');
+    const ULong id = db_->locAddFull(("Top;" + longName).c_str());
+    ASSERT_NE(id, 0u) << AllMessages();
+    EXPECT_EQ(db_->locGetName(id).str(), std::string(1023 - 4, 'n'));
+    EXPECT_EQ(db_->locFind(("Top;" + longName).c_str()), id) << "cut the same way on the way back";
+
+    // Many short levels: those past the buffer's end are dropped.
+    std::string path;
+    for (int i = 0; path.size() < 2000; ++i) path += "level" + std::to_string(i) + "\\";
+    const ULong deep = db_->locAddFull(path.c_str());
+    ASSERT_NE(deep, 0u);
+    EXPECT_EQ(db_->locGetFullName(deep, '\\').str(), path.substr(0, 1023));
+    EXPECT_EQ(db_->locFind(path.c_str()), deep);
+}
+
+TEST_P(Locations, DeleteSamplesRemovesOnlySampleLocations) {
+    const ULong sampleRoom = db_->locAddFull("Sample Site;Sample Room");
+    const ULong sampleSite = db_->locGetParent(sampleRoom);
+    db_->locAddFull("Sampler");
+    const ULong real = db_->locAddFull("Real;Sample Shelf");
+    AddAsset("demo pc", sampleRoom);
+    AddAsset("shelf pc", real);
+    db_->locationDeleteSamples();
+    EXPECT_EQ(db_->locFind("Sample Site"), 0u);
+    EXPECT_EQ(db_->locGetName(sampleSite).str(), "");
+    EXPECT_NE(db_->locFind("Sampler"), 0u);
+    EXPECT_NE(db_->locFind("Real"), 0u);
+    EXPECT_EQ(db_->locFind("Real;Sample Shelf"), 0u);
+    EXPECT_EQ(AssetsAt(0), (std::vector<std::string>{"demo pc"}));
+    EXPECT_EQ(AssetsAt(db_->locFind("Real")), (std::vector<std::string>{"shelf pc"}));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Locations, ACycleWrittenByHandEndsEveryWalk) {
+    const ULong b = db_->locAddFull("A;B");
+    const ULong a = db_->locGetParent(b);
+    db_->ExecuteStatement(
+        CString::Formatted("update LOCDATA set _PARENT = %d where _ID = %d", static_cast<int>(b), static_cast<int>(a)));
+    CDynaList<ULong> list;
+    EXPECT_EQ(db_->locEnum(a, list, 1), 1);
+    EXPECT_STREQ(db_->locGetFullName(b, '\\').c_str(), "A\\B");
+    EXPECT_EQ(db_->IsChildLocation(a, 999), 0);
+    EXPECT_EQ(db_->locIsChildOf(a, 999), 0);
+    EXPECT_EQ(db_->locDelete(a), 1);
+    EXPECT_EQ(Rows("LOCDATA"), 0u);
+}
+
+TEST_P(Locations, FailuresReachTheMessageBoxWithTheStatement) {
+    db_->ExecuteStatement("drop table LOCDATA");
+    EXPECT_EQ(db_->locFind("Site;Room"), 0u);
+    ASSERT_EQ(messages_.size(), 1u);
+    EXPECT_EQ(messages_[0].rfind("ODBC Error code -1\nError : ", 0), 0u) << messages_[0];
+    EXPECT_NE(messages_[0].find("\nSQL String : select * from LOCDATA where _PARENT = 0 and _NAME = 'Site'"),
+              std::string::npos)
+        << messages_[0];
+    EXPECT_EQ(styles_[0], 48u);
+
+    CDynaList<ULong> list;
+    EXPECT_EQ(db_->locEnum(0, list, 1), 0);
+    EXPECT_EQ(list.GetCount(), 0u);
+    EXPECT_STREQ(db_->locGetFullName(3, ';').c_str(), "(None)");
+    EXPECT_EQ(db_->locAddFull("Site"), 0u);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(1u)), 0u);
+    EXPECT_EQ(db_->locDelete(3), 0);
+    const auto file = std::filesystem::temp_directory_path() / ("norvik_export_" + std::to_string(getpid()) + ".csv");
+    EXPECT_EQ(db_->locExport(file.c_str()), 0);
+    std::filesystem::remove(file);
+    EXPECT_EQ(messages_.size(), 7u) << AllMessages();
+}
+
+NORVIK_ON_BOTH_ENGINES(Locations);
+
+}  // namespace

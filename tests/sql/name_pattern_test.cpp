@@ -1,0 +1,44 @@
+// The wildcard rule of asset-name patterns, case by case.
+#include <gtest/gtest.h>
+
+#include "sql/name_pattern.h"
+
+namespace {
+
+TEST(NamePattern, StarAndQuestionMarkAreTheOnlyWildcards) {
+    const struct {
+        const char* pattern;
+        const char* name;
+        bool matches;
+    } cases[] = {
+        {"", "", true},
+        {"", "a", false},
+        {"*", "", true},
+        {"*", "anything at all", true},
+        {"PC-*", "pc-0042", true},
+        {"PC-*", "XPC-1", false},
+        {"*-1", "PC-1", true},
+        {"*-1", "PC-12", false},
+        {"?", "", false},
+        {"?", "x", true},
+        {"??", "x", false},
+        {"a*b*c", "a-b-b-c", true},
+        {"a*b*c", "a-b-b-c-", false},
+        {"*a*a*a*b", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", false},
+        {"**x", "x", true},
+        {"100%", "100%", true},
+        {"100%", "1000", false},
+        {"a_c", "abc", false},
+        {"a_c", "a_c", true},
+        {"[ab]", "a", false},
+        {"caf\xC9", "CAF\xC9", true},
+        {"caf\xC9", "caf\xE9", false},  // only ASCII letters ignore case
+        {"?\xFF", "\x80\xFF", true},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(MatchNamePattern(c.pattern, c.name), c.matches) << '"' << c.pattern << "\" on \"" << c.name << '"';
+    EXPECT_TRUE(MatchNamePattern(nullptr, ""));
+    EXPECT_TRUE(MatchNamePattern("*", nullptr));
+}
+
+}  // namespace

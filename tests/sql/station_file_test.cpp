@@ -1,0 +1,62 @@
+// The station-file update, from file contents before to file contents after.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "platform/exceptions.h"
+#include "sql/station_file.h"
+
+namespace {
+
+class StationFileWrite : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path_ = std::filesystem::temp_directory_path() / ("norvik_station_write_" + std::to_string(getpid()));
+    }
+    void TearDown() override { std::filesystem::remove(path_); }
+    std::string After(const char* before, const char* value) {
+        std::filesystem::remove(path_);
+        if (before) std::ofstream(path_, std::ios::binary) << before;
+        WriteStationValue(path_.c_str(), "Asset", "Name", value);
+        std::ifstream in(path_, std::ios::binary);
+        std::stringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+    std::filesystem::path path_;
+};
+
+TEST_F(StationFileWrite, OnlyTheNameOfTheAssetSectionChanges) {
+    const struct {
+        const char* before;  // null: no file
+        const char* after;
+    } cases[] = {
+        {nullptr, "[Asset]\nName=PC'2\n"},
+        {"", "[Asset]\nName=PC'2\n"},
+        {"[Asset]\nName=old\n", "[Asset]\nName=PC'2\n"},
+        {"[asset]\n  name = old \nSerial=1\n", "[asset]\nName=PC'2\nSerial=1\n"},
+        {"[Other]\nName=x\n[Asset]\nName=old\n", "[Other]\nName=x\n[Asset]\nName=PC'2\n"},
+        {"[Asset]\nSerial=1\n\n[Other]\nA=1\n", "[Asset]\nSerial=1\nName=PC'2\n\n[Other]\nA=1\n"},
+        {"[Other]\nA=1", "[Other]\nA=1\n[Asset]\nName=PC'2\n"},
+        {"[Asset]\nName=old", "[Asset]\nName=PC'2\n"},
+        {"[Asset]\nName=old\n; tail", "[Asset]\nName=PC'2\n; tail"},
+        {"[Asset]\r\nName=old\r\n", "[Asset]\r\nName=PC'2\r\n"},
+        {"; Name=not an entry\n[Asset] ; comment\nX=1\n", "; Name=not an entry\n[Asset] ; comment\nX=1\nName=PC'2\n"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(After(c.before, "PC'2"), c.after) << (c.before ? c.before : "(no file)");
+    EXPECT_EQ(After("[Asset]\nName=old\n", "caf\xE9"), "[Asset]\nName=caf\xE9\n");
+}
+
+TEST_F(StationFileWrite, ALineBreakInTheValueIsRefusedAndTheFileKept) {
+    std::ofstream(path_, std::ios::binary) << "[Asset]\nName=old\n";
+    EXPECT_THROW(WriteStationValue(path_.c_str(), "Asset", "Name", "two\nlines"), CFileException);
+    std::ifstream in(path_, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    EXPECT_EQ(text.str(), "[Asset]\nName=old\n");
+}
+
+}  // namespace

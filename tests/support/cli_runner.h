@@ -1,0 +1,19 @@
+// Runs the norvik tool as a user would, from a shell with no terminal on stdin, and captures
+// its exit code and everything it printed. For the test programs that define NORVIK_CLI_PATH.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+struct ToolResult {
+    int exitCode;  // -1 when the tool did not exit normally
+    std::string out;
+    std::string err;
+};
+
+// Runs the tool with `args` (each passed as one word); its output goes through files in `dir`.
+ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::string>& args);
+
+// The number of line ends in `text`.
+int LineCount(const std::string& text);
