@@ -1,6 +1,7 @@
 # Norvik: the data-access library of the audit suite and the norvik tool.
 #   make demo    build, then create and describe an audit database from nothing
-#   make test    build (normal and sanitizer), check formatting, run every test on both engines
+#   make test    build (normal and sanitizer), check formatting, run every test on both engines,
+#                then a short run of every fuzz target
 #   make bench   build and run the benchmarks
 #   make format  apply .clang-format to the sources
 JOBS ?= $(shell nproc)
@@ -33,6 +34,7 @@ format:
 
 test: build build-asan check-format
 	scripts/with-pg-cluster.sh scripts/run-tests.sh
+	scripts/run-fuzz.sh build-fuzz
 
 bench: deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNORVIK_BUILD_BENCH=ON -DNORVIK_BUILD_TESTS=OFF >/dev/null
@@ -40,4 +42,4 @@ bench: deps
 	scripts/with-pg-cluster.sh scripts/run-bench.sh build-bench
 
 clean:
-	rm -rf build build-asan build-bench out
+	rm -rf build build-asan build-bench build-fuzz out

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake make clang clang-format
+    build-essential cmake make clang clang-format libclang-rt-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     unixodbc unixodbc-dev libsqliteodbc odbc-postgresql
     postgresql sqlite3
