@@ -24,7 +24,18 @@ bool Context::WantsHelp() const {
     return false;
 }
 
-CNorvikSql* Context::OpenDatabase() {
+namespace {
+
+// The user callback of an opened database: code 1 carries a status line of an upgrade.
+int PrintStatusLine(int code, CallbackValue value, CallbackValue context) {
+    if (code == 1 && value != 0)
+        *reinterpret_cast<std::ostream*>(context) << reinterpret_cast<const char*>(value) << std::endl;
+    return 1;
+}
+
+}  // namespace
+
+CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
     if (options.dsn.empty()) {
         if (options.dbFile.find_first_of(";{}") != std::string::npos) {
             PrintError("the database file name may not contain ';', '{' or '}': " + options.dbFile);
@@ -39,6 +50,7 @@ CNorvikSql* Context::OpenDatabase() {
     }
     m_db = std::make_unique<CNorvikSql>(m_kb);
     m_db->SetMsgBoxCallback(TerminalMessageBox, reinterpret_cast<CallbackValue>(&options));
+    if (statusOut) m_db->SetCallback(PrintStatusLine, reinterpret_cast<CallbackValue>(statusOut));
     if (!m_db->Open(ConnectionString().c_str(), nullptr, 0x4)) {
         m_db.reset();
         return nullptr;

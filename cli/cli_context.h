@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,8 @@ public:
     std::string DatabaseName() const;
 
     // Opens the Audit Database; prints one line on stderr and returns null when it cannot.
-    CNorvikSql* OpenDatabase();
+    // An upgrade run by the open writes its status lines to `statusOut` when it is set.
+    CNorvikSql* OpenDatabase(std::ostream* statusOut = nullptr);
 
     bool WantsHelp() const;
 
@@ -61,5 +63,7 @@ int RunLocation(Context& context);  // cmd_location.cpp
 int RunAsset(Context& context);     // cmd_asset.cpp
 int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
+int RunHw(Context& context);        // cmd_hw.cpp
+int RunUpgrade(Context& context);   // cmd_upgrade.cpp
 
 }  // namespace cli

@@ -32,8 +32,11 @@ const char kUsage[] =
     "  asset list|add|show|rename|move|delete|count ...   assets and their places\n"
     "  history ASSET [--details] | history purge --before DATE\n"
     "                              the change history of assets\n"
+    "  hw ASSET [--path P] | hw set ASSET PATH KEY VALUE [--flags F] | hw history ASSET\n"
+    "                              an asset's hardware tree, one value, its hardware changes\n"
     "  kb info|dump|query FILE ... a Knowledge Base table file: versions and tables, the rows\n"
     "                              of a table, or those a query selects\n"
+    "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -43,10 +46,16 @@ struct Verb {
 };
 
 const Verb kVerbs[] = {
-    {"init", cli::RunInit},         {"info", cli::RunInfo},
-    {"option", cli::RunOption},     {"loctype", cli::RunLocType},
-    {"location", cli::RunLocation}, {"asset", cli::RunAsset},
-    {"history", cli::RunHistory},   {"kb", cli::RunKb},
+    {"init", cli::RunInit},
+    {"info", cli::RunInfo},
+    {"option", cli::RunOption},
+    {"loctype", cli::RunLocType},
+    {"location", cli::RunLocation},
+    {"asset", cli::RunAsset},
+    {"history", cli::RunHistory},
+    {"kb", cli::RunKb},
+    {"hw", cli::RunHw},
+    {"upgrade", cli::RunUpgrade},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

@@ -3,6 +3,7 @@
 // already hold, so they are reproduced exactly rather than tidied.
 #include "common/formatting.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -88,6 +89,23 @@ CString FormatMegabytes(std::int32_t megabytes) {
 }
 
 CString FormatMHz(ULong megahertz) { return CString::Formatted("%u MHz", megahertz); }
+
+ULong RoundCpuSpeed(ULong megahertz) {
+    if (megahertz < 100) return megahertz;
+    // 64-bit: three times the largest 32-bit speed does not fit in 32 bits.
+    const std::uint64_t mhz = megahertz;
+    const std::uint64_t third = mhz * 3 / 100;  // the 33 1/3 step at or below
+    const std::uint64_t fifty = mhz / 50;       // the 50 step at or below
+    const std::uint64_t candidates[] = {third * 100 / 3, (third + 1) * 100 / 3, fifty * 50, (fifty + 1) * 50};
+    std::uint64_t best = candidates[0];
+    for (const std::uint64_t step : candidates) {
+        const std::uint64_t distance = step > mhz ? step - mhz : mhz - step;
+        const std::uint64_t bestDistance = best > mhz ? best - mhz : mhz - best;
+        if (distance < bestDistance || (distance == bestDistance && step > best)) best = step;
+    }
+    // The step above the largest speeds can pass 32 bits; such a value is no real clock anyway.
+    return best > 0xFFFFFFFFu ? megahertz : static_cast<ULong>(best);
+}
 
 // ---- Processor names ----------------------------------------------------------------------
 

@@ -43,6 +43,14 @@ NORVIK_API CString FormatBytes(ULong bytes);
 NORVIK_API CString FormatMegabytes(std::int32_t megabytes);
 // "%u MHz".
 NORVIK_API CString FormatMHz(ULong megahertz);
+// A measured processor clock brought to the speed it was sold at, as the hardware tree stores it.
+// Processors are marketed in steps of 50 MHz and of 33 1/3 MHz (the latter truncated to whole
+// megahertz: 133, 166, 233, 266, ..., 2333, 2666, 3333), so a measurement a few megahertz off
+// (2793, 1995, 2128) lands on the nearest such step (2800, 2000, 2133); halfway between two steps
+// the higher one wins. Below 100 MHz, where clocks followed no common step (16, 25, 40, 75, 90),
+// and for 0 (no speed known) the value is returned unchanged. Steps are at most 34 MHz apart, so
+// the result is never more than 17 MHz from the measurement.
+NORVIK_API ULong RoundCpuSpeed(ULong megahertz);
 
 // ---- Processor names ----------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "common/dynalist.h"
+#include "common/hw_list.h"
 #include "common/ipaddress.h"
 #include "common/sortlist.h"
 #include "interface/asset_history_record.h"
@@ -316,7 +317,7 @@ public:
     static constexpr ULong kHistChanged = 4;
     static constexpr ULong kHistInitialAudit = 0x10003;
 
-    // (StoreHwHistory, of the hardware family, stands first here.)
+    // (StoreHwHistory stands first here; it is declared with the hardware operations.)
     // Records the applications found in `newList` but not in `oldList` ("Added %s") and those
     // gone ("Deleted %s"), names compared exactly, as the logon user. Sorts unsorted lists.
     virtual void StoreAppHistory(ULong asset, CSortList& oldList, CSortList& newList, CTime date);
@@ -373,6 +374,102 @@ public:
     // leaves both as they were.
     virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
     virtual void DeleteEvent(ULong event) = 0;
+
+    // (Of the History family, declared beside the hardware operations it serves.)
+    // Records what an audit changed in an asset's hardware, comparing the snapshot `oldList`
+    // with `newList` (both as hwEnumAll gives them) item by item, items matched by their
+    // path.key name (exact comparison). An item only in newList is "added" (operation 1,
+    // value1 = the new value); one in both with another value (exact comparison) "changed"
+    // (operation 4, value1 old, value2 new); one only in oldList "deleted" (operation 2,
+    // value1 = the old value). Each record is dated `date`, keyed "path|key" as hwSetVal keys
+    // its records, written as the logon user, and of the kind hwIconFromFlags gives for the
+    // item's flags (the new item's for a change). Additions and changes come in newList's
+    // order, then deletions in oldList's. A failed write is reported and the rest still run.
+    virtual void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) = 0;
+
+    // ---- Hardware ----
+    // HW is one tree: category nodes (kHwCategory, _ASSET 0) form the skeleton every asset
+    // shares; value nodes (one asset's items: a key and a value text) hang below them. Paths
+    // name categories from the root down, joined by a delimiter the caller chooses.
+    static constexpr ULong kHwCategory = 0x0001;       // skeleton node; path walks match only these
+    static constexpr ULong kHwExcluded = 0x0004;       // left out of hwEnumAll on request
+    static constexpr ULong kHwIconMask = 0x0FF0;       // (flags >> 4) & 0xFF: hardware icon table index
+    static constexpr ULong kHwDisplayMask = 0xF000;    // how hwValueAsString shows the value
+    static constexpr ULong kHwShowBytes = 0x2000;      // FormatBytes
+    static constexpr ULong kHwShowMegabytes = 0x3000;  // FormatMegabytes
+    static constexpr ULong kHwShowDate = 0x4000;       // a time value, FormatDate with '/'
+    static constexpr ULong kHwShowIPv4 = 0x5000;       // a 32-bit address, dotted
+    static constexpr ULong kHwShowMHz = 0x7000;        // FormatMHz
+    // The icon of a hardware node: entry (flags >> 4) & 0xFF of the hardware icon table (34
+    // entries). Writers keep that index below 34; a larger one gives the first entry (15).
+    static int hwIconFromFlags(ULong flags);
+
+    // Appends the children of `parent` (0 = the roots) that `asset` can see, as (key, _ID,
+    // _FLAGS): categories and the asset's values (asset 0: the skeleton's own values), in no
+    // defined order; only nodes with a non-empty key whose flags share a bit with `mask` (a
+    // value with flags 0 is never listed). Categories holding no value of the asset at any
+    // depth (hwIsEmpty) are left out. Items already in the list are kept as
+    // they are. Returns 1, also after a failure (reported), with what was read so far.
+    virtual int hwEnum(ULong asset, ULong parent, CSortList& list, ULong mask) = 0;
+    // Appends every value node of `asset` (with `exclude`, those without kHwExcluded) in the
+    // database's row order: its parent, category path joined by "|", key, stored value and
+    // flags. Returns the list's count.
+    virtual int hwEnumAll(ULong asset, CHwList& list, int exclude) = 0;
+    // Appends one item per asset holding item `key` under `parent`: (value, asset, the value
+    // read as an integer). A value whose flags have any bit of 0x5000 under a key ending in
+    // "IP Address" is shown dotted. Returns the list's count.
+    virtual int hwEnumByAsset(ULong parent, const char* key, CSortList& list) = 0;
+    // The category names from the root down to `node` joined by `separator` (value nodes add
+    // nothing of their own: a value's path is its category's). Empty for 0 and on failure.
+    virtual CString hwCatAsString(ULong node, char separator) = 0;
+    // The node's value as shown to people (the formatting overload of CNorvikSql); empty for a
+    // missing node.
+    virtual CString hwValueAsString(ULong node) = 0;
+    // The node's _FLAGS; 0 for a missing node.
+    virtual ULong hwFlags(ULong node) = 0;
+    // 1 when no value node (of `asset`, or a skeleton value) lies anywhere below `category`,
+    // also when it has no children; 0 otherwise and on failure.
+    virtual int hwIsEmpty(ULong asset, ULong category) = 0;
+    // Site-wide views of the tree, across every asset. Each appends and returns the list's count.
+    // 1. The nodes one level below `parent`: first its child categories whose flags share a bit
+    //    with `mask`, as (key, _ID, _FLAGS); then each item key that any asset holds there, once,
+    //    as (key, 0, _FLAGS of its first row).
+    virtual int hwEnumGlobal(ULong parent, ULong mask, CSortList& list) = 0;
+    // 2. Form 3 for the item `path` names: its last piece (after the last `delimiter`) is the
+    //    key, the rest the category path as hwFind walks it (no delimiter: a key at the roots).
+    virtual int hwEnumGlobal(const char* path, char delimiter, CSortList& list, int withAssetNames);
+    // 3. What the assets hold under `key` below `parent`. When `key` names a category there,
+    //    form 1 of that category (mask: every bit). Otherwise one item per asset's value:
+    //    without names (value, asset, the value read as an integer); with names ("NAME	VALUE",
+    //    asset, the value read as an integer), in the database's order. Values follow the
+    //    "IP Address" rule of hwEnumByAsset.
+    virtual int hwEnumGlobal(ULong parent, const char* key, CSortList& list, int withAssetNames) = 0;
+    // The deepest category reached walking `path` (pieces cut at `delimiter`) from the roots; a
+    // piece that matches no category is skipped, so "A|Missing|B" finds B directly under A.
+    // 0 when no piece matched or on failure.
+    virtual ULong hwFind(const char* path, char delimiter) = 0;
+    // The node keyed `key` that `asset` has under `parent`; 0 when absent or on failure.
+    virtual ULong hwFind(ULong parent, ULong asset, const char* key) = 0;
+    // Walks `path` as hwFind does, creating each missing piece as a skeleton node with `flags`
+    // (which should hold kHwCategory) under the node reached so far. Returns the last node's
+    // _ID; 0 on failure (the pieces created stay).
+    virtual ULong hwAdd(const char* path, char delimiter, ULong flags) = 0;
+    // Stores `value` as `asset`'s item `key` under `parent`: an existing node gets the new value
+    // (flags unchanged), else a node is inserted with `flags` (key and value cut to 255
+    // characters). Returns the node's _ID; 0 on failure.
+    virtual ULong hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) = 0;
+    // Replaces the node's value. With `history`, writes a "changed" record dated `when` for the
+    // node's asset: key "path|key", old and new value, kind hwIconFromFlags of the node's
+    // flags; returns that record's _ID. Without history returns 0. 0 on failure.
+    virtual ULong hwSetVal(ULong node, const char* value, int history, CTime when) = 0;
+    // Deletes every value node of `asset`; the skeleton stays. 1 when done, 0 on failure.
+    virtual int hwDelete(ULong asset) = 0;
+    // The display value of the asset's item `key` directly under the category "Operating
+    // System"; empty when the category or the item is absent.
+    virtual CString osFindValue(ULong asset, const char* key);
+    // Appends the asset's items directly under "Operating System" as (key, _ID, _FLAGS).
+    // Returns the list's count.
+    virtual int osEnumValues(ULong asset, CSortList& list);
 
     // ---- Users ----
     virtual void SetLogonUser(const char* name) { m_strLogonUser = name ? name : ""; }

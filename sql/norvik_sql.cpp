@@ -20,15 +20,12 @@ void CNorvikSql::ClearCaches() {
     m_swFileCacheId = 0;
 }
 
-bool CNorvikSql::OfferUpgrade(const char* target) {
+bool CNorvikSql::OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)()) {
     const CString question = CString::Formatted(
         "Yor database will now be upgraded to v%s\nThis may take some time.\n\nDo you wish to continue?", target);
     if (MsgBox(question, platform::kMbIconQuestion | platform::kMbYesNo) != platform::kIdYes) return false;
-    // The conversions of older schemas are not part of this build: say so instead of
-    // opening a database this library cannot read correctly.
-    MsgBox(CString::Formatted("The upgrade to v%s is not available in this version of Norvik.", target),
-           platform::kMbIconStop);
-    return false;
+    (this->*upgrade)();
+    return true;
 }
 
 int CNorvikSql::Open(const char* dsn, const char* /*ignored*/, ULong flags) {
@@ -46,11 +43,17 @@ int CNorvikSql::Open(const char* dsn, const char* /*ignored*/, ULong flags) {
         struct Offer {
             unsigned short minor;
             const char* target;
+            void (CNorvikSql::*upgrade)();
         };
-        for (const Offer offer : {Offer{8, "7.0.9"}, Offer{10, "7.1.1"}, Offer{12, "7.1.4"}}) {
+        const Offer offers[] = {{8, "7.0.9", &CNorvikSql::Update708to709},
+                                {10, "7.1.1", &CNorvikSql::Update710to711},
+                                {12, "7.1.4", &CNorvikSql::Update712to714}};
+        // Each upgrade writes 7.14 when it completes, so at most one runs; one that stopped early
+        // leaves the version as it was and the database ends with the "needs upgrading" message.
+        for (const Offer& offer : offers) {
             if (major != 7) break;
             if (minor != offer.minor) continue;
-            if (!OfferUpgrade(offer.target)) return 0;
+            if (!OfferUpgrade(offer.target, offer.upgrade)) return 0;
             GetVer(major, minor);
         }
         const int version = major * 100 + minor;
@@ -72,6 +75,7 @@ int CNorvikSql::Open(const char* dsn, const char* /*ignored*/, ULong flags) {
     } catch (const CDBException& e) {
         HandleException(e, nullptr);
         m_bOpen = 0;
+        m_nVersion = 0;  // an upgrade that failed may have cached a version it did not keep
         return 0;
     }
 }

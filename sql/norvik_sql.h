@@ -119,6 +119,32 @@ public:
     void GetEventDetails(ULong event, CString& text, ULong* hist) override;
     void DeleteEvent(ULong event) override;
 
+    // (Of the History family; it compares hardware snapshots.)
+    void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) override;
+
+    // ---- Hardware ----
+    int hwEnum(ULong asset, ULong parent, CSortList& list, ULong mask) override;
+    int hwEnumAll(ULong asset, CHwList& list, int exclude) override;
+    int hwEnumByAsset(ULong parent, const char* key, CSortList& list) override;
+    CString hwCatAsString(ULong node, char separator) override;
+    CString hwValueAsString(ULong node) override;
+    ULong hwFlags(ULong node) override;
+    int hwIsEmpty(ULong asset, ULong category) override;
+    using CNorvik::hwEnumGlobal;
+    int hwEnumGlobal(ULong parent, ULong mask, CSortList& list) override;
+    int hwEnumGlobal(ULong parent, const char* key, CSortList& list, int withAssetNames) override;
+    ULong hwFind(const char* path, char delimiter) override;
+    ULong hwFind(ULong parent, ULong asset, const char* key) override;
+    ULong hwAdd(const char* path, char delimiter, ULong flags) override;
+    ULong hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) override;
+    ULong hwSetVal(ULong node, const char* value, int history, CTime when) override;
+    int hwDelete(ULong asset) override;
+    // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
+    // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
+    // The text is read as a 32-bit integer first (leading blanks, an optional sign and the
+    // leading digits, wrapping as unsigned). `value` is replaced by the result, which is returned.
+    virtual CString hwValueAsString(ULong flags, CString& value);
+
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
 
@@ -129,12 +155,24 @@ protected:
     int GetVer(unsigned short& major, unsigned short& minor);
     int SetVer(unsigned short major, unsigned short minor);
 
+    // ---- Schema upgrades ----
+    // [upgrades-family]
+    // Called by Open on an open connection when the user accepted the offer; each reports its
+    // start through CallUser(1, text), converts the data in place and writes version 7.14.
+    // Update710to711 and Update712to714 stop without a change and without writing the version
+    // when HW has no "Hardware" category with a "CPU" child. A failing statement throws
+    // CDBException; what already ran stays and the version is not written (upgrades.cpp).
+    void Update708to709();
+    void Update710to711();
+    void Update712to714();
+
     // Set by deletions that leave orphaned rows; Clean runs usp_Clean only while it is set.
     int m_bCleanNeeded = 0;
 
 private:
-    // Offers one upgrade; returns false when the caller declined or it could not run.
-    bool OfferUpgrade(const char* target);
+    // Asks whether to upgrade to `target` and runs `upgrade` on Yes; false when the user declined.
+    // The upgrade's CDBException passes through to Open.
+    bool OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)());
     void ClearCaches();
 
     // The row of asset m_assetCacheId, the one-entry asset cache (empty while the marker is 0).

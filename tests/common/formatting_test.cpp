@@ -164,6 +164,37 @@ TEST(CpuNameFormatting, NormaliseCpuName) {
     for (const auto& [input, expected] : cases) EXPECT_EQ(NormaliseCpuName(input), expected) << input;
 }
 
+TEST(CpuSpeedRounding, MeasuredClocksLandOnTheMarketedStep) {
+    const std::pair<ULong, ULong> cases[] = {
+        {0, 0},
+        {16, 16},
+        {75, 75},
+        {99, 99},  // below the stepped range: kept
+        {100, 100},
+        {132, 133},
+        {166, 166},
+        {167, 166},  // 33 1/3 steps are truncated
+        {183, 200},
+        {149, 150},
+        {451, 450},
+        {798, 800},  // halfway goes up; 50 MHz steps
+        {1995, 2000},
+        {2128, 2133},
+        {2327, 2333},
+        {2394, 2400},
+        {2660, 2666},
+        {2793, 2800},
+        {2992, 3000},
+        {3192, 3200},
+        {3333, 3333},
+        {3466, 3466},
+        {3508, 3500},
+        {4712, 4700},
+        {0xFFFFFFFF, 0xFFFFFFFF},  // the step above would not fit: left as it is
+    };
+    for (const auto& [measured, expected] : cases) EXPECT_EQ(RoundCpuSpeed(measured), expected) << measured;
+}
+
 TEST(FormattingIsNumericText, AcceptsDigitsWithOptionalSignAndPoint) {
     const struct {
         const char* text;

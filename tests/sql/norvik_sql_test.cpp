@@ -66,13 +66,12 @@ TEST_P(OpenDatabase, DeclinedUpgradeReturnsZeroButLeavesTheConnectionOpen) {
     }
 }
 
-TEST_P(OpenDatabase, AcceptedUpgradeSaysItIsNotAvailableAndChangesNothing) {
+TEST_P(OpenDatabase, AcceptedUpgradeRunsAndOpensAtTheRequiredVersion) {
     SetStoredVersion(7, 8);
     answer_ = 6;  // Yes
-    EXPECT_FALSE(OpenBackEnd(*db_));
-    ASSERT_EQ(messages_.size(), 2u);
-    EXPECT_NE(messages_[1].find("not available"), std::string::npos) << messages_[1];
-    EXPECT_EQ(db_->GetVer(), 708);
+    EXPECT_TRUE(OpenBackEnd(*db_)) << AllMessages();
+    ASSERT_EQ(messages_.size(), 1u) << "the offer, then no further question";
+    EXPECT_EQ(db_->GetVer(), 714);
 }
 
 TEST_P(OpenDatabase, WrongConnectionStringIsReportedAndClearsTheOpenFlag) {
@@ -119,6 +118,10 @@ TEST_P(OlderSchema, CreatedOldSchemaIsOfferedItsUpgrade) {
     EXPECT_FALSE(OpenBackEnd(*db_));
     ASSERT_EQ(messages_.size(), 1u);
     EXPECT_NE(messages_[0].find("v7.0.9"), std::string::npos);
+    answer_ = 6;  // Yes
+    auto accepted = MakeBackEnd();
+    EXPECT_TRUE(OpenBackEnd(*accepted)) << AllMessages();
+    EXPECT_EQ(accepted->GetVer(), 714);
 }
 
 NORVIK_ON_BOTH_ENGINES(OlderSchema);

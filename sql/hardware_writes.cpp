@@ -1,0 +1,142 @@
+// Hardware tree, writes: creating category paths, storing and changing values (with their
+// history records), deleting an asset's values, and recording a whole audit's differences.
+#include <string>
+#include <unordered_map>
+
+#include "common/token.h"
+#include "common/trace.h"
+#include "sql/norvik_sql.h"
+#include "sql/sql_recordset.h"
+
+namespace {
+
+// HW's text columns as the value form of hwAdd writes them.
+constexpr int kHwTextWidth = 255;
+
+// The trace options of the diagnostic scope that hwAdd opens for parent 9 of asset 0.
+constexpr ULong kHwDiagnosticTrace = 13;
+
+}  // namespace
+
+ULong CNorvikSql::hwAdd(const char* path, char delimiter, ULong flags) {
+    CString statement;
+    try {
+        ULong parent = 0;
+        CString rest = path ? path : "";
+        while (!rest.IsEmpty()) {
+            const CString token = ExtractToken(rest, delimiter, true, false, false);
+            statement =
+                CString::Formatted("select _ID from HW where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s",
+                                   static_cast<int>(parent), static_cast<int>(kHwCategory), SqlQuote(token).c_str());
+            ULong found = 0;
+            {
+                CSqlRecordset rs(this, statement);
+                if (!rs.IsEOF()) found = rs.NumberAt(0);
+            }
+            if (found == 0) {
+                // _ASSET is left to its default, 0: categories belong to no asset.
+                statement = CString::Formatted("%d,%d,%s", static_cast<int>(parent), static_cast<int>(flags),
+                                               SqlQuote(token).c_str());
+                found = InsertRecord("HW", "_PARENT,_FLAGS,_KEY", statement);
+            }
+            parent = found;
+        }
+        return parent;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+ULong CNorvikSql::hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) {
+    CString statement;
+    if (parent == 9 && asset == 0) {
+        // A diagnostic hook kept from the tool's history: it marks the trace file (when one is
+        // open) and flushes it, and changes nothing else.
+        EnterTraceScope(kHwDiagnosticTrace);
+        LeaveTraceScope();
+        TraceFlush();
+        statement = "xy\\s";
+    }
+    statement = CString::Formatted("select _ID from HW where _PARENT=%d and _ASSET=%d and _KEY=%s",
+                                   static_cast<int>(parent), static_cast<int>(asset), SqlQuote(key).c_str());
+    try {
+        ULong node = 0;
+        {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) node = rs.NumberAt(0);
+        }
+        if (node != 0) {
+            statement = CString::Formatted("update HW set _VAL=%s where _ID=%d", SqlQuote(value).c_str(),
+                                           static_cast<int>(node));
+            ExecuteStatement(statement);
+            return node;
+        }
+        statement = CString::Formatted("%d,%d,%d,%s,%s", static_cast<int>(parent), static_cast<int>(asset),
+                                       static_cast<int>(flags), SqlQuote(key, kHwTextWidth).c_str(),
+                                       SqlQuote(value, kHwTextWidth).c_str());
+        return InsertRecord("HW", "_PARENT,_ASSET,_FLAGS,_KEY,_VAL", statement);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+ULong CNorvikSql::hwSetVal(ULong node, const char* value, int history, CTime when) {
+    CString statement;
+    try {
+        CString oldValue;
+        if (history) {
+            statement = CString::Formatted("select _VAL from HW where _ID = %d", static_cast<int>(node));
+            oldValue = SelectText("HW", "_VAL", node);
+        }
+        statement =
+            CString::Formatted("update HW set _VAL=%s where _ID=%d", SqlQuote(value).c_str(), static_cast<int>(node));
+        ExecuteStatement(statement);
+        if (!history) return 0;
+
+        statement = CString::Formatted("select _KEY,_FLAGS,_ASSET from HW where _ID = %d", static_cast<int>(node));
+        const CString key = SelectText("HW", "_KEY", node);
+        const CString path = hwCatAsString(node, '|') + "|" + key;
+        const int icon = hwIconFromFlags(SelectNumber("HW", "_FLAGS", node));
+        const ULong asset = SelectNumber("HW", "_ASSET", node);
+        return historyAdd(asset, when, kHistChanged, icon, path, oldValue, value, nullptr);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+int CNorvikSql::hwDelete(ULong asset) {
+    const CString statement = CString::Formatted("delete from HW where _ASSET=%d", static_cast<int>(asset));
+    try {
+        return ExecuteStatement(statement);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+void CNorvikSql::StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) {
+    // The first item of a name wins, in both lists, so a snapshot that holds a name twice (a
+    // key repeated under one category by hand) still gives one record per name.
+    std::unordered_map<std::string, const CHwItem*> before;
+    for (const CHwItem& item : oldList) before.emplace(item.Name().str(), &item);
+    std::unordered_map<std::string, const CHwItem*> after;
+    for (const CHwItem& item : newList) {
+        if (!after.emplace(item.Name().str(), &item).second) continue;
+        const auto old = before.find(item.Name().str());
+        if (old == before.end())
+            historyAdd(asset, date, kHistAdded, hwIconFromFlags(item.flags), item.HistoryKey(), item.value, nullptr,
+                       nullptr);
+        else if (old->second->value != item.value)
+            historyAdd(asset, date, kHistChanged, hwIconFromFlags(item.flags), item.HistoryKey(), old->second->value,
+                       item.value, nullptr);
+    }
+    for (const CHwItem& item : oldList) {
+        const auto first = before.find(item.Name().str());
+        if (first->second != &item || after.count(item.Name().str())) continue;
+        historyAdd(asset, date, kHistDeleted, hwIconFromFlags(item.flags), item.HistoryKey(), item.value, nullptr,
+                   nullptr);
+    }
+}

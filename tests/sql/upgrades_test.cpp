@@ -1,0 +1,284 @@
+// The upgrades of 7.08, 7.10 and 7.12 databases run by an accepted offer of Open: the data they
+// convert, the statements they leave out, their early stops and their status lines.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/ipaddress.h"
+#include "sql/sql_recordset.h"
+#include "support/engine_test.h"
+
+namespace {
+
+// A database created at an older schema, filled through a plain connection, then opened with
+// the offer accepted and the status lines recorded.
+class UpgradeTest : public EngineTest {
+protected:
+    bool OpenInSetUp() const override { return false; }
+
+    void SetUp() override {
+        EngineTest::SetUp();
+        answer_ = 6;  // Yes
+        raw_.OpenEx(scratch_->ConnectionString().c_str(), CDatabase::noOdbcDialog);
+    }
+    void TearDown() override {
+        raw_.Close();
+        EngineTest::TearDown();
+    }
+
+    bool OpenWithStatus(TestableNorvikSql& db) {
+        db.SetCallback(&UpgradeTest::RecordStatus, reinterpret_cast<CallbackValue>(this));
+        return OpenBackEnd(db);
+    }
+
+    ULong Number(const std::string& statement) {
+        CSqlRecordset rs(&raw_, statement.c_str());
+        return rs.IsEOF() ? 0 : rs.NumberAt(0);
+    }
+    std::string Text(const std::string& statement) {
+        CSqlRecordset rs(&raw_, statement.c_str());
+        return rs.IsEOF() ? "<no row>" : rs.TextAt(0).str();
+    }
+    int StoredVersion() { return static_cast<int>(Number("select _MAJOR*100+_MINOR from VERSION")); }
+
+    // An HW row as the hardware tree writes it; returns its _ID.
+    ULong AddHw(ULong parent, ULong asset, ULong flags, const char* key, const char* value = "") {
+        return raw_.InsertRecord("HW", "_PARENT,_ASSET,_FLAGS,_KEY,_VAL",
+                                 CString::Formatted("%d,%d,%d,%s,%s", static_cast<int>(parent), static_cast<int>(asset),
+                                                    static_cast<int>(flags), CSqlDatabase::SqlQuote(key).c_str(),
+                                                    CSqlDatabase::SqlQuote(value).c_str()));
+    }
+    // The "Hardware|CPU" categories; returns the CPU's _ID.
+    ULong AddCpuCategory() { return AddHw(AddHw(0, 0, 1, "Hardware"), 0, 1, "CPU"); }
+
+    // Logs into UPDLOG the _ID of every row an update statement changes in `table`; with
+    // `perStatement`, one row per statement instead, even a statement that matched no row.
+    // SQLite has only row triggers, so per-statement counting is asked of PostgreSQL alone.
+    void LogUpdates(const char* table, bool perStatement) {
+        raw_.ExecuteStatement("create table UPDLOG (_ROW integer)");
+        if (IsSqlite()) {
+            raw_.ExecuteStatement(CString::Formatted(
+                "create trigger LOG_UPDATES after update on %s begin insert into UPDLOG values (old._ID); end", table));
+            return;
+        }
+        raw_.ExecuteStatement(
+            CString::Formatted("create function log_updates() returns trigger language plpgsql as "
+                               "$$ begin insert into UPDLOG values (%s); return null; end $$",
+                               perStatement ? "0" : "old._ID"));
+        raw_.ExecuteStatement(
+            CString::Formatted("create trigger LOG_UPDATES after update on %s for each %s "
+                               "execute function log_updates()",
+                               table, perStatement ? "statement" : "row"));
+    }
+    std::vector<ULong> LoggedUpdates() {
+        std::vector<ULong> rows;
+        for (CSqlRecordset rs(&raw_, "select _ROW from UPDLOG order by _ROW"); !rs.IsEOF(); rs.MoveNext())
+            rows.push_back(rs.NumberAt(0));
+        return rows;
+    }
+
+    static int RecordStatus(int code, CallbackValue value, CallbackValue context) {
+        auto* self = reinterpret_cast<UpgradeTest*>(context);
+        if (code == 1) self->status_.emplace_back(reinterpret_cast<const char*>(value));
+        return 1;
+    }
+
+    CSqlDatabase raw_;
+    std::vector<std::string> status_;
+};
+
+// The 7.08 layout stores each range end as a 32-bit number written with "%d".
+std::string AsStored(const char* dotted) {
+    return std::to_string(static_cast<int>(CIPAddress(CString(dotted)).GetAsNumber()));
+}
+
+class UpgradeFrom708 : public UpgradeTest {
+protected:
+    const char* SchemaVersion() const override { return "7.08"; }
+
+    ULong AddLocation(const std::string& from, const std::string& to) {
+        return raw_.InsertRecord("LOCDATA", "_NAME,_PARENT,_TYPE,_IPFROM,_IPTO",
+                                 ("'loc',0,0," + from + "," + to).c_str());
+    }
+};
+
+TEST_P(UpgradeFrom708, RangesBecomeDottedTextsWithAnUpdateForEveryIdUpToTheLargest) {
+    // Addresses above 127.255.255.255 are negative in the integer column.
+    const ULong first = AddLocation(AsStored("192.168.0.1"), AsStored("192.168.0.254"));
+    const ULong gap = AddLocation("0", "0");
+    const ULong last = AddLocation("0", AsStored("10.0.0.9"));  // no start address: the range goes
+    ASSERT_EQ(first, 1u);
+    ASSERT_EQ(last, 3u);
+    raw_.ExecuteStatement(CString::Formatted("delete from LOCDATA where _ID=%d", static_cast<int>(gap)));
+    LogUpdates("LOCDATA", true);
+
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(db_->GetVer(), 714);
+    EXPECT_EQ(StoredVersion(), 714);
+    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.0.9"});
+    ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
+    EXPECT_NE(messages_[0].find("v7.0.9"), std::string::npos);
+
+    EXPECT_EQ(db_->locGetIpRangesFrom(first), "192.168.0.1");
+    EXPECT_EQ(db_->locGetIpRangesTo(first), "192.168.0.254");
+    EXPECT_EQ(db_->locGetIpRangesFrom(last), "");
+    EXPECT_EQ(db_->locGetIpRangesTo(last), "");
+    EXPECT_EQ(Number("select count(*) from LOCDATA"), 2u) << "the update of the missing id creates no row";
+    if (!IsSqlite()) {
+        EXPECT_EQ(LoggedUpdates().size(), 3u) << "one for each id from 1 to the largest";
+    }
+
+    // The converted texts serve the address operations of the current schema.
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("192.168.0.77"))), first);
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("10.0.0.5"))), 0u);
+    const ULong added = db_->locAdd("new", 0, 0, CIPAddress(CString("172.16.0.1")), CIPAddress(CString("172.16.0.9")));
+    ASSERT_NE(added, 0u) << AllMessages();
+    EXPECT_EQ(db_->locGetIpRangesFrom(added), "172.16.0.1");
+    EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("172.16.0.5"))), added);
+}
+
+TEST_P(UpgradeFrom708, EmptyLocationTableOnlyWritesTheVersion) {
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(StoredVersion(), 714);
+    EXPECT_EQ(Number("select count(*) from LOCDATA"), 0u);
+}
+
+NORVIK_ON_BOTH_ENGINES(UpgradeFrom708);
+
+class UpgradeFrom710 : public UpgradeTest {
+protected:
+    const char* SchemaVersion() const override { return "7.10"; }
+};
+
+class UpgradeFrom712 : public UpgradeTest {
+protected:
+    const char* SchemaVersion() const override { return "7.12"; }
+};
+
+TEST_P(UpgradeFrom710, WithoutCpuCategoryNothingChangesAndTheVersionStays) {
+    for (const bool withHardware : {false, true}) {
+        if (withHardware) AddHw(0, 0, 1, "Hardware");
+        messages_.clear();
+        status_.clear();
+        auto db = MakeBackEnd();
+        EXPECT_FALSE(OpenWithStatus(*db));
+        EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.1"});
+        ASSERT_EQ(messages_.size(), 2u) << AllMessages();
+        EXPECT_EQ(
+            messages_[1],
+            "The Audit Database needs upgrading from v7.10 to v7.14.\n\nPlease consult your System Administrator");
+        EXPECT_EQ(StoredVersion(), 710);
+        EXPECT_EQ(Number("select count(*) from HW where _KEY='System'"), 0u) << "stopped before the categories";
+    }
+}
+
+TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategories) {
+    const ULong cpu = AddCpuCategory();
+    const ULong p4 = AddHw(cpu, 1, 0, "Processor", "Intel(R) Pentium(R) 4 CPU 2.80GHz");
+    const ULong athlon = AddHw(cpu, 2, 0, "Processor", "AMD Athlon(tm) 64 Processor");
+    const ULong measured = AddHw(cpu, 1, 0x7000, "Speed", "2793");
+    const ULong withUnit = AddHw(cpu, 2, 0x7000, "Speed", "1995 MHz");
+    const ULong zero = AddHw(cpu, 3, 0x7000, "Speed", "0");
+    const ULong words = AddHw(cpu, 4, 0x7000, "Speed", "about 2 GHz");
+    const ULong elsewhere = AddHw(AddHw(0, 0, 1, "Other"), 1, 0x7000, "Speed", "2793");
+
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(StoredVersion(), 714);
+    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.1"});
+    auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
+    EXPECT_EQ(val(p4), "Intel Pentium 4");
+    EXPECT_EQ(val(athlon), "AMD Athlon 64");
+    EXPECT_EQ(val(measured), "2800");
+    EXPECT_EQ(val(withUnit), "2000") << "the unit after the number goes with the rewrite";
+    EXPECT_EQ(val(zero), "0");
+    EXPECT_EQ(val(words), "about 2 GHz");
+    EXPECT_EQ(val(elsewhere), "2793") << "only speeds under Hardware|CPU";
+
+    const ULong system = Number("select _ID from HW where _KEY='System'");
+    ASSERT_NE(system, 0u);
+    EXPECT_EQ(Number(CString::Formatted("select _PARENT+_ASSET from HW where _ID=%d", static_cast<int>(system)).str()),
+              0u);
+    EXPECT_EQ(db_->SelectNumber("HW", "_FLAGS", system), 0x171u);
+    const std::string security =
+        CString::Formatted("select _FLAGS from HW where _PARENT=%d and _KEY='Windows Security'",
+                           static_cast<int>(system))
+            .str();
+    EXPECT_EQ(Number(security), 0x211u);
+}
+
+TEST_P(UpgradeFrom710, ExistingSystemCategoryGetsOnlyWindowsSecurity) {
+    AddCpuCategory();
+    const ULong system = AddHw(0, 0, 0x171, "System");
+    AddHw(system, 0, 0x211, "Drives");
+
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(Number("select count(*) from HW where _KEY='System'"), 1u);
+    EXPECT_EQ(Number("select _PARENT from HW where _KEY='Windows Security'"), system);
+    EXPECT_EQ(Number("select count(*) from HW where _KEY='Windows Security'"), 1u);
+}
+
+TEST_P(UpgradeFrom710, FailingStatementIsReportedAndLeavesTheVersion) {
+    raw_.ExecuteStatement("drop table HW");
+    EXPECT_FALSE(OpenWithStatus(*db_));
+    EXPECT_EQ(db_->IsDbOpen(), 0);
+    ASSERT_EQ(messages_.size(), 2u) << AllMessages();
+    EXPECT_EQ(messages_[1].rfind("ODBC Error code", 0), 0u) << messages_[1];
+    EXPECT_EQ(StoredVersion(), 710);
+}
+
+NORVIK_ON_BOTH_ENGINES(UpgradeFrom710);
+
+TEST_P(UpgradeFrom712, WithoutCpuCategoryNothingChangesAndTheVersionStays) {
+    for (const bool withHardware : {false, true}) {
+        if (withHardware) AddHw(0, 0, 1, "Hardware");
+        raw_.ExecuteStatement("delete from ASSET");
+        raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
+        messages_.clear();
+        status_.clear();
+        auto db = MakeBackEnd();
+        EXPECT_FALSE(OpenWithStatus(*db));
+        EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.4"});
+        ASSERT_EQ(messages_.size(), 2u) << AllMessages();
+        EXPECT_EQ(
+            messages_[1],
+            "The Audit Database needs upgrading from v7.12 to v7.14.\n\nPlease consult your System Administrator");
+        EXPECT_EQ(StoredVersion(), 712);
+        EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=5"), 5u) << "stopped before the asset fix";
+    }
+}
+
+TEST_P(UpgradeFrom712, RewritesOnlyProcessorNamesThatChange) {
+    const ULong cpu = AddCpuCategory();
+    const ULong raw = AddHw(cpu, 1, 0, "Processor", "Intel(R) Pentium(R) 4 CPU 2.80GHz");
+    const ULong clean = AddHw(cpu, 2, 0, "Processor", "Intel Pentium 4");
+    const ULong lower = AddHw(cpu, 3, 0, "Processor", "intel(r) celeron");  // "(r)" goes; case stays
+    const ULong speed = AddHw(cpu, 1, 0x7000, "Speed", "2793");
+    LogUpdates("HW", false);
+
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(StoredVersion(), 714);
+    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.4"});
+    EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
+    EXPECT_EQ(db_->SelectText("HW", "_VAL", clean), "Intel Pentium 4");
+    EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");
+    EXPECT_EQ(db_->SelectText("HW", "_VAL", speed), "2793") << "speeds are the 7.11 step's business";
+    EXPECT_EQ(LoggedUpdates(), (std::vector<ULong>{raw, lower}));
+}
+
+TEST_P(UpgradeFrom712, OnlyAPeripheralThatIsItsOwnParentMovesToNoLocation) {
+    AddCpuCategory();
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (6,'in location 6',6,0)");
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (7,'on pc 5',5,4097)");
+
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=5"), 0u);
+    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=6"), 6u);
+    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=7"), 5u);
+}
+
+NORVIK_ON_BOTH_ENGINES(UpgradeFrom712);
+
+}  // namespace
