@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The demonstration: an audit database made from nothing with the norvik tool, then described.
+# The demonstration: an audit database made from nothing with the norvik tool, filled with a
+# small site (locations, assets, hardware, history), then described.
 set -euo pipefail
 norvik=${1:-build/cli/norvik}
 dir=out/demo
@@ -9,12 +10,31 @@ db="$dir/audit.db"
 
 run() {
     echo "\$ norvik $*"
-    "$norvik" "$@"
+    "$norvik" --db "$db" "$@"
     echo
 }
 
-run --db "$db" init
-run --db "$db" option set CompanyName "Example Works Ltd"
-run --db "$db" option get CompanyName
-run --db "$db" info
+run init
+run option set CompanyName "Example Works Ltd"
+run loctype add Site
+run loctype add Building --parent Site
+run loctype add Room --parent Building
+run location add "Head Office;North Wing;Room 101"
+run location add "Head Office;South Wing;Server Room"
+run location ranges "Head Office;South Wing;Server Room" "10.20.0.1;10.20.1.1" "10.20.0.254;10.20.1.254"
+run location list --tree
+run location find-ip 10.20.1.17
+run asset add "PC-0042" --location "Head Office;North Wing;Room 101"
+run asset add "SRV-DB01" --location "Head Office;South Wing;Server Room"
+run hw set SRV-DB01 "Motherboard|CPU" Processor "Intel(R) Xeon(R) CPU E5-2620 v4 @ 2.10GHz"
+run hw set SRV-DB01 "Motherboard|Memory" "Total Memory" 3221225472 --flags 0x2002
+run hw SRV-DB01
+run asset rename PC-0042 "PC-0042-FIN"
+run asset move PC-0042-FIN --location "Head Office;South Wing;Server Room"
+run history PC-0042-FIN
+run asset list --location "Head Office" --recursive
+run location export "$dir/locations.csv"
+cat "$dir/locations.csv"
+echo
+run info
 echo "The audit database is $db; try: $norvik --db $db --help"
