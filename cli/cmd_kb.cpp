@@ -25,7 +25,8 @@ const char kHelp[] =
     "  info    the file's format and content versions, and each table with its rows and columns\n"
     "  dump    every row of one table (the table name is matched ignoring case)\n"
     "  query   the rows of a table that meet every condition; OP is one of = < > != <>, a text\n"
-    "          value is written in single quotes ('O''Brien'), a number as digits\n";
+    "          value is written in single quotes ('O''Brien'), a number as digits\n"
+    "Also: norvik kb build|check-common|recognise ... (see norvik kb build --help)\n";
 
 // What the library shows by message box while a verb runs: each text once, in order.
 class Messages {
@@ -165,7 +166,10 @@ int Info(const Context& context, const CTableDatabase& db, const std::string& pa
 
 }  // namespace
 
+int RunKbTools(Context& context);  // cmd_kb_tools.cpp: -1 for a verb it does not know
+
 int RunKb(Context& context) {
+    if (const int tools = RunKbTools(context); tools >= 0) return tools;
     if (context.WantsHelp()) {
         std::cout << kHelp;
         return kExitOk;

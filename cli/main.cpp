@@ -36,6 +36,8 @@ const char kUsage[] =
     "                              an asset's hardware tree, one value, its hardware changes\n"
     "  kb info|dump|query FILE ... a Knowledge Base table file: versions and tables, the rows\n"
     "                              of a table, or those a query selects\n"
+    "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
+    "                              files, name the applications of a list or a folder of files\n"
     "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";

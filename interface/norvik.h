@@ -308,6 +308,45 @@ public:
     // when none.
     virtual ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) = 0;
 
+    // ---- Categories, makes, models ----
+    // One identifier space over two sources: a value below 0xFFFF is a Knowledge Base ID; 0xFFFF
+    // or more is a site row of CAT, MAKE or MODEL whose _ID is the value >> 16 (0xFFFF itself is
+    // _ID 0); 0 is none. Site rows are handed out as _ID << 16. MAKE._CAT and MODEL._MAKE hold the
+    // parent's combined identifier as passed, so site entries may hang under Knowledge Base ones.
+    // Enumerations append (Knowledge Base items first when asked for) and return the list's count.
+    // The Knowledge Base's answer; else the site category named exactly `name`; else 0.
+    virtual ULong FindCategory(const char* name) = 0;
+    virtual ULong EnumCategories(CSortList& list, int includeKb) = 0;
+    virtual CString GetCategoryName(ULong id) = 0;
+    // Renames a site entry; a Knowledge Base identifier (_ID 0 once shifted) changes nothing.
+    virtual void SetCategoryName(ULong id, const char* name) = 0;
+    // The type as stored by AddCategory or the Knowledge Base; 0 when absent.
+    virtual ULong GetCategoryType(ULong id) = 0;
+    // Adds a site row; its combined identifier, 0 on failure.
+    virtual ULong AddCategory(const char* name, ULong type) = 0;
+    // Deletes a site category, then (through DeleteMake) its site makes and their models. Site
+    // makes hung under a Knowledge Base category and assets referring to the deleted rows stay.
+    virtual void DeleteCategory(ULong id) = 0;
+    // For a category below 0xFFFF (0 too) the Knowledge Base's make first; else the site make
+    // whose _CAT is `category` as passed.
+    virtual ULong FindMake(ULong category, const char* name) = 0;
+    // `category` 0: every make. A site category never lists Knowledge Base makes.
+    virtual ULong EnumMakes(ULong category, CSortList& list, int includeKb) = 0;
+    virtual CString GetMakeName(ULong id) = 0;
+    virtual void SetMakeName(ULong id, const char* name) = 0;
+    virtual ULong GetMakeCategory(ULong id) = 0;
+    virtual ULong AddMake(ULong category, const char* name) = 0;
+    virtual void DeleteMake(ULong id) = 0;
+    // The Knowledge Base model of `make` named `name`; else the site model's _ID shifted RIGHT by
+    // 16, kept as the product has always had it: a site model with _ID below 65536 reads as 0.
+    virtual ULong FindModel(ULong make, const char* name) = 0;
+    virtual ULong EnumModels(ULong make, CSortList& list, int includeKb) = 0;
+    virtual CString GetModelName(ULong id) = 0;
+    virtual void SetModelName(ULong id, const char* name) = 0;
+    virtual ULong GetModelMake(ULong id) = 0;
+    virtual ULong AddModel(ULong make, const char* name) = 0;
+    virtual void DeleteModel(ULong id) = 0;
+
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
     // 4 changed, 5 and 6 alerts. Kinds are icon codes: 3 the asset itself, 2 its place,

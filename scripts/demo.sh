@@ -37,4 +37,14 @@ run location export "$dir/locations.csv"
 cat "$dir/locations.csv"
 echo
 run info
-echo "The audit database is $db; try: $norvik --db $db --help"
+
+# The Knowledge Base: built from the sample CSV data, then used to recognise the files of an audit.
+kb="$dir/knowledge.ids"
+echo "\$ norvik kb build $kb --from tests/data/kb"
+"$norvik" kb build "$kb" --from tests/data/kb
+echo "\$ norvik kb info $kb"
+"$norvik" kb info "$kb"
+echo "\$ norvik kb recognise $kb --files tests/data/kb/audit_files.txt"
+"$norvik" kb recognise "$kb" --files tests/data/kb/audit_files.txt
+echo
+echo "The audit database is $db and the Knowledge Base $kb; try: $norvik --help"

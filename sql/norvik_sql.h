@@ -97,6 +97,29 @@ public:
                       CTime when) override;
     ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) override;
 
+    // ---- Categories, makes, models ----
+    ULong FindCategory(const char* name) override;
+    ULong EnumCategories(CSortList& list, int includeKb) override;
+    CString GetCategoryName(ULong id) override;
+    void SetCategoryName(ULong id, const char* name) override;
+    ULong GetCategoryType(ULong id) override;
+    ULong AddCategory(const char* name, ULong type) override;
+    void DeleteCategory(ULong id) override;
+    ULong FindMake(ULong category, const char* name) override;
+    ULong EnumMakes(ULong category, CSortList& list, int includeKb) override;
+    CString GetMakeName(ULong id) override;
+    void SetMakeName(ULong id, const char* name) override;
+    ULong GetMakeCategory(ULong id) override;
+    ULong AddMake(ULong category, const char* name) override;
+    void DeleteMake(ULong id) override;
+    ULong FindModel(ULong make, const char* name) override;
+    ULong EnumModels(ULong make, CSortList& list, int includeKb) override;
+    CString GetModelName(ULong id) override;
+    void SetModelName(ULong id, const char* name) override;
+    ULong GetModelMake(ULong id) override;
+    ULong AddModel(ULong make, const char* name) override;
+    void DeleteModel(ULong id) override;
+
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
     void historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) override;

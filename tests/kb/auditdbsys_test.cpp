@@ -1,0 +1,273 @@
+// CAuditDBSys: opening current, newer and older files (the upgrade question, the backup and the
+// three content upgrades), saving only when changed, and the catalogue, serial-number and
+// application accessors.
+#include "kb/auditdbsys.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "kb_files.h"
+#include "kb_test_support.h"
+
+namespace {
+
+using kbtest::FileBytes;
+using kbtest::MakeTable;
+using kbtest::N;
+using kbtest::ScratchFolder;
+using kbtest::T;
+
+// Records what is shown and answers every question with `answer`.
+class Answering {
+public:
+    explicit Answering(int answer) {
+        platform::SetMessageBoxHook([this, answer](const char* text, unsigned style) {
+            texts.emplace_back(text);
+            styles.push_back(style);
+            return answer;
+        });
+    }
+    ~Answering() { platform::SetMessageBoxHook(nullptr); }
+    Answering(const Answering&) = delete;
+    Answering& operator=(const Answering&) = delete;
+    std::vector<std::string> texts;
+    std::vector<unsigned> styles;
+};
+
+// A 3.13 file: CAT without TYPE, makes pointing at it, no SWSERIAL.
+void WriteVersion313(const std::string& path) {
+    CTableDatabase db;
+    db.AddTable(MakeTable("CAT", {{"NAME", T}}, {{"Printer"}, {"base unit"}, {"Laptop"}}));
+    db.AddTable(MakeTable("MAKE", {{"NAME", T}, {"CAT", N}}, {{"Alder", "2"}, {"Birch", "3"}}));
+    db.AddTable(MakeTable("MODEL", {{"NAME", T}, {"MAKE", N}}, {{"A100", "1"}}));
+    db.AddTable(MakeTable("SWAPP", {{"NAME", T}, {"PARENT", N}}, {{"Quillsoft", "0"}}));
+    db.AddTable(kbtest::SysFileTable({}));
+    // Deleted rows make the rebuilt category IDs differ from the old ones.
+    db[0].DeleteRow(0);
+    db[0].Purge();
+    kbtest::WriteDatabase(db, path, 3, 13);
+}
+
+TEST(CAuditDBSys, OpensACurrentFileWithoutQuestions) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    kbtest::WriteCurrentFile(path);
+    Answering answers(platform::kIdNo);
+    CAuditDBSys kb;
+    ASSERT_EQ(kb.Open(path.c_str()), 1);
+    EXPECT_TRUE(kb.IsOpen());
+    EXPECT_TRUE(answers.texts.empty());
+    EXPECT_FALSE(std::filesystem::exists(folder.File("kb.400")));
+}
+
+TEST(CAuditDBSys, RefusesANewerFileAndLeavesItUntouched) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    CTableDatabase db;
+    kbtest::AddCurrentTables(db, kbtest::SysFileTable({}));
+    kbtest::WriteDatabase(db, path, 4, 1);
+    const std::string before = FileBytes(path);
+    Answering answers(platform::kIdYes);
+    CAuditDBSys kb;
+    EXPECT_EQ(kb.Open(path.c_str()), 0);
+    EXPECT_FALSE(kb.IsOpen());
+    ASSERT_EQ(answers.texts.size(), 1u);
+    EXPECT_EQ(answers.texts[0], "Knowledge Base was created by a newer version - please update the product");
+    EXPECT_EQ(answers.styles[0], platform::kMbIconExclamation);
+    kb.Close();
+    EXPECT_EQ(FileBytes(path), before);
+}
+
+TEST(CAuditDBSys, UpgradesVersion313AfterAskingAndBackingUp) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    WriteVersion313(path);
+    const std::string before = FileBytes(path);
+    Answering answers(platform::kIdYes);
+    CAuditDBSys kb;
+    ASSERT_EQ(kb.Open(path.c_str()), 1);
+
+    const std::string backup = folder.File("kb.313");
+    ASSERT_EQ(answers.texts.size(), 3u);
+    EXPECT_EQ(answers.texts[0],
+              "Corvane will now upgrade the internal Knowledge Base from v3.1.3 to v4.0.0\nThe old "
+              "database will first be saved as " +
+                  backup + "\n\nDo you wish to continue?");
+    EXPECT_EQ(answers.styles[0], platform::kMbYesNo | platform::kMbIconQuestion);
+    EXPECT_EQ(answers.texts[1], "System Database has been upgraded to version 3.1.3");
+    EXPECT_EQ(answers.texts[2], "System Database has been upgraded to version 4.0");
+    EXPECT_EQ(FileBytes(backup), before);
+
+    // Categories were rebuilt with types; makes follow the new IDs.
+    const ULong unit = kb.FindCategory("Base Unit");
+    ASSERT_NE(unit, 0u);
+    EXPECT_EQ(kb.FindCategory("PC"), unit);
+    EXPECT_EQ(kb.GetCategoryName(unit), "PC|Base Unit");
+    EXPECT_EQ(kb.GetCategoryType(unit), 1u);
+    EXPECT_EQ(kb.GetCategoryType(kb.FindCategory("Laptop")), 1u);
+    EXPECT_EQ(kb.GetMakeCategory(kb.FindMake(0, "Birch")), kb.FindCategory("Laptop"));
+    EXPECT_EQ(kb.FindMake(unit, "Alder"), 1u);
+    // Update400 ran, Update105to106 did not.
+    EXPECT_GE(kb.FindTable("SWSERIAL"), 0);
+    EXPECT_LT(kb.FindTable("REGAPP"), 0);
+    kb.Close();
+
+    CAuditDBSys again;
+    ASSERT_EQ(again.Open(path.c_str()), 1);
+    std::uint16_t major = 0, minor = 0;
+    again.GetVersion(major, minor);
+    EXPECT_EQ(major * 100 + minor, 400);
+    EXPECT_EQ(answers.texts.size(), 3u) << "the saved file needs no second upgrade";
+}
+
+TEST(CAuditDBSys, UpgradesVersion105IntoOneApplicationTable) {
+    ScratchFolder folder;
+    const std::string path = folder.File("old.kb");
+    CTableDatabase db;
+    db.AddTable(MakeTable("CAT", {{"NAME", T}}, {{"Server"}}));
+    db.AddTable(MakeTable("SYSMFR", {{"NAME", T}}, {{"Quillsoft"}, {"Larch Labs"}}));
+    db.AddTable(MakeTable("SYSAPP", {{"NAME", T}, {"MFR", N}}, {{"Scribe", "1"}, {"Tally", "2"}}));
+    db.AddTable(MakeTable("SYSVER", {{"NAME", T}, {"APP", N}}, {{"9.0", "2"}, {"7.2", "1"}}));
+    // File 1 belongs to version 2 ("7.2"), file 2 to version 1 ("9.0").
+    db.AddTable(
+        MakeTable("SWFILE", {{"A", N}, {"B", N}, {"C", N}, {"D", N}, {"E", N}, {"F", N}, {"G", N}, {"APP", N}},
+                  {{"0", "0", "0", "0", "0", "0", "0", "131072"}, {"0", "0", "0", "0", "0", "0", "0", "65536"}}));
+    db.AddTable(kbtest::SysFileTable({{"scribe.exe", "2", "0", "0", "0", "0", "2"}}));
+    kbtest::WriteDatabase(db, path, 1, 5);
+    Answering answers(platform::kIdYes);
+    CAuditDBSys kb;
+    ASSERT_EQ(kb.Open(path.c_str()), 1);
+    EXPECT_NE(answers.texts[0].find("from v1.0.5 to v4.0.0"), std::string::npos);
+    EXPECT_NE(answers.texts[0].find(folder.File("old.105")), std::string::npos);
+    EXPECT_EQ(answers.texts.size(), 3u);
+
+    for (const char* gone : {"SYSMFR", "SYSAPP", "SYSVER"}) EXPECT_LT(kb.FindTable(gone), 0) << gone;
+    EXPECT_GE(kb.FindTable("REGAPP"), 0);
+    CTable& files = kb[static_cast<ULong>(kb.FindTable("SWFILE"))];
+    const ULong scribe72 = files.GetValue(0, 8) >> 16;
+    const ULong tally90 = files.GetValue(1, 8) >> 16;
+    EXPECT_EQ(kb.GetAppName(scribe72, 1), "Quillsoft Scribe 7.2");
+    EXPECT_EQ(kb.GetAppName(tally90, 1), "Larch Labs Tally 9.0");
+    CTable& known = kb[static_cast<ULong>(kb.FindTable("SYSFILE"))];
+    EXPECT_EQ(known.GetValue(0, 2), scribe72);
+    EXPECT_EQ(kb.GetCategoryType(kb.FindCategory("Server")), 1u) << "Update313 ran too";
+}
+
+TEST(CAuditDBSys, DeclinedUpgradeLeavesTheFileAlone) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    WriteVersion313(path);
+    const std::string before = FileBytes(path);
+    Answering answers(platform::kIdNo);
+    CAuditDBSys kb;
+    EXPECT_EQ(kb.Open(path.c_str()), 0);
+    EXPECT_EQ(answers.texts.size(), 1u);
+    kb.Close();
+    EXPECT_EQ(FileBytes(path), before);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("kb.313")));
+}
+
+TEST(CAuditDBSys, ExistingBackupIsKeptAndTheUpgradeGoesOn) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    WriteVersion313(path);
+    { std::ofstream(folder.File("kb.313")) << "earlier backup"; }
+    Answering answers(platform::kIdYes);
+    CAuditDBSys kb;
+    EXPECT_EQ(kb.Open(path.c_str()), 1);
+    EXPECT_EQ(FileBytes(folder.File("kb.313")), "earlier backup");
+    EXPECT_NE(kb.FindCategory("PC"), 0u);
+}
+
+TEST(CAuditDBSys, SaveWritesOnlyAfterAChange) {
+    ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    kbtest::WriteCurrentFile(path);
+    CAuditDBSys kb;
+    ASSERT_EQ(kb.Open(path.c_str()), 1);
+    { std::ofstream(path, std::ios::trunc) << "sentinel"; }
+    EXPECT_EQ(kb.Save(), 1);
+    EXPECT_EQ(FileBytes(path), "sentinel") << "nothing changed, nothing written";
+
+    const ULong id = kb.AddSSRec("Tally", "Software\\Larch\\Tally", "Key");
+    kb.Close();
+    CAuditDBSys again;
+    ASSERT_EQ(again.Open(path.c_str()), 1);
+    EXPECT_EQ(again.GetSSRegKey(id), "Software\\Larch\\Tally");
+}
+
+TEST(CAuditDBSys, UnreadableFilesAreRefusedWithAReason) {
+    ScratchFolder folder;
+    CAuditDBSys kb;
+    EXPECT_EQ(kb.Open(folder.File("missing.ids").c_str()), 0);
+    EXPECT_FALSE(kb.GetLastError().IsEmpty());
+    { std::ofstream(folder.File("junk.ids")) << "not a table file at all"; }
+    EXPECT_EQ(kb.Open(folder.File("junk.ids").c_str()), 0);
+    EXPECT_FALSE(kb.GetLastError().IsEmpty());
+    EXPECT_FALSE(kb.IsOpen());
+}
+
+class CAuditDBSysAccessors : public ::testing::Test {
+protected:
+    void SetUp() override {
+        kbtest::WriteCurrentFile(path_);
+        ASSERT_EQ(kb_.Open(path_.c_str()), 1);
+    }
+    ScratchFolder folder_;
+    std::string path_ = folder_.File("kb.ids");
+    CAuditDBSys kb_;
+};
+
+TEST_F(CAuditDBSysAccessors, FindCategoryMatchesWholeNameParts) {
+    EXPECT_EQ(kb_.FindCategory("PC"), 1u);
+    EXPECT_EQ(kb_.FindCategory("Base Unit"), 1u);
+    EXPECT_EQ(kb_.FindCategory("PC|Base Unit"), 0u);
+    EXPECT_EQ(kb_.FindCategory("printer"), 0u) << "exact case";
+    EXPECT_EQ(kb_.FindCategory("Print"), 0u);
+    EXPECT_EQ(kb_.FindCategory("Monitor"), 3u);
+}
+
+TEST_F(CAuditDBSysAccessors, MakesAndModelsAreListedUnderTheirParent) {
+    CSortList list;
+    list.Add("already there", 99);
+    EXPECT_EQ(kb_.EnumMakes(1, list), 3u);
+    EXPECT_EQ(list[1].text, "Alder");
+    EXPECT_EQ(list[2].id, 2u);
+    EXPECT_EQ(kb_.FindMake(2, "Alder"), 3u);
+    EXPECT_EQ(kb_.FindMake(3, "Alder"), 0u);
+    CSortList models;
+    EXPECT_EQ(kb_.EnumModels(3, models), 1u);
+    EXPECT_EQ(models[0].text, "P5");
+    CSortList all;
+    EXPECT_EQ(kb_.EnumModels(0, all), 3u);
+    EXPECT_EQ(kb_.GetModelMake(2), 1u);
+    EXPECT_EQ(kb_.GetMakeName(2), "Birch");
+    EXPECT_EQ(kb_.GetModelName(99), "");
+}
+
+TEST_F(CAuditDBSysAccessors, SerialScanRecordsCanBeEditedAndDeleted) {
+    CDynaList<ULong> ids;
+    EXPECT_EQ(kb_.EnumSSRecs(ids), 1u);
+    const ULong added = kb_.AddSSRec("Tally", "Software\\Larch", "Serial");
+    EXPECT_EQ(added, 2u);
+    kb_.SetSSAppName(added, "Tally Pro");
+    kb_.SetSSRegItem(added, "Code");
+    EXPECT_EQ(kb_.GetSSAppName(added), "Tally Pro");
+    EXPECT_EQ(kb_.GetSSRegItem(added), "Code");
+    kb_.DeleteSSRec(1);
+    CDynaList<ULong> left;
+    ASSERT_EQ(kb_.EnumSSRecs(left), 1u);
+    EXPECT_EQ(left[0], added);
+}
+
+TEST_F(CAuditDBSysAccessors, AppNamesCarryTheirParents) {
+    EXPECT_EQ(kb_.GetAppName(3, 1), "Quillsoft Scribe 7.2");
+    EXPECT_EQ(kb_.GetAppName(3, 0), "7.2");
+    EXPECT_EQ(kb_.GetAppName(0, 1), "");
+    EXPECT_EQ(kb_.GetAppName(42, 1), "");
+    EXPECT_EQ(kb_.GetAppParent(3), 2u);
+    EXPECT_EQ(kb_.GetAppParent(1), 0u);
+}
+
+}  // namespace

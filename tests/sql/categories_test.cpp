@@ -1,0 +1,171 @@
+// Categories, makes and models on both engines, with a small Knowledge Base beside the database:
+// the combined identifiers and their 0xFFFF boundary, Knowledge Base answers first, FindModel's
+// right shift, appending enumerations and the cascade of site deletions.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "kb/kb_files.h"
+#include "support/engine_test.h"
+
+namespace {
+
+std::vector<std::string> Texts(const CSortList& list) {
+    std::vector<std::string> texts;
+    for (const CSortItem& item : list) texts.push_back(item.text.str());
+    return texts;
+}
+
+class Catalogue : public EngineTest {
+protected:
+    void SetUp() override {
+        EngineTest::SetUp();
+        CTableDatabase db;
+        kbtest::AddCurrentTables(db, kbtest::SysFileTable({}));
+        // Two Knowledge Base makes hang at the boundary: 0xFFFE is still a Knowledge Base
+        // category, 0xFFFF already a site one.
+        CTable& makes = db[static_cast<ULong>(db.FindTable("MAKE"))];
+        for (const auto& [name, category] : {std::pair{"Edge", 0xFFFEu}, std::pair{"Beyond", 0xFFFFu}}) {
+            const ULong row = makes.AddRow();
+            makes.SetText(row, 1, name);
+            makes.SetValue(row, 2, category);
+        }
+        kbtest::WriteDatabase(db, kbPath_, 4, 0);
+        ASSERT_EQ(kb_.Open(kbPath_.c_str()), 1);
+    }
+
+    kbtest::ScratchFolder folder_;
+    std::string kbPath_ = folder_.File("kb.ids");
+};
+
+TEST_P(Catalogue, FindCategoryPrefersTheKnowledgeBase) {
+    const ULong printer = db_->AddCategory("Printer", 7);
+    const ULong scanner = db_->AddCategory("Scanner", 0);
+    EXPECT_EQ(db_->FindCategory("Printer"), 2u);
+    EXPECT_EQ(db_->FindCategory("Base Unit"), 1u);
+    EXPECT_EQ(db_->FindCategory("Scanner"), scanner);
+    EXPECT_EQ(db_->FindCategory("Plotter"), 0u);
+    EXPECT_EQ(db_->GetCategoryType(printer), 7u);
+    EXPECT_EQ(db_->GetCategoryType(1), 1u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Catalogue, SiteRowsAreHandedOutShiftedLeft) {
+    db_->AddCategory("Rack", 0);
+    db_->AddCategory("Cabinet", 0);
+    const ULong third = db_->AddCategory("Pallet", 3);
+    EXPECT_EQ(third, 0x30000u);
+    EXPECT_EQ(db_->GetCategoryName(196608), "Pallet");
+    EXPECT_EQ(db_->GetCategoryName(3), "Monitor") << "below 0xFFFF: the Knowledge Base";
+    const ULong make = db_->AddMake(third, "Stackwell");
+    const ULong model = db_->AddModel(make, "SW-1");
+    EXPECT_EQ(db_->GetMakeCategory(make), third);
+    EXPECT_EQ(db_->GetModelMake(model), make);
+    EXPECT_EQ(db_->GetModelName(model), "SW-1");
+    EXPECT_EQ(db_->GetMakeCategory(2), 1u);
+    EXPECT_EQ(db_->GetModelMake(3), 3u);
+}
+
+TEST_P(Catalogue, BoundaryAt0xFFFFIsASiteIdentifier) {
+    CSortList below;
+    db_->EnumMakes(0xFFFE, below, 1);
+    EXPECT_EQ(Texts(below), std::vector<std::string>{"Edge"});
+    CSortList at;
+    db_->EnumMakes(0xFFFF, at, 1);
+    EXPECT_TRUE(at.GetCount() == 0) << "0xFFFF never consults the Knowledge Base";
+    EXPECT_NE(db_->FindMake(0xFFFE, "Edge"), 0u);
+    EXPECT_EQ(db_->FindMake(0xFFFF, "Beyond"), 0u);
+    const ULong site = db_->AddMake(0xFFFF, "Beyond");
+    EXPECT_EQ(db_->FindMake(0xFFFF, "Beyond"), site);
+    EXPECT_EQ(db_->GetCategoryName(0xFFFF), "") << "site _ID 0";
+}
+
+TEST_P(Catalogue, FindModelShiftsSiteAnswersRight) {
+    const ULong site = db_->AddModel(1, "A900");
+    EXPECT_EQ(site, 0x10000u);
+    EXPECT_EQ(db_->FindModel(1, "A900"), 0u) << "_ID 1 >> 16";
+    EXPECT_EQ(db_->FindModel(1, "A200"), 2u);
+    EXPECT_EQ(db_->FindModel(3, "A200"), 0u);
+    EXPECT_EQ(db_->FindModel(1, "O'Brien"), 0u) << "quotes are escaped in both languages";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Catalogue, EnumerationsPutKnowledgeBaseItemsFirst) {
+    const ULong siteCat = db_->AddCategory("Rack", 0);
+    db_->AddMake(siteCat, "Stackwell");
+    db_->AddMake(1, "Local Build");
+    CSortList all;
+    EXPECT_EQ(db_->EnumMakes(0, all, 1), 7u);
+    EXPECT_EQ(Texts(all),
+              (std::vector<std::string>{"Alder", "Birch", "Alder", "Edge", "Beyond", "Stackwell", "Local Build"}));
+    CSortList ofSite;
+    db_->EnumMakes(siteCat, ofSite, 1);
+    EXPECT_EQ(Texts(ofSite), std::vector<std::string>{"Stackwell"});
+    CSortList ofKb;
+    db_->EnumMakes(1, ofKb, 1);
+    EXPECT_EQ(Texts(ofKb), (std::vector<std::string>{"Alder", "Birch", "Local Build"}));
+    CSortList siteOnly;
+    db_->EnumMakes(1, siteOnly, 0);
+    EXPECT_EQ(Texts(siteOnly), std::vector<std::string>{"Local Build"});
+    CSortList models;
+    db_->AddModel(1, "A900");
+    EXPECT_EQ(db_->EnumModels(1, models, 1), 3u);
+    EXPECT_EQ(models[2].id, 0x10000u);
+}
+
+TEST_P(Catalogue, EnumeratingTwiceAppendsEverythingAgain) {
+    db_->AddCategory("Rack", 0);
+    CSortList list;
+    list.Add("caller's own", 1);
+    EXPECT_EQ(db_->EnumCategories(list, 1), 5u);
+    EXPECT_EQ(db_->EnumCategories(list, 1), 9u);
+    EXPECT_EQ(list[4].text, "Rack");
+    EXPECT_EQ(list[8].text, "Rack");
+    EXPECT_EQ(list[5].text, "PC|Base Unit");
+}
+
+TEST_P(Catalogue, DeletingASiteCategoryCascadesToItsSiteMakesAndModels) {
+    const ULong rack = db_->AddCategory("Rack", 0);
+    const ULong stackwell = db_->AddMake(rack, "Stackwell");
+    db_->AddModel(stackwell, "SW-1");
+    db_->AddModel(stackwell, "SW-2");
+    const ULong local = db_->AddMake(1, "Local Build");
+    const ULong localModel = db_->AddModel(local, "LB-1");
+    const ULong other = db_->AddModel(2, "B-7");
+
+    db_->DeleteCategory(rack);
+    EXPECT_EQ(db_->FindCategory("Rack"), 0u);
+    CSortList makes;
+    EXPECT_EQ(db_->EnumMakes(0, makes, 0), 1u);
+    EXPECT_EQ(makes[0].id, local) << "a make under a Knowledge Base category is not reached";
+    CSortList models;
+    db_->EnumModels(0, models, 0);
+    EXPECT_EQ(models.GetCount(), 2u);
+    EXPECT_EQ(db_->GetModelName(localModel), "LB-1");
+    EXPECT_EQ(db_->GetModelName(other), "B-7");
+
+    db_->DeleteMake(local);
+    CSortList left;
+    db_->EnumModels(0, left, 0);
+    EXPECT_EQ(Texts(left), std::vector<std::string>{"B-7"});
+    EXPECT_EQ(db_->GetCategoryName(1), "PC|Base Unit") << "the Knowledge Base is never touched";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(Catalogue, RenamingTouchesOnlySiteRows) {
+    const ULong rack = db_->AddCategory("Rack", 0);
+    const ULong make = db_->AddMake(rack, "Stackwell");
+    const ULong model = db_->AddModel(make, "SW-1");
+    db_->SetCategoryName(rack, "Open Rack");
+    db_->SetMakeName(make, "Stackwell Ltd");
+    db_->SetModelName(model, "SW-1b");
+    db_->SetCategoryName(2, "Changed");
+    EXPECT_EQ(db_->GetCategoryName(rack), "Open Rack");
+    EXPECT_EQ(db_->GetMakeName(make), "Stackwell Ltd");
+    EXPECT_EQ(db_->GetModelName(model), "SW-1b");
+    EXPECT_EQ(db_->GetCategoryName(2), "Printer");
+}
+
+NORVIK_ON_BOTH_ENGINES(Catalogue);
+
+}  // namespace
