@@ -325,8 +325,12 @@ int LocationRanges(CNorvikSql& db, ULong id, const Words& words, bool json) {
         if (low.GetAsNumber() > high.GetAsNumber()) {
             return UsageError("the range " + lows[i] + " to " + highs[i] + " ends before it starts");
         }
-        fromText += (i ? ";" : "") + AddressText(low);
-        toText += (i ? ";" : "") + AddressText(high);
+        if (i) {
+            fromText += ';';
+            toText += ';';
+        }
+        fromText += AddressText(low);
+        toText += AddressText(high);
     }
     constexpr std::size_t kColumn = 255;  // LOCDATA._IPFROM and _IPTO
     if (fromText.size() > kColumn || toText.size() > kColumn) {
