@@ -3,6 +3,8 @@
 // second on SQLite, 1,000 on PostgreSQL over loopback.
 #include <benchmark/benchmark.h>
 
+#include "bench_support.h"
+
 #include <memory>
 #include <string>
 
@@ -12,10 +14,7 @@
 
 namespace {
 
-struct Target {
-    std::unique_ptr<ScratchDatabase> scratch;
-    CAuditDBSys kb;
-    std::unique_ptr<CNorvikSql> db;
+struct Target : BenchDatabase {
     ULong location = 0;
     ULong added = 0;  // names stay unique across runs of one engine
 };
@@ -28,9 +27,7 @@ Target& TargetFor(Engine engine) {
     static Target targets[2];
     Target& target = targets[engine == Engine::Sqlite ? 0 : 1];
     if (!target.db) {
-        target.scratch = std::make_unique<ScratchDatabase>(engine);
-        target.db = std::make_unique<CNorvikSql>(target.kb);
-        target.db->Open(target.scratch->ConnectionString().c_str(), nullptr, 0x4);
+        target.Open(engine);
         target.location = target.db->locAddFull("Site;Building;Room");
         for (const char* field : {"Owner", "Cost Centre", "Warranty"})
             target.db->InsertRecord("USERDEF", "_PARENT,_KEY,_FLAGS", CString::Formatted("0,'%s',2", field));
@@ -74,7 +71,9 @@ void FindExisting(benchmark::State& state, Engine engine) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void Register() {
+}  // namespace
+
+void RegisterBenchmarks() {
     for (Engine engine : {Engine::Sqlite, Engine::PostgreSql}) {
         const std::string name = EngineName(engine);
         benchmark::RegisterBenchmark(("AddAsset/history/" + name).c_str(), AddAsset, engine, 0)
@@ -90,14 +89,4 @@ void Register() {
             ->MinTime(2)
             ->UseRealTime();
     }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    Register();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
 }

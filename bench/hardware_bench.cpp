@@ -4,6 +4,8 @@
 // second.
 #include <benchmark/benchmark.h>
 
+#include "bench_support.h"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,10 +21,7 @@ constexpr int kCategories = 10;
 constexpr int kValuesPerCategory = 30;
 constexpr int kValuesPerAsset = kCategories * kValuesPerCategory;
 
-struct Target {
-    std::unique_ptr<ScratchDatabase> scratch;
-    CAuditDBSys kb;
-    std::unique_ptr<CNorvikSql> db;
+struct Target : BenchDatabase {
     std::vector<ULong> categories;
     ULong assets = 0;
     ULong fullTree = 0;  // an asset whose tree is complete, for the walk
@@ -32,9 +31,7 @@ Target& TargetFor(Engine engine) {
     static Target targets[2];
     Target& target = targets[engine == Engine::Sqlite ? 0 : 1];
     if (!target.db) {
-        target.scratch = std::make_unique<ScratchDatabase>(engine);
-        target.db = std::make_unique<CNorvikSql>(target.kb);
-        target.db->Open(target.scratch->ConnectionString().c_str(), nullptr, 0x4);
+        target.Open(engine);
         for (int c = 0; c < kCategories; ++c)
             target.categories.push_back(
                 target.db->hwAdd(CString::Formatted("Group %d|Category %d", c / 3, c), '|', CNorvik::kHwCategory));
@@ -103,7 +100,9 @@ void HwEnumTree(benchmark::State& state, Engine engine) {
     state.counters["nodes"] = expected;
 }
 
-void Register() {
+}  // namespace
+
+void RegisterBenchmarks() {
     for (Engine engine : {Engine::Sqlite, Engine::PostgreSql}) {
         const std::string name = EngineName(engine);
         benchmark::RegisterBenchmark(("HwAdd/new-values/" + name).c_str(), HwAddValues, engine)
@@ -117,14 +116,4 @@ void Register() {
             ->UseRealTime()
             ->Unit(benchmark::kMillisecond);
     }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    Register();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
 }

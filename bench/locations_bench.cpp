@@ -3,6 +3,8 @@
 // about half a scan and a miss a full one.
 #include <benchmark/benchmark.h>
 
+#include "bench_support.h"
+
 #include <memory>
 #include <random>
 
@@ -19,10 +21,7 @@ constexpr ULong kBase = 10u << 24;
 
 ULong RangeStart(ULong location, ULong range) { return kBase + location * 64 + range * 16; }
 
-struct Target {
-    CAuditDBSys kb;
-    std::unique_ptr<ScratchDatabase> scratch;
-    std::unique_ptr<CNorvikSql> db;
+struct Target : BenchDatabase {
     ULong firstId = 0;
 };
 
@@ -30,9 +29,7 @@ Target& TargetFor(Engine engine) {
     static Target targets[2];
     Target& target = targets[engine == Engine::Sqlite ? 0 : 1];
     if (!target.db) {
-        target.scratch = std::make_unique<ScratchDatabase>(engine);
-        target.db = std::make_unique<CNorvikSql>(target.kb);
-        target.db->Open(target.scratch->ConnectionString().c_str(), nullptr, 0x4);
+        target.Open(engine);
         for (ULong i = 0; i < kLocations; ++i) {
             CString from;
             CString to;
@@ -69,20 +66,12 @@ void FindByIpMiss(benchmark::State& state, Engine engine) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void Register() {
+}  // namespace
+
+void RegisterBenchmarks() {
     for (Engine engine : {Engine::Sqlite, Engine::PostgreSql}) {
         const std::string name = EngineName(engine);
         benchmark::RegisterBenchmark(("locFindByIP/hit/" + name).c_str(), FindByIpHit, engine)->MinTime(2);
         benchmark::RegisterBenchmark(("locFindByIP/miss/" + name).c_str(), FindByIpMiss, engine)->MinTime(2);
     }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    Register();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
 }

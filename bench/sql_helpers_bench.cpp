@@ -1,8 +1,10 @@
 // Statements per second through the statement helpers beside the same statements sent
 // straight through ODBC, on SQLite and on PostgreSQL ($NORVIK_TEST_PG_DSN).
 #include <benchmark/benchmark.h>
+
 #include <sql.h>
 #include <sqlext.h>
+#include "bench_support.h"
 
 #include <memory>
 #include <string>
@@ -103,7 +105,9 @@ void InsertRecordRaw(benchmark::State& state, Engine engine) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void Register() {
+}  // namespace
+
+void RegisterBenchmarks() {
     for (Engine engine : {Engine::Sqlite, Engine::PostgreSql}) {
         const std::string name = EngineName(engine);
         benchmark::RegisterBenchmark(("SelectNumber/helper/" + name).c_str(), SelectNumberHelper, engine)->MinTime(2);
@@ -111,14 +115,4 @@ void Register() {
         benchmark::RegisterBenchmark(("InsertRecord/helper/" + name).c_str(), InsertRecordHelper, engine)->MinTime(2);
         benchmark::RegisterBenchmark(("InsertRecord/raw/" + name).c_str(), InsertRecordRaw, engine)->MinTime(2);
     }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    Register();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
 }

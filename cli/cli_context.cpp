@@ -58,6 +58,22 @@ CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
     return m_db.get();
 }
 
+int HelpForVerbWithoutWords(const Context& context, const char* help) {
+    if (context.WantsHelp()) {
+        std::cout << help;
+        return kExitOk;
+    }
+    if (!context.args.empty()) {
+        std::cerr << help;
+        return kExitUsage;
+    }
+    return -1;
+}
+
+std::string SchemaVersionText(int version) {
+    return std::to_string(version / 100) + "." + (version % 100 < 10 ? "0" : "") + std::to_string(version % 100);
+}
+
 void PrintError(const std::string& text) {
     std::string line;
     bool lastBlank = false;

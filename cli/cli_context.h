@@ -48,6 +48,13 @@ private:
     std::unique_ptr<CNorvikSql> m_db;
 };
 
+// For a verb that takes no words: prints `help` and returns the exit code when the words
+// ask for help (0) or when there are any (2, on stderr); -1 when the verb should run.
+int HelpForVerbWithoutWords(const Context& context, const char* help);
+
+// "7.14" of a version number major × 100 + minor.
+std::string SchemaVersionText(int version);
+
 // Prints "norvik: <text>" on stderr, with the message's line breaks folded into one line.
 void PrintError(const std::string& text);
 // The message-box callback of the tool: errors to stderr; questions answered by --yes, by the

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/resolve_asset.h"
 #include "sql/sql_recordset.h"
 
 namespace cli {
@@ -49,27 +50,6 @@ struct MessageWatch {
     }
     void Install(CNorvikSql& db) { db.SetMsgBoxCallback(Show, reinterpret_cast<CallbackValue>(this)); }
 };
-
-// An asset named on the command line, by _ID (digits, when such an asset exists) or by exact
-// name. Returns 0 with `error` set when it names nothing or several assets.
-// Stands in for the assets family's resolver until that one is shared.
-ULong ResolveAssetWord(CNorvikSql& db, const std::string& word, std::string* error) {
-    try {
-        if (!word.empty() && word.size() <= 9 && word.find_first_not_of("0123456789") == std::string::npos) {
-            const ULong id = static_cast<ULong>(std::strtoul(word.c_str(), nullptr, 10));
-            if (id != 0 && db.SelectNumber("ASSET", "_ID", id) == id) return id;
-        }
-        std::vector<ULong> named;
-        CSqlRecordset rs(&db, "select _ID from ASSET where _NAME = " + CNorvikSql::SqlQuote(word.c_str()));
-        for (; !rs.IsEOF(); rs.MoveNext()) named.push_back(rs.NumberAt(0));
-        if (named.size() == 1) return named[0];
-        *error = named.empty() ? "no asset '" + word + "'"
-                               : std::to_string(named.size()) + " assets are named '" + word + "'; name one by its id";
-    } catch (const CDBException& e) {
-        *error = "cannot read the assets: " + e.m_strError.str();
-    }
-    return 0;
-}
 
 // "YYYY-MM-DD hh:mm:ss" of a local time: the same on every machine, unlike the display form.
 std::string IsoDateTime(CTime time) {
@@ -137,12 +117,12 @@ int ShowHistory(Context& context, const std::string& word, bool details) {
     if (!db) return kExitFailed;
     MessageWatch watch{&context.options};
     watch.Install(*db);
-    std::string error;
-    const ULong asset = ResolveAssetWord(*db, word, &error);
-    if (asset == 0) {
-        PrintError(error);
-        return kExitFailed;
+    const Resolved resolved = ResolveAsset(*db, word);
+    if (!resolved.ok()) {
+        PrintError(resolved.error);
+        return resolved.exitCode;
     }
+    const ULong asset = resolved.id;
     const std::vector<Change> changes = ReadHistory(*db, asset);
     if (watch.shown) return kExitFailed;
 

@@ -16,19 +16,11 @@ const char kHelp[] =
 }  // namespace
 
 int RunInfo(Context& context) {
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    if (!context.args.empty()) {
-        std::cerr << kHelp;
-        return kExitUsage;
-    }
+    if (const int exit = HelpForVerbWithoutWords(context, kHelp); exit >= 0) return exit;
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
     const int version = db->GetVer();
-    const std::string versionText =
-        std::to_string(version / 100) + "." + (version % 100 < 10 ? "0" : "") + std::to_string(version % 100);
+    const std::string versionText = SchemaVersionText(version);
     TextTable table({"Table", "Rows"});
     std::string jsonTables;
     try {

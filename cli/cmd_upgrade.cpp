@@ -18,19 +18,12 @@ const char kHelp[] =
 }  // namespace
 
 int RunUpgrade(Context& context) {
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    if (!context.args.empty()) {
-        std::cerr << kHelp;
-        return kExitUsage;
-    }
+    if (const int exit = HelpForVerbWithoutWords(context, kHelp); exit >= 0) return exit;
     // Open makes the offer and runs the upgrade; every refusal or failure has been shown by then.
     CNorvikSql* db = context.OpenDatabase(&std::cout);
     if (!db) return kExitFailed;
     const int version = db->GetVer();
-    std::cout << "Schema: " << version / 100 << '.' << (version % 100 < 10 ? "0" : "") << version % 100 << '\n';
+    std::cout << "Schema: " << SchemaVersionText(version) << '\n';
     return kExitOk;
 }
 

@@ -8,9 +8,9 @@
 
 namespace {
 
-// The address of an entry made only of digits and dots, each part at most 9 digits long (so
-// no part can overflow), as CIPAddress would convert it: each of the first four parts taken
-// as a number and cut to its low 8 bits, missing parts 0, parts beyond the fourth ignored.
+// The address of an entry made only of digits and dots, each number at most 9 digits long (so
+// none can overflow), as CIPAddress would convert it: each of the first four numbers cut to
+// its low 8 bits, missing numbers 0, anything after the fourth dot ignored.
 // False when the entry has any other form.
 bool ConvertPlainEntry(const char* begin, const char* end, ULong* number) {
     ULong octets[4] = {0, 0, 0, 0};

@@ -64,16 +64,6 @@ bool CNorvikSql::LoadAssetCache(ULong asset) {
 
 // ---- Reads ----
 
-ULong CNorvikSql::FirstNumberReported(const char* statement) {
-    try {
-        CSqlRecordset rs(this, statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
-}
-
 ULong CNorvikSql::FindAsset(const char* name, ULong location, int asChild) {
     CString statement = CString::Formatted("select * from ASSET where _NAME=%s", SqlQuote(name).c_str());
     if (asChild && location)

@@ -75,17 +75,6 @@ ULong CNorvikSql::GetModelMake(ULong id) {
 
 namespace {
 
-// Runs an update or delete; a failure is reported with the statement and gives false.
-bool ExecuteReported(CNorvikSql& db, const CString& statement) {
-    try {
-        db.ExecuteStatement(statement);
-        return true;
-    } catch (const CDBException& e) {
-        db.HandleSqlException(e, statement);
-        return false;
-    }
-}
-
 // Inserts (quoted name, number) into `columns` of `table` and hands the row out as a combined
 // identifier; 0 after a reported failure.
 ULong InsertReported(CNorvikSql& db, const char* table, const char* columns, const char* name, ULong number) {
@@ -101,18 +90,15 @@ ULong InsertReported(CNorvikSql& db, const char* table, const char* columns, con
 }  // namespace
 
 void CNorvikSql::SetCategoryName(ULong id, const char* name) {
-    ExecuteReported(*this,
-                    CString::Formatted("update CAT set _NAME=%s where _ID=%d", SqlQuote(name).c_str(), SiteId(id)));
+    ExecuteReported(CString::Formatted("update CAT set _NAME=%s where _ID=%d", SqlQuote(name).c_str(), SiteId(id)));
 }
 
 void CNorvikSql::SetMakeName(ULong id, const char* name) {
-    ExecuteReported(*this,
-                    CString::Formatted("update MAKE set _NAME=%s where _ID=%d", SqlQuote(name).c_str(), SiteId(id)));
+    ExecuteReported(CString::Formatted("update MAKE set _NAME=%s where _ID=%d", SqlQuote(name).c_str(), SiteId(id)));
 }
 
 void CNorvikSql::SetModelName(ULong id, const char* name) {
-    ExecuteReported(*this,
-                    CString::Formatted("update MODEL set _NAME=%s where _ID = %d", SqlQuote(name).c_str(), SiteId(id)));
+    ExecuteReported(CString::Formatted("update MODEL set _NAME=%s where _ID = %d", SqlQuote(name).c_str(), SiteId(id)));
 }
 
 ULong CNorvikSql::AddCategory(const char* name, ULong type) {
@@ -130,21 +116,21 @@ ULong CNorvikSql::AddModel(ULong make, const char* name) {
 // Deletions go parent first, then the children one by one through the virtual operations, with
 // the Knowledge Base left out of the enumeration: a cascade never reaches Knowledge Base entries.
 void CNorvikSql::DeleteCategory(ULong id) {
-    if (!ExecuteReported(*this, CString::Formatted("delete from CAT where _ID=%d", SiteId(id)))) return;
+    if (!ExecuteReported(CString::Formatted("delete from CAT where _ID=%d", SiteId(id)))) return;
     CSortList makes;
     EnumMakes(id, makes, 0);
     for (const CSortItem& make : makes) DeleteMake(make.id);
 }
 
 void CNorvikSql::DeleteMake(ULong id) {
-    if (!ExecuteReported(*this, CString::Formatted("delete from MAKE where _ID = %d", SiteId(id)))) return;
+    if (!ExecuteReported(CString::Formatted("delete from MAKE where _ID = %d", SiteId(id)))) return;
     CSortList models;
     EnumModels(id, models, 0);
     for (const CSortItem& model : models) DeleteModel(model.id);
 }
 
 void CNorvikSql::DeleteModel(ULong id) {
-    ExecuteReported(*this, CString::Formatted("delete from MODEL where _ID = %d", SiteId(id)));
+    ExecuteReported(CString::Formatted("delete from MODEL where _ID = %d", SiteId(id)));
 }
 
 // ---- Enumerations ----

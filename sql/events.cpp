@@ -37,24 +37,14 @@ ULong CNorvikSql::AddEvent(const char* event, ULong hist) {
 ULong CNorvikSql::FindEvent(const char* event, ULong hist) {
     const CString statement = CString::Formatted("select _ID from EVENTLOG where _HISTID=%d and _EVENT=%s",
                                                  static_cast<int>(hist), SqlQuote(event).c_str());
-    try {
-        CSqlRecordset rs(this, statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return FirstNumberReported(statement);
 }
 
 void CNorvikSql::DeleteAllEvents() {
     // Sent exactly so, star included: neither engine accepts it, and the caller sees that
     // failure reported rather than a quietly emptied log.
     const char* statement = "delete * from EVENTLOG";
-    try {
-        ExecuteStatement(statement);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
+    ExecuteReported(statement);
 }
 
 ULong CNorvikSql::GetEventCount() {
@@ -85,9 +75,5 @@ void CNorvikSql::GetEventDetails(ULong event, CString& text, ULong* hist) {
 
 void CNorvikSql::DeleteEvent(ULong event) {
     const CString statement = CString::Formatted("delete from EVENTLOG where _ID = %d", static_cast<int>(event));
-    try {
-        ExecuteStatement(statement);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
+    ExecuteReported(statement);
 }

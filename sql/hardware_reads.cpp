@@ -110,13 +110,7 @@ ULong CNorvikSql::hwFind(ULong parent, ULong asset, const char* key) {
     const CString statement =
         CString::Formatted("select _ID from HW where _PARENT=%d and _ASSET=%d and _KEY=%s", static_cast<int>(parent),
                            static_cast<int>(asset), SqlQuote(key).c_str());
-    try {
-        CSqlRecordset rs(this, statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return FirstNumberReported(statement);
 }
 
 // ---- Single nodes ----

@@ -209,11 +209,7 @@ ULong CNorvikSql::EnumHistoryPurge(CTime before, CDynaList<ULong>& ids) {
 
 void CNorvikSql::historyDelete(ULong hist) {
     const CString statement = CString::Formatted("delete from HISTORY where _ID=%d", static_cast<int>(hist));
-    try {
-        ExecuteStatement(statement);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
+    ExecuteReported(statement);
 }
 
 int CNorvikSql::PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) {
@@ -231,13 +227,7 @@ int CNorvikSql::PurgeAssetHistory(ULong asset, const CTime& date, int keepInitia
 
 ULong CNorvikSql::historyGetAsset(ULong hist) {
     const CString statement = CString::Formatted("select _ASSET from HISTORY where _ID = %d", static_cast<int>(hist));
-    try {
-        CSqlRecordset rs(this, statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return FirstNumberReported(statement);
 }
 
 ULong CNorvikSql::historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,

@@ -30,13 +30,7 @@ ULong CNorvikSql::GetLocTypeParent(ULong type) { return SelectNumberReported("LO
 
 ULong CNorvikSql::GetChildLocType(ULong type) {
     const CString statement = CString::Formatted("select _ID from LOCTYPE where _PARENT = %d", static_cast<int>(type));
-    try {
-        CSqlRecordset rs(this, statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return FirstNumberReported(statement);
 }
 
 // ---- Writes ----

@@ -77,27 +77,6 @@ bool ExportLocation(CNorvikSql& db, std::FILE* out, ULong location, const CDynaL
 
 // ---- Reads ----
 
-CString CNorvikSql::SelectTextReported(const char* table, const char* column, ULong id) {
-    try {
-        return SelectText(table, column, id);
-    } catch (const CDBException& e) {
-        // The text SelectText sends.
-        HandleSqlException(e,
-                           CString::Formatted("select %s from %s where _ID = %d", column, table, static_cast<int>(id)));
-        return CString();
-    }
-}
-
-ULong CNorvikSql::SelectNumberReported(const char* table, const char* column, ULong id) {
-    try {
-        return SelectNumber(table, column, id);
-    } catch (const CDBException& e) {
-        HandleSqlException(e,
-                           CString::Formatted("select %s from %s where _ID = %d", column, table, static_cast<int>(id)));
-        return 0;
-    }
-}
-
 CString CNorvikSql::locGetName(ULong location) {
     if (location == 0) return GetCompanyName();
     return SelectTextReported("LOCDATA", "_NAME", location);

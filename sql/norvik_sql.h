@@ -240,6 +240,8 @@ private:
     // reported with the statement sent and gives the empty text or 0.
     CString SelectTextReported(const char* table, const char* column, ULong id);
     ULong SelectNumberReported(const char* table, const char* column, ULong id);
+    // Runs an update or delete; false after a failure, which is reported with the statement.
+    bool ExecuteReported(const char* statement);
     // The walks of locEnum and locDelete. `ancestors` holds the locations above the one walked,
     // so a cycle written into LOCDATA by hand ends the walk instead of recursing for ever.
     // Both throw CDBException, the failing statement left in `statement`.
