@@ -1,9 +1,8 @@
-// The norvik tool as a user runs it: exit codes, one-line errors, and the verbs of the
-// foundation on both engines.
+// The norvik tool as a user runs it: help, the command lines refused before any database is
+// opened, and init, info and option on both engines.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "platform/odbc_database.h"
@@ -12,93 +11,148 @@
 
 namespace {
 
-using Result = ToolResult;
-
 class Tool : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() / ("norvik_cli_" + std::to_string(getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
+    ToolResult Run(const std::vector<std::string>& args) { return RunTool(dir_.path, args); }
 
-    Result Run(const std::vector<std::string>& args) { return RunTool(dir_, args); }
-
-    static int Lines(const std::string& text) { return LineCount(text); }
-
-    std::filesystem::path dir_;
+    ToolDir dir_{"norvik_cli"};
 };
 
-TEST_F(Tool, HelpAndUsageErrors) {
-    EXPECT_EQ(Run({"--help"}).exitCode, 0);
-    EXPECT_NE(Run({"--help"}).out.find("Commands:"), std::string::npos);
-    EXPECT_EQ(Run({}).exitCode, 2);
-    const Result unknown = Run({"frobnicate"});
-    EXPECT_EQ(unknown.exitCode, 2);
-    EXPECT_EQ(unknown.err, "norvik: unknown command frobnicate (see norvik --help)\n");
-    EXPECT_EQ(Run({"--db"}).exitCode, 2);
-    EXPECT_EQ(Run({"option", "get"}).exitCode, 2);
-    EXPECT_EQ(Run({"init", "--schema-version", "9.99"}).exitCode, 2);
-    for (const char* verb : {"init", "info", "option"}) EXPECT_EQ(Run({verb, "--help"}).exitCode, 0) << verb;
+TEST_F(Tool, HelpForEveryVerb) {
+    const struct {
+        std::vector<std::string> args;
+        const char* text;
+    } cases[] = {
+        {{"--help"}, "Commands:"},
+        {{"--help"}, "kb info|dump|query"},
+        {{"init", "--help"}, ""},
+        {{"info", "--help"}, ""},
+        {{"option", "--help"}, ""},
+        {{"upgrade", "--help"}, "usage: norvik"},
+        {{"history", "--help"}, "usage: norvik history"},
+        {{"history", "purge", "--help"}, "usage: norvik history"},
+        {{"hw", "--help"}, "usage: norvik hw ASSET"},
+        {{"location", "--help"}, "usage: norvik location"},
+        {{"location", "add", "--help"}, ""},
+        {{"loctype", "--help"}, "usage: norvik loctype"},
+        {{"asset", "move", "--help"}, "usage: norvik asset list"},
+        {{"kb", "--help"}, ""},
+    };
+    for (const auto& c : cases) {
+        const ToolResult help = Run(c.args);
+        EXPECT_EQ(help.exitCode, 0) << c.args[0];
+        EXPECT_NE(help.out.find(c.text), std::string::npos) << help.out;
+    }
 }
 
-TEST_F(Tool, InitThenInfoOnSqlite) {
-    const std::string db = (dir_ / "audit.db").string();
-    const Result init = Run({"--db", db, "init"});
-    ASSERT_EQ(init.exitCode, 0) << init.err;
-    const Result info = Run({"--db", db, "info"});
+// Checked before any database is opened, so the missing one is never created.
+TEST_F(Tool, BadCommandLinesAreRefusedInOneLine) {
+    const std::string missing = (dir_.path / "none.db").string();
+    const struct {
+        std::vector<std::string> args;
+        int exitCode;
+        const char* error;
+    } cases[] = {
+        {{}, 2, ""},
+        {{"frobnicate"}, 2, "norvik: unknown command frobnicate (see norvik --help)\n"},
+        {{"--db"}, 2, ""},
+        {{"option", "get"}, 2, ""},
+        {{"init", "--schema-version", "9.99"}, 2, ""},
+        {{"info"}, 1, ""},
+        {{"upgrade", "now"}, 2, ""},
+        {{"--yes", "upgrade"}, 1, ""},
+        {{"history"}, 2, ""},
+        {{"history", "a", "b"}, 2, ""},
+        {{"history", "pc", "--bogus"}, 2, ""},
+        {{"history", ""}, 2, ""},
+        {{"history", "purge"}, 2, ""},
+        {{"history", "purge", "--before"}, 2, ""},
+        {{"history", "purge", "--after", "2009-01-01"}, 2, ""},
+        {{"history", "purge", "--before", "2009-13-01"}, 2, ""},
+        {{"history", "purge", "--before", "20090231"}, 2, ""},
+        {{"history", "purge", "--before", "2009/01/01"}, 2, ""},
+        {{"history", "purge", "--before", "2009-02-30"},
+         2,
+         "norvik: the date must be a day written YYYY-MM-DD or YYYYMMDD: 2009-02-30\n"},
+        {{"hw"}, 2, ""},
+        {{"hw", "pc", "--path"}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "Total"}, 2, ""},
+        {{"hw", "set", "pc", "A||B", "k", "v"}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "", "v"}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "k", std::string(256, 'v')}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "k", "v", "--flags", "0x1"}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "k", "v", "--flags", "0x220"}, 2, ""},
+        {{"hw", "set", "pc", "Memory", "k", "v", "--flags", "12abc"}, 2, ""},
+        {{"hw", "history"}, 2, ""},
+        {{"asset"}, 2, "asset needs a command"},
+        {{"asset", "frob"}, 2, "unknown asset command frob"},
+        {{"asset", "show"}, 2, "wrong number of arguments"},
+        {{"asset", "list", "--bogus"}, 2, "unknown option --bogus"},
+        {{"asset", "add", ""}, 2, "may not be empty"},
+        {{"asset", "add", "X", "--location"}, 2, "--location needs a value"},
+        {{"asset", "move", "PC"}, 2, "either --location or --parent"},
+        {{"asset", "move", "PC", "--location", "0", "--parent", "Hub"}, 2, "either --location or --parent"},
+        {{"location"}, 2, "location needs a command"},
+        {{"location", "move", "Site"}, 2, "unknown location command move"},
+        {{"location", "list", "--deep"}, 2, "unknown option --deep"},
+        {{"location", "add", "Site;" + std::string(1100, 'x')}, 2, "1105 characters long; at most 1023"},
+        {{"location", "add", "Site;;Room"}, 2, "empty name"},
+        {{"location", "rename", "Site", "a;b"}, 2, "may not hold ';'"},
+        {{"location", "rename", "Site"}, 2, "usage: norvik location rename LOCATION NAME"},
+        {{"loctype", "add"}, 2, "usage: norvik loctype add NAME [--parent TYPE]"},
+        {{"loctype", "add", "Room", "--parent"}, 2, "--parent needs a value"},
+        {{"kb"}, 2, ""},
+        {{"kb", "info"}, 2, ""},
+        {{"kb", "dump", "x.kb"}, 2, ""},
+        {{"kb", "query", "x.kb"}, 2, ""},
+        {{"kb", "frob", "x.kb"}, 2, ""},
+        {{"kb", "info", "x.kb", "extra"}, 2, ""},
+        {{"kb", "dump", "x.kb", "CAT", "--csv", "--json"}, 2, ""},
+        {{"kb", "build", "x.kb"}, 2, ""},
+        {{"kb", "recognise", "x.kb", "--list", "x"}, 2, ""},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args{"--db", missing};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        const ToolResult result = Run(args);
+        SCOPED_TRACE(c.args.empty() ? "(none)" : c.args.back());
+        // One line of error, the usage of the command, or both in that order.
+        EXPECT_EQ(result.exitCode, c.exitCode) << result.err;
+        EXPECT_NE(result.err.find(c.error), std::string::npos) << result.err;
+        if (c.error[0] == 'n') {
+            EXPECT_EQ(result.err.rfind(c.error, 0), 0u) << result.err;
+        }
+        const auto next = result.err.rfind("norvik: ", 0) == 0 ? result.err.find('\n') + 1 : 0;
+        if (next < result.err.size()) {
+            EXPECT_EQ(result.err.compare(next, 7, "usage: "), 0) << result.err;
+        }
+        EXPECT_EQ(result.out, "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(missing)) << "a missing database must not be created by reading it";
+}
+
+TEST_F(Tool, InitInfoAndOptionsOnBothEngines) {
+    const std::string sqlite = (dir_.path / "audit.db").string();
+    ASSERT_EQ(Run({"--db", sqlite, "init"}).exitCode, 0);
+    ExpectRefused(Run({"--db", sqlite, "init"}), 1);
+    const ToolResult info = Run({"--db", sqlite, "info"});
     EXPECT_EQ(info.exitCode, 0) << info.err;
     EXPECT_NE(info.out.find("Schema:   7.14"), std::string::npos) << info.out;
     EXPECT_NE(info.out.find("VERSION       1"), std::string::npos) << info.out;
-    const Result json = Run({"--db", db, "info", "--json"});
+    const ToolResult json = Run({"--db", sqlite, "info", "--json"});
     EXPECT_NE(json.out.find("\"schema\": \"7.14\""), std::string::npos) << json.out;
     EXPECT_NE(json.out.find("\"OPTIONS\": 0"), std::string::npos) << json.out;
-}
-
-TEST_F(Tool, EveryFailureIsOneLineAndExitOne) {
-    const std::string db = (dir_ / "audit.db").string();
-    const Result missing = Run({"--db", db, "info"});
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_EQ(Lines(missing.err), 1) << missing.err;
-    EXPECT_FALSE(std::filesystem::exists(db)) << "a missing database must not be created by reading it";
-
-    ASSERT_EQ(Run({"--db", db, "init"}).exitCode, 0);
-    const Result again = Run({"--db", db, "init"});
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_EQ(Lines(again.err), 1) << again.err;
-
-    const Result badDsn = Run({"--dsn", "Driver={No Such Driver};Database=x", "info"});
-    EXPECT_EQ(badDsn.exitCode, 1);
+    const ToolResult badDsn = Run({"--dsn", "Driver={No Such Driver};Database=x", "info"});
+    ExpectRefused(badDsn, 1, "norvik: ODBC Error code -1 Error : ");
     EXPECT_EQ(badDsn.err.rfind("norvik: ODBC Error code -1 Error : ", 0), 0u) << badDsn.err;
-    EXPECT_EQ(Lines(badDsn.err), 1) << badDsn.err;
 
-    const std::string old = (dir_ / "old.db").string();
-    ASSERT_EQ(Run({"--db", old, "init", "--schema-version", "7.12"}).exitCode, 0);
-    const Result upgrade = Run({"--db", old, "info"});
-    EXPECT_EQ(upgrade.exitCode, 1);
-    EXPECT_EQ(Lines(upgrade.err), 1) << upgrade.err;
-    EXPECT_NE(upgrade.err.find("upgraded to v7.1.4"), std::string::npos) << upgrade.err;
-
-    // Accepted, the upgrade finds no processor data in the new database and leaves 7.12.
-    const Result yes = Run({"--db", old, "--yes", "info"});
-    EXPECT_EQ(yes.exitCode, 1);
-    EXPECT_EQ(Lines(yes.err), 1) << yes.err;
-    EXPECT_NE(yes.err.find("needs upgrading from v7.12"), std::string::npos) << yes.err;
-}
-
-TEST_F(Tool, OptionsRoundTripOnBothEngines) {
-    const std::string sqlite = (dir_ / "audit.db").string();
-    ASSERT_EQ(Run({"--db", sqlite, "init"}).exitCode, 0);
     // An empty PostgreSQL database for init to fill.
     const std::string name = "norvik_cli_" + std::to_string(getpid());
-    {
-        CDatabase admin;
-        admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
-        admin.ExecuteSQL(("drop database if exists " + name).c_str());
-        admin.ExecuteSQL(
-            ("create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0")
-                .c_str());
-    }
+    CDatabase admin;
+    admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
+    admin.ExecuteSQL(("drop database if exists " + name).c_str());
+    admin.ExecuteSQL(
+        ("create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0").c_str());
     const std::string dsn = PostgresConnection(name);
     ASSERT_EQ(Run({"--dsn", dsn, "init"}).exitCode, 0);
     for (const auto& target : {std::vector<std::string>{"--db", sqlite}, std::vector<std::string>{"--dsn", dsn}}) {
@@ -112,8 +166,6 @@ TEST_F(Tool, OptionsRoundTripOnBothEngines) {
         EXPECT_EQ(with({"--json", "option", "get", "O'Neil's"}).out,
                   "{\"key\": \"O'Neil's\", \"value\": \"50% * done\"}\n");
     }
-    CDatabase admin;
-    admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
     admin.ExecuteSQL(("drop database if exists " + name + " with (force)").c_str());
 }
 

@@ -1,11 +1,10 @@
-// norvik kb as a user runs it on a Knowledge Base file made here with the table engine: the
-// versions and tables, dumps in three forms, queries, and one clear line for every bad file.
+// norvik kb as a user runs it: info, dump and query on a Knowledge Base file made here with the
+// table engine, build and recognise on the sample data of tests/data/kb, and one line for
+// every bad file.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,15 +14,6 @@
 #include "support/cli_runner.h"
 
 namespace {
-
-using Result = ToolResult;
-
-std::string Slurp(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // CAT (ID, NAME, TYPE) and SYSFILE (ID, NAME, CRC, FLAGS), content version 4.0.
 void WriteKnowledgeBase(const std::string& path) {
@@ -61,135 +51,109 @@ void WriteKnowledgeBase(const std::string& path) {
 
 class KbTool : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() / ("norvik_kb_cli_" + std::to_string(getpid()));
-        std::filesystem::create_directories(dir_);
-        kb_ = (dir_ / "system.kb").string();
-        WriteKnowledgeBase(kb_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    Result Run(const std::vector<std::string>& args) { return RunTool(dir_, args); }
-
-    // A copy of the Knowledge Base file with `bytes` in place of its content.
+    ToolResult Run(const std::vector<std::string>& args) { return RunTool(dir_.path, args); }
+    // A file in the test folder holding `bytes`.
     std::string FileOf(const std::string& name, const std::string& bytes) {
-        const std::string path = (dir_ / name).string();
+        const std::string path = (dir_.path / name).string();
         std::ofstream(path, std::ios::binary) << bytes;
         return path;
     }
 
-    std::filesystem::path dir_;
-    std::string kb_;
+    ToolDir dir_{"norvik_kb_cli"};
+    std::string kb_ = (dir_.path / "system.kb").string();
 };
 
-TEST_F(KbTool, InfoShowsVersionsAndEveryTable) {
-    const Result info = Run({"kb", "info", kb_});
+TEST_F(KbTool, InfoDumpAndQuery) {
+    WriteKnowledgeBase(kb_);
+    const ToolResult info = Run({"kb", "info", kb_});
     ASSERT_EQ(info.exitCode, 0) << info.err;
     EXPECT_EQ(info.out, "File:     " + kb_ +
                             "\nFormat:   2.10\nContent:  4.00\nTables:   2\n\n"
                             "Table    Rows  Columns\n"
                             "CAT         3        3\n"
                             "SYSFILE     4        4\n");
-    const Result json = Run({"--json", "kb", "info", kb_});
-    EXPECT_EQ(json.out, "{\"file\": \"" + kb_ +
-                            "\", \"format\": \"2.10\", \"content\": \"4.00\", \"tables\": [{\"name\": \"CAT\", "
-                            "\"rows\": 3, \"columns\": 3}, {\"name\": \"SYSFILE\", \"rows\": 4, \"columns\": 4}]}\n");
-}
-
-TEST_F(KbTool, DumpPrintsEveryRowAsTableCsvOrJson) {
-    const Result table = Run({"kb", "dump", kb_, "cat"});
-    ASSERT_EQ(table.exitCode, 0) << table.err;
-    EXPECT_EQ(table.out,
+    EXPECT_EQ(Run({"--json", "kb", "info", kb_}).out,
+              "{\"file\": \"" + kb_ +
+                  "\", \"format\": \"2.10\", \"content\": \"4.00\", \"tables\": [{\"name\": \"CAT\", "
+                  "\"rows\": 3, \"columns\": 3}, {\"name\": \"SYSFILE\", \"rows\": 4, \"columns\": 4}]}\n");
+    EXPECT_EQ(Run({"kb", "dump", kb_, "cat"}).out,
               "ID  NAME            TYPE\n"
               " 1  PC|Base Unit       1\n"
               " 2  Printer            0\n"
               " 3  O'Brien, \"Ltd\"     0\n");
-    const Result csv = Run({"kb", "dump", kb_, "CAT", "--csv"});
-    EXPECT_EQ(csv.out, "ID,NAME,TYPE\r\n1,PC|Base Unit,1\r\n2,Printer,0\r\n3,\"O'Brien, \"\"Ltd\"\"\",0\r\n");
-    const Result json = Run({"kb", "dump", kb_, "CAT", "--json"});
-    EXPECT_EQ(json.out,
+    EXPECT_EQ(Run({"kb", "dump", kb_, "CAT", "--csv"}).out,
+              "ID,NAME,TYPE\r\n1,PC|Base Unit,1\r\n2,Printer,0\r\n3,\"O'Brien, \"\"Ltd\"\"\",0\r\n");
+    EXPECT_EQ(Run({"kb", "dump", kb_, "CAT", "--json"}).out,
               "[\n  {\"ID\": 1, \"NAME\": \"PC|Base Unit\", \"TYPE\": 1},\n"
               "  {\"ID\": 2, \"NAME\": \"Printer\", \"TYPE\": 0},\n"
               "  {\"ID\": 3, \"NAME\": \"O'Brien, \\\"Ltd\\\"\", \"TYPE\": 0}\n]\n");
-    const Result missing = Run({"kb", "dump", kb_, "MAKE"});
+    const ToolResult missing = Run({"kb", "dump", kb_, "MAKE"});
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err, "norvik: no table MAKE in " + kb_ + " (see norvik kb info " + kb_ + ")\n");
-}
 
-TEST_F(KbTool, QueryPrintsTheMatchingRows) {
-    const Result keys = Run({"kb", "query", kb_, "select * from SYSFILE where CRC > 0 and FLAGS != 2"});
-    ASSERT_EQ(keys.exitCode, 0) << keys.err;
-    EXPECT_EQ(keys.out,
+    EXPECT_EQ(Run({"kb", "query", kb_, "select * from SYSFILE where CRC > 0 and FLAGS != 2"}).out,
               "ID  NAME        CRC  FLAGS\n"
               " 3  readme.txt   17      0\n");
-    const Result text = Run({"kb", "query", kb_, "select * from CAT where NAME = 'O''Brien, \"Ltd\"'", "--json"});
-    EXPECT_EQ(text.out, "[\n  {\"ID\": 3, \"NAME\": \"O'Brien, \\\"Ltd\\\"\", \"TYPE\": 0}\n]\n");
-    const Result none = Run({"kb", "query", kb_, "select * from CAT where TYPE > 5", "--json"});
-    EXPECT_EQ(none.exitCode, 0);
-    EXPECT_EQ(none.out, "[\n]\n");
-    const Result unsigned32 = Run({"kb", "query", kb_, "select * from SYSFILE where CRC = 3735928559"});
-    EXPECT_NE(unsigned32.out.find("msvcrt.dll  3735928559"), std::string::npos) << unsigned32.out;
-}
-
-TEST_F(KbTool, MalformedQueryIsOneLineAndExitOne) {
-    const struct {
-        const char* query;
-        const char* error;
-    } cases[] = {
-        {"select * from SYSFILE where CRC => 0",
-         "norvik: Invalid operator '=>' in query 'select * from SYSFILE where CRC => 0'\n"},
-        {"select NAME from CAT", "norvik: Unsupported verb in query: select NAME from CAT\n"},
-        {"select * from MAKE", "norvik: Unknown table MAKE in query: select * from MAKE\n"},
-        {"select * from CAT where SIZE = 1",
-         "norvik: Invalid filter column name 'SIZE' in query 'select * from CAT "
-         "where SIZE = 1'\n"},
-    };
-    for (const auto& c : cases) {
-        const Result result = Run({"kb", "query", kb_, c.query});
-        EXPECT_EQ(result.exitCode, 1) << c.query;
-        EXPECT_EQ(result.err, c.error);
-        EXPECT_EQ(result.out, "");
-    }
+    EXPECT_EQ(Run({"kb", "query", kb_, "select * from CAT where TYPE > 5", "--json"}).out, "[\n]\n");
+    const ToolResult bad = Run({"kb", "query", kb_, "select * from SYSFILE where CRC => 0"});
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.err, "norvik: Invalid operator '=>' in query 'select * from SYSFILE where CRC => 0'\n");
+    EXPECT_EQ(bad.out, "");
 }
 
 TEST_F(KbTool, MissingOrDamagedFileIsOneLineAndExitOne) {
+    WriteKnowledgeBase(kb_);
     const std::string whole = Slurp(kb_);
     const std::string files[] = {
-        (dir_ / "absent.kb").string(),
-        FileOf("empty.kb", ""),
+        (dir_.path / "absent.kb").string(),
         FileOf("short.kb", whole.substr(0, whole.size() - 5)),
-        FileOf("header.kb", whole.substr(0, 40)),
         FileOf("text.kb", "This is not a Knowledge Base file at all, only some words.\n"),
-        FileOf("count.kb", whole.substr(0, 44) + std::string("\xff\xff\xff\x7f", 4) + whole.substr(48)),
     };
     for (const std::string& file : files) {
-        for (const char* verb : {"info", "dump", "query"}) {
-            std::vector<std::string> args = {"kb", verb, file};
-            if (std::string(verb) == "dump") args.push_back("CAT");
-            if (std::string(verb) == "query") args.push_back("select * from CAT");
-            const Result result = Run(args);
-            EXPECT_EQ(result.exitCode, 1) << verb << " " << file;
-            EXPECT_EQ(LineCount(result.err), 1) << result.err;
+        for (const auto& args : {std::vector<std::string>{"kb", "info", file},
+                                 {"kb", "dump", file, "CAT"},
+                                 {"kb", "query", file, "select * from CAT"}}) {
+            const ToolResult result = Run(args);
+            ExpectRefused(result, 1, "norvik: cannot read the Knowledge Base file: ");
             EXPECT_EQ(result.err.rfind("norvik: cannot read the Knowledge Base file: ", 0), 0u) << result.err;
-            EXPECT_EQ(result.out, "");
         }
     }
+    ExpectRefused(Run({"kb", "check-common", FileOf("junk.ids", "junk")}), 1);
 }
 
-TEST_F(KbTool, WrongCommandLinesExitTwo) {
-    EXPECT_EQ(Run({"kb", "--help"}).exitCode, 0);
-    EXPECT_NE(Run({"--help"}).out.find("kb info|dump|query"), std::string::npos);
-    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {"kb"},
-             {"kb", "info"},
-             {"kb", "dump", kb_},
-             {"kb", "query", kb_},
-             {"kb", "frob", kb_},
-             {"kb", "info", kb_, "extra"},
-             {"kb", "dump", kb_, "CAT", "--csv", "--json"},
-         }) {
-        EXPECT_EQ(Run(args).exitCode, 2) << args.size();
-    }
+TEST_F(KbTool, BuildCheckCommonAndRecognise) {
+    FileOf("categories.csv", "name,type\nLaptop,yes\n");
+    const ToolResult bad = Run({"kb", "build", kb_, "--from", dir_.path.string()});
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.err, "norvik: categories.csv:2: type \"yes\" is not a number (decimal or 0x...)\n");
+
+    const ToolResult built = Run({"kb", "build", kb_, "--from", NORVIK_TEST_DATA_DIR "/kb"});
+    ASSERT_EQ(built.exitCode, 0) << built.err;
+    EXPECT_NE(built.out.find("SYSFILE 26"), std::string::npos) << built.out;
+    const ToolResult found = Run({"kb", "recognise", kb_, "--files", NORVIK_TEST_DATA_DIR "/kb/audit_files.txt"});
+    ASSERT_EQ(found.exitCode, 0) << found.err;
+    EXPECT_EQ(found.out,
+              "scribe.exe\tQuillsoft Scribe 8.0\n"
+              "scribecore.dll\tQuillsoft Scribe 8.0\n"
+              "scribe_en.lng\tQuillsoft Scribe 8.0\n"
+              "pbarc.exe\tPebblestack Software Archiver 2.4\n"
+              "pbarcshell.dll\tPebblestack Software Archiver 2.4\n"
+              "mossgate.exe\tMossgate Mossgate Browser 42\n"
+              "mgrender.dll\tMossgate Mossgate Browser 42\n");
+    const ToolResult list =
+        Run({"kb", "recognise", kb_, "--files", FileOf("list.txt", "scribe.exe,12,0xZZ,2023-06-01\n")});
+    ExpectRefused(list, 1, "list.txt:1:");
+
+    // larchrt.dll is a key file known by name only (any size, any date); notes.txt is unknown.
+    std::filesystem::create_directories(dir_.path / "scan" / "bin");
+    FileOf("scan/bin/larchrt.dll", "runtime");
+    FileOf("scan/notes.txt", "hello");
+    EXPECT_EQ(Run({"kb", "recognise", kb_, "--scan", (dir_.path / "scan").string()}).out,
+              "bin/larchrt.dll\tLarch Labs Runtime 4.0\n");
+
+    EXPECT_EQ(Run({"kb", "check-common", kb_}).out, "26 known files checked, 4 marked common\n");
+    EXPECT_NE(Run({"kb", "query", kb_, "select * from SYSFILE where FLAGS = 1"}).out.find("qsrt40.dll"),
+              std::string::npos);
 }
 
 }  // namespace

@@ -46,11 +46,4 @@ TEST(ExtractToken, SplitsTrimsAndStripsAsAsked) {
     }
 }
 
-TEST(ExtractToken, RepeatedCallsWalkThePath) {
-    CString path("Root|Site|Room");
-    std::vector<std::string> parts;
-    while (!path.IsEmpty()) parts.push_back(ExtractToken(path, '|', true, false, false).str());
-    EXPECT_EQ(parts, (std::vector<std::string>{"Root", "Site", "Room"}));
-}
-
 }  // namespace

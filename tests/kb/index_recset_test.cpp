@@ -69,16 +69,6 @@ TEST(CIndexRecSet, NumberIndexSortsUnsignedWithEqualValuesInRowOrder) {
     EXPECT_EQ(IdsInOrder(rs), (std::vector<ULong>{5, 2, 4, 7, 6, 1, 3}));
 }
 
-TEST(CIndexRecSet, IndexHoldsOnlyTheRowsMeetingTheQuery) {
-    CTableDatabase db;
-    db.AddTable(MakeTable("T", {{"NAME", 0}, {"FLAGS", 1}}, {{"c", "2"}, {"a", "1"}, {"b", "2"}, {"a", "2"}}));
-    db[0].DeleteRow(3);
-    CIndexRecSet rs(&db);
-    ASSERT_EQ(rs.Open("select * from T where FLAGS = 2", 1), 1);
-    EXPECT_EQ(IdsInOrder(rs), (std::vector<ULong>{3, 1}));
-    EXPECT_EQ(db[0].GetIndexCount(), 1u);
-}
-
 TEST(CIndexRecSet, SeekFindsTheFirstEqualEntryOrTheInsertionPointAtEverySize) {
     // Values 2, 2, 4, 6, 6, 8 ... in falling row order: every odd value is a miss, every even
     // one below the top a hit. Sizes around powers of two are where a stride search goes wrong.
@@ -117,95 +107,6 @@ TEST(CIndexRecSet, SeekFindsTheFirstEqualEntryOrTheInsertionPointAtEverySize) {
             }
         }
     }
-}
-
-TEST(CIndexRecSet, SeekTextComparesBytesEvenOnARightAlignedIndex) {
-    CTableDatabase db;
-    AddTexts(db, {"9", "10", "-1"});
-    CIndexRecSet rs(&db);
-    ASSERT_EQ(rs.Open("select * from T", 1), 1);
-    EXPECT_EQ(rs.SeekText("9", false), 1);
-    // Byte order puts "10" before "9": the search turns back at "9" and never reaches "10".
-    EXPECT_EQ(rs.SeekText("10", false), -1);
-    EXPECT_EQ(rs.SeekText("10", true), 1);
-    EXPECT_EQ(rs.SeekText(nullptr, true), 0);
-}
-
-TEST(CIndexRecSet, MovesFollowTheIndexWithoutLookingAtTheRows) {
-    CTableDatabase db;
-    db.AddTable(MakeTable("T", {{"N", 1}}, {{"30"}, {"10"}, {"20"}}));
-    CIndexRecSet rs(&db);
-    ASSERT_EQ(rs.Open("select * from T where N > 5", 1), 1);
-    EXPECT_EQ(rs.GetPosition(), 0);
-    EXPECT_EQ(rs.GetID(), 2u);
-    rs.SetValue(1, 1);  // no longer meets the query: the moves do not care
-    rs.MoveLast();
-    EXPECT_EQ(rs.GetID(), 1u);
-    rs.MovePrev();
-    rs.MovePrev();
-    EXPECT_EQ(rs.GetID(), 2u);
-    EXPECT_EQ(rs.GetValue(1), 1u);
-    rs.MovePrev();
-    EXPECT_TRUE(rs.IsEOF());
-    EXPECT_EQ(rs.GetPosition(), -1);
-    rs.MoveNext();
-    EXPECT_EQ(rs.GetID(), 2u);
-    rs.SetPosition(3);
-    EXPECT_TRUE(rs.IsEOF());
-    db[0].DeleteRow(2);
-    EXPECT_EQ(IdsInOrder(rs), (std::vector<ULong>{2, 0, 1})) << "a deleted row keeps its place until the purge";
-}
-
-TEST(CIndexRecSet, PurgeRebuildsTheIndexOverTheRenumberedRows) {
-    CTableDatabase db;
-    AddTexts(db, {"delta", "alpha", "charlie", "bravo"});
-    CIndexRecSet rs(&db);
-    ASSERT_EQ(rs.Open("select * from T where TEXT != 'charlie'", 1), 1);
-    EXPECT_EQ(TextsInOrder(rs, 1), (std::vector<std::string>{"alpha", "bravo", "delta"}));
-    rs.SetPosition(1);
-    db[0].DeleteRow(1);  // "alpha": row 1 goes, later rows and later string ids move down
-    db[0].Purge();
-    EXPECT_EQ(rs.GetEntryCount(), 2u);
-    EXPECT_EQ(rs.GetPosition(), 1);
-    EXPECT_EQ(rs.GetText(1).str(), "delta") << "same position, rebuilt index";
-    EXPECT_EQ(TextsInOrder(rs, 1), (std::vector<std::string>{"bravo", "delta"}));
-    EXPECT_EQ(rs.SeekText("delta", false), 1);
-    rs.SetPosition(rs.SeekText("bravo", false));
-    EXPECT_EQ(rs.GetID(), 4u);
-}
-
-TEST(CIndexRecSet, CloseAndDestructionDetachFromTheTable) {
-    CTableDatabase db;
-    AddTexts(db, {"a"});
-    {
-        CIndexRecSet rs(&db);
-        ASSERT_EQ(rs.Open("select * from T where TEXT = 'a'", 1), 1);
-        EXPECT_EQ(db[0].GetIndexCount(), 1u);
-        rs.Close();
-        EXPECT_EQ(db[0].GetIndexCount(), 0u);
-        EXPECT_EQ(rs.GetEntryCount(), 0u);
-        ASSERT_EQ(rs.Open("select * from T"), 1);
-        EXPECT_EQ(rs.GetIndexColumn(), 1u) << "reopened on the column of the last Open";
-        EXPECT_EQ(rs.GetEntryCount(), 1u);
-    }
-    EXPECT_EQ(db[0].GetIndexCount(), 0u);
-    db[0].DeleteRow(0);
-    db[0].Purge();  // would call back into the destroyed record set if it were still attached
-}
-
-TEST(CIndexRecSet, FailedOpenOrMissingColumnGivesAnEmptyIndex) {
-    CTableDatabase db;
-    AddTexts(db, {"a", "b"});
-    MessageCapture shown;
-    CIndexRecSet rs(&db);
-    EXPECT_EQ(rs.Open("select * from NOPE", 1), 0);
-    EXPECT_EQ(rs.GetEntryCount(), 0u);
-    EXPECT_EQ(rs.SeekText("a", true), 0);
-    EXPECT_EQ(rs.SeekValue(1, false), -1);
-    EXPECT_EQ(shown.texts.size(), 1u);
-    ASSERT_EQ(rs.Open("select * from T", 9), 1);
-    EXPECT_EQ(rs.GetEntryCount(), 0u);
-    EXPECT_TRUE(rs.IsEOF());
 }
 
 }  // namespace

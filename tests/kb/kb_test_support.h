@@ -45,12 +45,7 @@ public:
         m_bytes.insert(m_bytes.end(), text.begin(), text.end());
         return *this;
     }
-    ByteBuilder& Append(const Bytes& bytes) {
-        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-        return *this;
-    }
     const Bytes& bytes() const { return m_bytes; }
-    std::size_t size() const { return m_bytes.size(); }
 
 private:
     ByteBuilder& Little(std::uint32_t value, int count) {
@@ -141,14 +136,14 @@ inline CTable MakeTable(const char* name, const std::vector<Column>& columns,
     return table;
 }
 
-// Collects what the library shows by message box while the object lives; answers OK.
+// Collects what the library shows by message box while the object lives; answers `answer`.
 class MessageCapture {
 public:
-    MessageCapture() {
-        platform::SetMessageBoxHook([this](const char* text, unsigned style) {
+    explicit MessageCapture(int answer = platform::kIdOk) {
+        platform::SetMessageBoxHook([this, answer](const char* text, unsigned style) {
             texts.emplace_back(text);
             styles.push_back(style);
-            return platform::kIdOk;
+            return answer;
         });
     }
     ~MessageCapture() { platform::SetMessageBoxHook(nullptr); }

@@ -92,14 +92,6 @@ TEST_F(Recognition, AuditCreditsOtherFilesThroughKeyFilesAnywhereInTheList) {
     EXPECT_EQ(kb_.GetAppName(results[0] >> 16, 1), "Quillsoft Scribe 7.2");
 }
 
-TEST_F(Recognition, AnAuditWithoutFilesRecognisesNothing) {
-    Open({});
-    CAudBase audit;
-    unsigned long slot = 0;
-    EXPECT_EQ(kb_.RecogniseAsset(audit, &slot), 1);
-    EXPECT_EQ(slot, 0u);
-}
-
 TEST(RecognitionRules, SizeAndDateOverlap) {
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(0, 0, 5, 9), 1);
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(10, 20, 21, 30), 0);

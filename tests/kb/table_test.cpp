@@ -1,6 +1,7 @@
 // CTable in memory: IDs across deletion and purge, the search by ID, columns added to filled
-// tables, shared texts and their renumbering, copies, and the dependants rebuilt after a purge.
+// tables, shared texts and their renumbering; and CTableDatabase finding tables ignoring case.
 #include "kb/table.h"
+#include "kb/tabledb.h"
 
 #include <gtest/gtest.h>
 
@@ -45,21 +46,6 @@ TEST(CTable, FindRowOfADeletedIdPurgesFirstAndFindsNothing) {
     EXPECT_EQ(table.GetDeletedCount(), 0u);
     EXPECT_EQ(table.GetRowCount(), 2u);
     EXPECT_EQ(table.FindRow(3), 1);
-}
-
-TEST(CTable, FindRowFindsEveryIdAndNoGapAtAnySize) {
-    // Sizes around powers of two are where a stride search goes wrong.
-    for (ULong size : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 200u}) {
-        CTable table("T");
-        for (ULong i = 0; i < 2 * size; ++i) table.AddRow();
-        for (ULong row = 0; row < 2 * size; row += 2) table.DeleteRow(row);
-        table.Purge();  // IDs 2, 4, 6 ...: every odd value is a gap
-        ASSERT_EQ(table.GetRowCount(), size);
-        for (ULong row = 0; row < size; ++row) ASSERT_EQ(table.FindRow(2 * row + 2), static_cast<int>(row));
-        for (ULong id = 1; id <= 2 * size + 1; id += 2) ASSERT_EQ(table.FindRow(id), -1) << size << " " << id;
-        EXPECT_EQ(table.FindRow(0), -1);
-        EXPECT_EQ(table.FindRow(0xFFFFFFFF), -1);
-    }
 }
 
 TEST(CTable, TextColumnAddedToFilledTableReadsEmptyWithoutReferences) {
@@ -109,50 +95,12 @@ TEST(CTable, EqualTextsShareOneIdUntilTheLastUserIsPurged) {
     EXPECT_EQ(strings.GetCount(), 1u) << "only the empty text is left";
 }
 
-TEST(CTable, AddColumnDropsDeletedRows) {
-    CTable table = NamedRows({"a", "b"});
-    table.DeleteRow(0);
-    table.AddColumn("X", CTable::typeNumber);
-    EXPECT_EQ(IDs(table), (std::vector<ULong>{2}));
-    EXPECT_EQ(table.GetText(0, 1), "b");
-    EXPECT_EQ(table.GetStrings().Find("a"), CStringTable::kNotFound);
-}
-
-TEST(CTable, CopyOfATableWithDeletedRowsIsPurgedButKeepsTheChangeCount) {
-    CTable source = NamedRows({"a", "b", "c"});
-    source.SetCompactStrings(1);
-    source.DeleteRow(0);
-    CTable copy("other");
-    copy = source;
-    EXPECT_EQ(copy.GetName(), "T");
-    EXPECT_EQ(IDs(copy), (std::vector<ULong>{2, 3}));
-    EXPECT_EQ(copy.GetStrings().Find("a"), CStringTable::kNotFound);
-    EXPECT_EQ(copy.GetText(0, 1), "b");
-    EXPECT_EQ(copy.GetChangeCount(), source.GetChangeCount());
-    EXPECT_EQ(copy.GetCompactStrings(), 1u);
-    EXPECT_EQ(source.GetDeletedCount(), 1u) << "the source is left alone";
-}
-
-TEST(CTable, DependantsAreRebuiltAfterAPurgeThatDroppedRows) {
-    struct CountingIndex : CTableIndex {
-        int rebuilds = 0;
-        void RebuildIndex() override { ++rebuilds; }
-    } index;
-    CTable table = NamedRows({"a", "b", "c"});
-    table.AddIndex(&index);
-    table.AddIndex(&index);
-    table.Purge();
-    EXPECT_EQ(index.rebuilds, 0) << "nothing deleted, nothing moved";
-    table.DeleteRow(0);
-    EXPECT_EQ(table.FindRow(2), 0);
-    EXPECT_EQ(index.rebuilds, 1) << "attached once, rebuilt once";
-
-    CTable copy;
-    copy = table;
-    EXPECT_EQ(copy.GetIndexCount(), 0u) << "dependants belong to the object, not its content";
-    table.RemoveIndex(&index);
-    table.DeleteAll();
-    EXPECT_EQ(index.rebuilds, 1);
+TEST(CTableDatabase, FindTableIgnoresCaseAndTakesTheFirstMatch) {
+    CTableDatabase db;
+    for (const char* name : {"CAT", "SYSFILE", "sysfile"}) db.AddTable(CTable(name));
+    EXPECT_EQ(db.FindTable("SysFile"), 1);
+    EXPECT_EQ(db.FindTable("cat"), 0);
+    EXPECT_EQ(db.FindTable("MAKE"), -1);
 }
 
 }  // namespace

@@ -17,25 +17,21 @@ TEST(FieldConversion, EachKindAsNumberAndText) {
         ULong number;
         const char* text;
     };
-    CDBVariant yes = Value(CDBVariant::DBVT_BOOL);
-    yes.m_boolVal = true;
-    CDBVariant no = Value(CDBVariant::DBVT_BOOL);
-    CDBVariant minusOne = Value(CDBVariant::DBVT_SHORT);
-    minusOne.m_iVal = -1;
-    CDBVariant big = Value(CDBVariant::DBVT_LONG);
-    big.m_lVal = -2;  // 0xFFFFFFFE written with %d
-    CDBVariant single = Value(CDBVariant::DBVT_SINGLE);
-    single.m_fltVal = 12.5f;
-    CDBVariant dbl = Value(CDBVariant::DBVT_DOUBLE);
-    dbl.m_dblVal = -7.9;
-    CDBVariant huge = Value(CDBVariant::DBVT_DOUBLE);
-    huge.m_dblVal = 3e9;
-    CDBVariant date = Value(CDBVariant::DBVT_DATE);
-    date.m_date = {2009, 7, 5, 1, 2, 3};
-    CDBVariant text = Value(CDBVariant::DBVT_STRING);
-    text.m_strVal = "42abc";
-    CDBVariant blanks = Value(CDBVariant::DBVT_STRING);
-    blanks.m_strVal = "  -7 apples";
+    auto with = [](CDBVariant::Type type, auto set) {
+        CDBVariant v = Value(type);
+        set(v);
+        return v;
+    };
+    const CDBVariant yes = with(CDBVariant::DBVT_BOOL, [](CDBVariant& v) { v.m_boolVal = true; });
+    const CDBVariant no = Value(CDBVariant::DBVT_BOOL);
+    const CDBVariant minusOne = with(CDBVariant::DBVT_SHORT, [](CDBVariant& v) { v.m_iVal = -1; });
+    const CDBVariant big = with(CDBVariant::DBVT_LONG, [](CDBVariant& v) { v.m_lVal = -2; });  // 0xFFFFFFFE as %d
+    const CDBVariant single = with(CDBVariant::DBVT_SINGLE, [](CDBVariant& v) { v.m_fltVal = 12.5f; });
+    const CDBVariant dbl = with(CDBVariant::DBVT_DOUBLE, [](CDBVariant& v) { v.m_dblVal = -7.9; });
+    const CDBVariant huge = with(CDBVariant::DBVT_DOUBLE, [](CDBVariant& v) { v.m_dblVal = 3e9; });
+    const CDBVariant date = with(CDBVariant::DBVT_DATE, [](CDBVariant& v) { v.m_date = {2009, 7, 5, 1, 2, 3}; });
+    const CDBVariant text = with(CDBVariant::DBVT_STRING, [](CDBVariant& v) { v.m_strVal = "42abc"; });
+    const CDBVariant blanks = with(CDBVariant::DBVT_STRING, [](CDBVariant& v) { v.m_strVal = "  -7 apples"; });
     const Case cases[] = {
         {Value(CDBVariant::DBVT_NULL), 0, ""},
         {yes, 1, "TRUE"},

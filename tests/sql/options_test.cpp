@@ -11,21 +11,6 @@ namespace {
 
 class Options : public EngineTest {};
 
-TEST_P(Options, NeverSetReadsLikeSetEmpty) {
-    EXPECT_STREQ(db_->GetOption("Missing").c_str(), "");
-    db_->SetOption("Blank", "");
-    EXPECT_STREQ(db_->GetOption("Blank").c_str(), "");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
-}
-
-TEST_P(Options, SecondSetReplacesTheValueInOneRow) {
-    db_->SetOption("Key", "first");
-    db_->SetOption("Key", "second");
-    EXPECT_STREQ(db_->GetOption("Key").c_str(), "second");
-    CDynaList<ULong> ids;
-    EXPECT_EQ(db_->EnumIds("OPTIONS", "_KEY = 'Key'", ids), 1u);
-}
-
 TEST_P(Options, QuotesWildcardsAndLongValuesSurvive) {
     const std::string longValue(5000, 'v');
     const std::pair<const char*, std::string> cases[] = {
@@ -80,17 +65,6 @@ TEST_P(CompanyName, ReadFromTheRegistryOnceThenFromTheOption) {
     WriteRegistry("Someone Else");
     EXPECT_STREQ(db_->GetCompanyName().c_str(), "Example Works Ltd");
     EXPECT_STREQ(db_->GetIconName(0).c_str(), "Example Works Ltd");
-}
-
-TEST_P(CompanyName, SetCompanyNameWinsOverTheRegistry) {
-    WriteRegistry("Registry Name");
-    db_->SetCompanyName("Chosen Name");
-    EXPECT_STREQ(db_->GetCompanyName().c_str(), "Chosen Name");
-}
-
-TEST_P(CompanyName, MissingRegistryGivesAnEmptyName) {
-    EXPECT_STREQ(db_->GetCompanyName().c_str(), "");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Options);

@@ -37,10 +37,6 @@ protected:
         CSqlRecordset rs(&raw_, statement.c_str());
         return rs.IsEOF() ? 0 : rs.NumberAt(0);
     }
-    std::string Text(const std::string& statement) {
-        CSqlRecordset rs(&raw_, statement.c_str());
-        return rs.IsEOF() ? "<no row>" : rs.TextAt(0).str();
-    }
     int StoredVersion() { return static_cast<int>(Number("select _MAJOR*100+_MINOR from VERSION")); }
 
     // An HW row as the hardware tree writes it; returns its _ID.
@@ -115,7 +111,6 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsWithAnUpdateForEveryIdUpToTheLarge
     LogUpdates("LOCDATA", true);
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
-    EXPECT_EQ(db_->GetVer(), 714);
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.0.9"});
     ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
@@ -123,8 +118,7 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsWithAnUpdateForEveryIdUpToTheLarge
 
     EXPECT_EQ(db_->locGetIpRangesFrom(first), "192.168.0.1");
     EXPECT_EQ(db_->locGetIpRangesTo(first), "192.168.0.254");
-    EXPECT_EQ(db_->locGetIpRangesFrom(last), "");
-    EXPECT_EQ(db_->locGetIpRangesTo(last), "");
+    EXPECT_EQ(db_->locGetIpRangesFrom(last) + db_->locGetIpRangesTo(last), "");
     EXPECT_EQ(Number("select count(*) from LOCDATA"), 2u) << "the update of the missing id creates no row";
     if (!IsSqlite()) {
         EXPECT_EQ(LoggedUpdates().size(), 3u) << "one for each id from 1 to the largest";
@@ -137,12 +131,6 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsWithAnUpdateForEveryIdUpToTheLarge
     ASSERT_NE(added, 0u) << AllMessages();
     EXPECT_EQ(db_->locGetIpRangesFrom(added), "172.16.0.1");
     EXPECT_EQ(db_->locFindByIP(CIPAddress(CString("172.16.0.5"))), added);
-}
-
-TEST_P(UpgradeFrom708, EmptyLocationTableOnlyWritesTheVersion) {
-    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
-    EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(Number("select count(*) from LOCDATA"), 0u);
 }
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom708);
@@ -198,34 +186,10 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
 
     const ULong system = Number("select _ID from HW where _KEY='System'");
     ASSERT_NE(system, 0u);
-    EXPECT_EQ(Number(CString::Formatted("select _PARENT+_ASSET from HW where _ID=%d", static_cast<int>(system)).str()),
-              0u);
+    EXPECT_EQ(Number("select _PARENT+_ASSET from HW where _ID=" + std::to_string(system)), 0u);
     EXPECT_EQ(db_->SelectNumber("HW", "_FLAGS", system), 0x171u);
-    const std::string security =
-        CString::Formatted("select _FLAGS from HW where _PARENT=%d and _KEY='Windows Security'",
-                           static_cast<int>(system))
-            .str();
-    EXPECT_EQ(Number(security), 0x211u);
-}
-
-TEST_P(UpgradeFrom710, ExistingSystemCategoryGetsOnlyWindowsSecurity) {
-    AddCpuCategory();
-    const ULong system = AddHw(0, 0, 0x171, "System");
-    AddHw(system, 0, 0x211, "Drives");
-
-    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
-    EXPECT_EQ(Number("select count(*) from HW where _KEY='System'"), 1u);
-    EXPECT_EQ(Number("select _PARENT from HW where _KEY='Windows Security'"), system);
-    EXPECT_EQ(Number("select count(*) from HW where _KEY='Windows Security'"), 1u);
-}
-
-TEST_P(UpgradeFrom710, FailingStatementIsReportedAndLeavesTheVersion) {
-    raw_.ExecuteStatement("drop table HW");
-    EXPECT_FALSE(OpenWithStatus(*db_));
-    EXPECT_EQ(db_->IsDbOpen(), 0);
-    ASSERT_EQ(messages_.size(), 2u) << AllMessages();
-    EXPECT_EQ(messages_[1].rfind("ODBC Error code", 0), 0u) << messages_[1];
-    EXPECT_EQ(StoredVersion(), 710);
+    EXPECT_EQ(Number("select _FLAGS from HW where _PARENT=" + std::to_string(system) + " and _KEY='Windows Security'"),
+              0x211u);
 }
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom710);
@@ -255,6 +219,10 @@ TEST_P(UpgradeFrom712, RewritesOnlyProcessorNamesThatChange) {
     const ULong clean = AddHw(cpu, 2, 0, "Processor", "Intel Pentium 4");
     const ULong lower = AddHw(cpu, 3, 0, "Processor", "intel(r) celeron");  // "(r)" goes; case stays
     const ULong speed = AddHw(cpu, 1, 0x7000, "Speed", "2793");
+    // Only a peripheral that is its own parent moves to no location.
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (6,'in location 6',6,0)");
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (7,'on pc 5',5,4097)");
     LogUpdates("HW", false);
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
@@ -265,18 +233,8 @@ TEST_P(UpgradeFrom712, RewritesOnlyProcessorNamesThatChange) {
     EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", speed), "2793") << "speeds are the 7.11 step's business";
     EXPECT_EQ(LoggedUpdates(), (std::vector<ULong>{raw, lower}));
-}
-
-TEST_P(UpgradeFrom712, OnlyAPeripheralThatIsItsOwnParentMovesToNoLocation) {
-    AddCpuCategory();
-    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
-    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (6,'in location 6',6,0)");
-    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (7,'on pc 5',5,4097)");
-
-    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
-    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=5"), 0u);
-    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=6"), 6u);
-    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=7"), 5u);
+    for (const auto& [asset, location] : {std::pair{5u, 0u}, std::pair{6u, 6u}, std::pair{7u, 5u}})
+        EXPECT_EQ(Number("select _LOCATION from ASSET where _ID = " + std::to_string(asset)), location) << asset;
 }
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom712);

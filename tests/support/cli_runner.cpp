@@ -1,7 +1,9 @@
 // The norvik tool run through the shell, its output read back from files.
 #include "support/cli_runner.h"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,13 +11,6 @@
 #include <sstream>
 
 namespace {
-
-std::string ReadFile(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // One shell word, whatever it holds.
 std::string Quoted(const std::string& word) {
@@ -31,7 +26,29 @@ ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::stri
     for (const auto& a : args) command += " " + Quoted(a);
     command += " >" + Quoted((dir / "out").string()) + " 2>" + Quoted((dir / "err").string()) + " </dev/null";
     const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(dir / "out"), ReadFile(dir / "err")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(dir / "out"), Slurp(dir / "err")};
 }
 
 int LineCount(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
+
+std::string Slurp(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void ExpectRefused(const ToolResult& result, int exitCode, const std::string& errorPart) {
+    EXPECT_EQ(result.exitCode, exitCode) << result.err;
+    EXPECT_EQ(LineCount(result.err), 1) << result.err;
+    EXPECT_NE(result.err.find(errorPart), std::string::npos) << result.err;
+    EXPECT_EQ(result.out, "");
+}
+
+ToolDir::ToolDir(const std::string& name)
+    : path(std::filesystem::temp_directory_path() / (name + "_" + std::to_string(getpid()))) {
+    std::filesystem::remove_all(path);
+    std::filesystem::create_directories(path);
+}
+
+ToolDir::~ToolDir() { std::filesystem::remove_all(path); }

@@ -17,3 +17,17 @@ ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::stri
 
 // The number of line ends in `text`.
 int LineCount(const std::string& text);
+
+// A failure as the tool reports it: `exitCode`, one line on stderr holding `errorPart`, nothing
+// on stdout.
+void ExpectRefused(const ToolResult& result, int exitCode, const std::string& errorPart = "");
+
+// A fresh folder in the temporary folder, removed with the object.
+struct ToolDir {
+    explicit ToolDir(const std::string& name);
+    ~ToolDir();
+    const std::filesystem::path path;
+};
+
+// The whole content of a file.
+std::string Slurp(const std::filesystem::path& path);

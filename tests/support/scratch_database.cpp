@@ -71,8 +71,11 @@ std::string PostgresConnection(const std::string& name) {
 ScratchDatabase::ScratchDatabase(Engine engine, const char* version) : m_engine(engine) {
     try {
         if (engine == Engine::Sqlite) {
-            m_path = (std::filesystem::temp_directory_path() / Unique("norvik_test_")).string();
-            std::filesystem::create_directories(m_path);
+            // A folder of its own, made by the system: a name from the pid alone can meet a folder
+            // an interrupted earlier run left behind under the same, reused pid.
+            std::string pattern = (std::filesystem::temp_directory_path() / "norvik_test_XXXXXX").string();
+            if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a folder for a SQLite test database");
+            m_path = pattern;
             const std::string file = m_path + "/audit.db";
             m_connect = "Driver=SQLite3;Database=" + file + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
             CDatabase db;
