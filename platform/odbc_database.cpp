@@ -64,6 +64,7 @@ void CDatabase::Close() {
         m_henv = nullptr;
     }
     m_engine = SqlEngine::Unknown;
+    m_inTransaction = false;
     m_dbmsName.Empty();
 }
 
@@ -77,9 +78,11 @@ void CDatabase::BeginTrans() {
     Check(SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                             reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0),
           SQL_HANDLE_DBC, m_hdbc);
+    m_inTransaction = true;
 }
 
 void CDatabase::CommitTrans() {
+    m_inTransaction = false;
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_COMMIT);
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
@@ -87,10 +90,30 @@ void CDatabase::CommitTrans() {
 }
 
 void CDatabase::Rollback() {
+    m_inTransaction = false;
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}
+
+TransactionScope::TransactionScope(CDatabase& db) : m_db(db), m_owned(!db.InTransaction()) {
+    if (m_owned) m_db.BeginTrans();
+}
+
+TransactionScope::~TransactionScope() {
+    if (!m_owned) return;
+    try {
+        m_db.Rollback();
+    } catch (const CDBException&) {
+        // The failure that left the scope is the one worth reporting.
+    }
+}
+
+void TransactionScope::Commit() {
+    if (!m_owned) return;
+    m_owned = false;
+    m_db.CommitTrans();
 }
 
 void CDatabase::MatchClientEncoding() {

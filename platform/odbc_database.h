@@ -38,6 +38,7 @@ public:
     void BeginTrans();
     void CommitTrans();
     void Rollback();
+    bool InTransaction() const { return m_inTransaction; }
 
     CString GetDbmsName() const { return m_dbmsName; }
     SqlEngine GetEngine() const { return m_engine; }
@@ -55,4 +56,22 @@ private:
     CString m_connect;
     CString m_dbmsName;
     SqlEngine m_engine = SqlEngine::Unknown;
+    bool m_inTransaction = false;
+};
+
+// A transaction for a scope: Commit ends it, and leaving the scope without Commit (by an
+// exception) rolls it back, keeping the original failure rather than one of the rollback.
+// Inside a transaction the caller already opened, the scope joins it: the work commits or
+// rolls back with the caller's.
+class NORVIK_API TransactionScope {
+public:
+    explicit TransactionScope(CDatabase& db);
+    ~TransactionScope();
+    TransactionScope(const TransactionScope&) = delete;
+    TransactionScope& operator=(const TransactionScope&) = delete;
+    void Commit();
+
+private:
+    CDatabase& m_db;
+    bool m_owned;
 };

@@ -35,9 +35,14 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
                 CString::Formatted("%s,%d,%d", SqlQuote(name).c_str(), AsInt(location), AsInt(kAssetNew));
             statement = CString::Formatted("{?=call usp_Insert('ASSET','_NAME,_LOCATION,_STATUS',%s,?)}",
                                            SqlQuote(values).c_str());
+            // The asset and its initial-audit record go in together: one commit instead of
+            // two, and no asset without the record when the second insert fails.
+            TransactionScope transaction(*this);
             asset = InsertRecord("ASSET", "_NAME,_LOCATION,_STATUS", values);
             m_assetCacheId = 0;
-            if (recordHistory) historyAdd(asset, when, kHistAdded, kKindAsset, name, nullptr, nullptr, nullptr);
+            if (recordHistory && !historyAdd(asset, when, kHistAdded, kKindAsset, name, nullptr, nullptr, nullptr))
+                return 0;  // historyAdd has reported the failure; the scope takes the asset back
+            transaction.Commit();
         }
         if (!addUserFields) return asset;
 

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "platform/odbc_recordset.h"
 #include "sql/schema_scripts.h"
 
 namespace {
@@ -30,6 +31,29 @@ void RunScript(CDatabase& db, const char* path) {
     for (const auto& statement : SplitSqlScript(SchemaScript(path))) db.ExecuteSQL(statement.c_str());
 }
 
+// The first column of the first row as text (empty without a row).
+std::string FirstText(CDatabase& db, const char* statement) {
+    CRecordset rs(&db);
+    rs.Open(CRecordset::forwardOnly, statement, CRecordset::executeDirect);
+    if (rs.IsEOF()) return "";
+    const CDBVariant& value = rs.Field(0);
+    return value.m_dwType == CDBVariant::DBVT_LONG ? std::to_string(value.m_lVal) : value.m_strVal.c_str();
+}
+
+// SQLite writes whole pages to its log at every commit, and an audit import commits a few
+// small rows into several indexes at a time. A 2 KiB page halves what each commit writes,
+// and what a checkpoint then syncs, against the 4 KiB default, while every row of the
+// schema still fits in a page. The page size only changes on an empty file out of WAL
+// mode, so the connection's journal mode is set aside for the change and then restored.
+void UseSmallPages(CDatabase& db) {
+    if (FirstText(db, "select count(*) from sqlite_master") != "0") return;
+    const bool wal = strcasecmp(FirstText(db, "pragma journal_mode").c_str(), "wal") == 0;
+    if (wal) FirstText(db, "pragma journal_mode=delete");
+    db.ExecuteSQL("pragma page_size=2048");
+    db.ExecuteSQL("vacuum");
+    if (wal) FirstText(db, "pragma journal_mode=wal");
+}
+
 }  // namespace
 
 std::vector<std::string> CreatableSchemaVersions() { return {"7.14", "7.12", "7.10", "7.08"}; }
@@ -50,23 +74,14 @@ void InstallSchema(CDatabase& db, const char* version) {
             if (path.rfind(prefix + "usp_", 0) == 0) scripts.push_back(path);
     if (wanted != "7.14") scripts.push_back(prefix + DeltaScript(wanted));
 
-    db.BeginTrans();
-    try {
-        for (const auto& path : scripts) {
-            if (!SchemaScript(path.c_str()))
-                throw CDBException(-1, CString("The schema script ") + path.c_str() + " is missing from this build",
-                                   "");
-            RunScript(db, path.c_str());
-        }
-        db.CommitTrans();
-    } catch (...) {
-        try {
-            db.Rollback();
-        } catch (const CDBException&) {
-            // The first failure is the one to report.
-        }
-        throw;
+    if (db.GetEngine() == SqlEngine::Sqlite) UseSmallPages(db);
+    TransactionScope transaction(db);
+    for (const auto& path : scripts) {
+        if (!SchemaScript(path.c_str()))
+            throw CDBException(-1, CString("The schema script ") + path.c_str() + " is missing from this build", "");
+        RunScript(db, path.c_str());
     }
+    transaction.Commit();
 }
 
 std::vector<std::string> AuditTableNames() {

@@ -1,4 +1,4 @@
-// Procedure bodies for SQLite. Each runs inside one transaction.
+// Procedure bodies for SQLite. A body of several statements runs inside one transaction.
 #include "sql/sqlite_procedures.h"
 
 #include <strings.h>
@@ -126,17 +126,8 @@ std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* arg
     Arguments arguments;
     if (!ParseSqlArguments(args, &arguments)) throw ProcedureError(name, "unterminated text in the argument list");
     if (!atomic) return run(db, arguments, out);
-    db.BeginTrans();
-    try {
-        const std::int32_t ret = run(db, arguments, out);
-        db.CommitTrans();
-        return ret;
-    } catch (...) {
-        try {
-            db.Rollback();
-        } catch (const CDBException&) {
-            // The original failure is the one worth reporting.
-        }
-        throw;
-    }
+    TransactionScope transaction(db);
+    const std::int32_t ret = run(db, arguments, out);
+    transaction.Commit();
+    return ret;
 }

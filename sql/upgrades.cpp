@@ -38,31 +38,6 @@ std::vector<std::pair<ULong, CString>> ReadCpuValues(CSqlDatabase& db, ULong cpu
     return rows;
 }
 
-// A transaction for a scope: committed by Commit, rolled back when the scope is left without it
-// (by an exception, which then carries the original failure rather than one of the rollback).
-class TransactionScope {
-public:
-    explicit TransactionScope(CDatabase& db) : m_db(db) { m_db.BeginTrans(); }
-    ~TransactionScope() {
-        if (m_open) {
-            try {
-                m_db.Rollback();
-            } catch (const CDBException&) {
-            }
-        }
-    }
-    TransactionScope(const TransactionScope&) = delete;
-    TransactionScope& operator=(const TransactionScope&) = delete;
-    void Commit() {
-        m_open = false;
-        m_db.CommitTrans();
-    }
-
-private:
-    CDatabase& m_db;
-    bool m_open = true;
-};
-
 void UpdateHwValues(CSqlDatabase& db, const std::vector<std::pair<ULong, CString>>& rows) {
     for (const auto& [id, value] : rows) {
         db.ExecuteStatement(CString::Formatted("update HW set _VAL=%s where _ID=%d",

@@ -252,7 +252,8 @@ create table HISTORY (
     _USERNAME varchar(256) default '' check (length(cast(_USERNAME as blob)) <= 256)
 );
 create index IX_HISTORY_ASSET_DATE on HISTORY (_ASSET, _DATE);
-create index IX_HISTORY_DATE on HISTORY (_DATE);
+-- No index on _DATE alone: every history row written would pay for it, and only purges, rare
+-- maintenance that reads most of the table anyway, search by date across assets.
 
 create table EVENTLOG (
     _ID integer primary key autoincrement,

@@ -79,6 +79,15 @@ TEST_P(Assets, NewAssetHasStatusTwoAndAnInitialAuditRecord) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+TEST_P(Assets, AnAssetWhoseInitialAuditCannotBeWrittenIsNotAdded) {
+    db_->ExecuteStatement("drop table HISTORY");
+    EXPECT_EQ(Add("PC-1"), 0u);
+    EXPECT_EQ(Rows("ASSET"), 0u);
+    EXPECT_FALSE(messages_.empty()) << "the failed insert is reported";
+    EXPECT_FALSE(db_->InTransaction());
+    EXPECT_NE(db_->AddAsset("PC-2", 0, 0, 0, when_), 0u) << "the connection is usable again";
+}
+
 TEST_P(Assets, AddingAnExistingNameInsertsNothing) {
     const ULong pc = Add("PC-1", 3);
     EXPECT_EQ(Add("PC-1", 9), pc);

@@ -2,6 +2,9 @@
 // procedure calls and the failures they report.
 #include <gtest/gtest.h>
 
+#include <string>
+
+#include "sql/sql_recordset.h"
 #include "sql/sqlite_procedures.h"
 #include "support/engine_test.h"
 
@@ -15,7 +18,17 @@ protected:
             IsSqlite() ? "create table TVALUES (_ID integer primary key, _F real, _T text, _D datetime)"
                        : "create table TVALUES (_ID integer primary key, _F real, _T varchar(50), _D timestamp)");
     }
+    bool HasOption(const char* key) {
+        CSqlRecordset rs(db_.get(), CString::Formatted("select _ID from OPTIONS where _KEY='%s'", key));
+        return !rs.IsEOF();
+    }
 };
+
+// The first value a statement reads, as text.
+std::string FirstText(CSqlDatabase& db, const char* statement) {
+    CSqlRecordset rs(&db, statement);
+    return rs.IsEOF() ? "" : rs.TextAt(0).str();
+}
 
 TEST(SqlQuote, DoublesQuotesAndCutsTheInputNotTheOutput) {
     struct Case {
@@ -80,6 +93,35 @@ TEST_P(SqlHelpers, ProcedureReturningNonZeroThrowsAlthoughItRan) {
     EXPECT_FALSE(db_->IsBusy());
 }
 
+TEST_P(SqlHelpers, ATransactionScopeJoinsTheCallersTransactionAndRollsBackAlone) {
+    db_->BeginTrans();
+    {
+        TransactionScope inner(*db_);
+        db_->InsertRecord("OPTIONS", "_KEY,_VAL", "'joined',''");
+        inner.Commit();
+    }
+    EXPECT_TRUE(db_->InTransaction()) << "the inner commit leaves the caller's transaction open";
+    db_->Rollback();
+    EXPECT_FALSE(HasOption("joined"));
+
+    try {
+        TransactionScope own(*db_);
+        db_->InsertRecord("OPTIONS", "_KEY,_VAL", "'dropped',''");
+        throw CDBException(-1, "stop", "");
+    } catch (const CDBException&) {
+    }
+    EXPECT_FALSE(db_->InTransaction());
+    EXPECT_FALSE(HasOption("dropped"));
+}
+
 NORVIK_ON_BOTH_ENGINES(SqlHelpers);
+
+TEST(SqliteFile, NewDatabasesUseSmallPagesAndKeepTheAskedJournalMode) {
+    const ScratchDatabase scratch(Engine::Sqlite);
+    CSqlDatabase db;
+    db.OpenEx(scratch.ConnectionString().c_str(), CDatabase::noOdbcDialog);
+    EXPECT_EQ(FirstText(db, "pragma page_size"), "2048");
+    EXPECT_EQ(FirstText(db, "pragma journal_mode"), "wal");
+}
 
 }  // namespace
