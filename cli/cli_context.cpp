@@ -86,6 +86,16 @@ void PrintError(const std::string& text) {
     std::cerr << "norvik: " << line << '\n';
 }
 
+int Fail(const std::string& problem) {
+    PrintError(problem);
+    return kExitFailed;
+}
+
+int UsageError(const std::string& problem) {
+    PrintError(problem);
+    return kExitUsage;
+}
+
 int TerminalMessageBox(const char* text, unsigned int style, CallbackValue context) {
     const auto* options = reinterpret_cast<const GlobalOptions*>(context);
     if ((style & 0x0F) != platform::kMbYesNo) {
@@ -101,6 +111,20 @@ int TerminalMessageBox(const char* text, unsigned int style, CallbackValue conte
     std::string answer;
     std::getline(std::cin, answer);
     return (!answer.empty() && (answer[0] == 'y' || answer[0] == 'Y')) ? platform::kIdYes : platform::kIdNo;
+}
+
+MessageWatch::MessageWatch(CNorvikSql& db, const GlobalOptions& options) : m_db(db), m_options(options) {
+    m_db.SetMsgBoxCallback(Show, reinterpret_cast<CallbackValue>(this));
+}
+
+MessageWatch::~MessageWatch() {
+    m_db.SetMsgBoxCallback(TerminalMessageBox, reinterpret_cast<CallbackValue>(&m_options));
+}
+
+int MessageWatch::Show(const char* text, unsigned int style, CallbackValue context) {
+    auto* self = reinterpret_cast<MessageWatch*>(context);
+    self->m_shown = true;
+    return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(&self->m_options));
 }
 
 }  // namespace cli

@@ -57,15 +57,38 @@ std::string SchemaVersionText(int version);
 
 // Prints "norvik: <text>" on stderr, with the message's line breaks folded into one line.
 void PrintError(const std::string& text);
+// PrintError, then the exit code of a failed operation or of a wrong command line.
+int Fail(const std::string& problem);
+int UsageError(const std::string& problem);
 // The message-box callback of the tool: errors to stderr; questions answered by --yes, by the
 // terminal when there is one, else No.
 int TerminalMessageBox(const char* text, unsigned int style, CallbackValue context);
+
+// Passes every message of the library on to the terminal, as the tool's default callback does,
+// and remembers that one was shown: the library reports its failures only that way. The
+// default callback is back in place when the watch ends.
+class MessageWatch {
+public:
+    MessageWatch(CNorvikSql& db, const GlobalOptions& options);
+    ~MessageWatch();
+    MessageWatch(const MessageWatch&) = delete;
+    MessageWatch& operator=(const MessageWatch&) = delete;
+
+    bool Shown() const { return m_shown; }
+
+private:
+    static int Show(const char* text, unsigned int style, CallbackValue context);
+
+    CNorvikSql& m_db;
+    const GlobalOptions& m_options;
+    bool m_shown = false;
+};
 
 // The verbs.
 int RunInit(Context& context);
 int RunInfo(Context& context);
 int RunOption(Context& context);
-int RunLocType(Context& context);   // cmd_location.cpp
+int RunLocType(Context& context);   // cmd_loctype.cpp
 int RunLocation(Context& context);  // cmd_location.cpp
 int RunAsset(Context& context);     // cmd_asset.cpp
 int RunHistory(Context& context);   // cmd_history.cpp

@@ -9,6 +9,7 @@
 #include "cli/cli_context.h"
 #include "cli/resolve_asset.h"
 #include "cli/resolve_location.h"
+#include "cli/words.h"
 
 namespace cli {
 
@@ -35,101 +36,25 @@ const char kHelp[] =
     "  count   the assets of LOCATION and the locations below it (default: all assets);\n"
     "          --filtered counts only audited kinds, --quick answers only 0, 1 or more\n";
 
-int Usage(const std::string& problem) {
-    PrintError(problem + " (see norvik asset --help)");
-    return kExitUsage;
-}
-
-int Fail(const std::string& problem) {
-    PrintError(problem);
-    return kExitFailed;
-}
-
-int Fail(const Resolved& resolved) {
-    PrintError(resolved.error);
-    return resolved.exitCode;
-}
-
-// The words after a sub-command: positionals, options with a value, and flags (value "").
-struct Arguments {
-    std::vector<std::string> positional;
-    std::map<std::string, std::string> options;
-
-    bool Has(const char* name) const { return options.count(name) != 0; }
-    const std::string& Value(const char* name) const { return options.at(name); }
-};
+int Usage(const std::string& problem) { return UsageError(problem + " (see norvik asset --help)"); }
 
 // What a sub-command accepts, checked before the database is opened.
 struct SubCommand {
     const char* name;
-    std::size_t minWords;
-    std::size_t maxWords;
-    std::vector<std::string> valued;  // options taking a value
-    std::vector<std::string> flags;
+    WordRules rules;
 };
 
 const SubCommand kSubCommands[] = {
-    {"list", 0, 0, {"--location"}, {"--recursive"}},
-    {"add", 1, 1, {"--location"}, {}},
-    {"show", 1, 1, {}, {}},
-    {"rename", 2, 2, {"--station"}, {}},
-    {"move", 1, 1, {"--location", "--parent"}, {}},
-    {"delete", 1, 1, {}, {}},
-    {"count", 0, 0, {"--location"}, {"--filtered", "--quick"}},
+    {"list", {{"--recursive"}, {"--location"}, 0, 0}},
+    {"add", {{}, {"--location"}, 1, 1}},
+    {"show", {{}, {}, 1, 1}},
+    {"rename", {{}, {"--station"}, 2, 2}},
+    {"move", {{}, {"--location", "--parent"}, 1, 1}},
+    {"delete", {{}, {}, 1, 1}},
+    {"count", {{"--filtered", "--quick"}, {"--location"}, 0, 0}},
 };
 
-bool Listed(const std::vector<std::string>& names, const std::string& word) {
-    for (const auto& name : names)
-        if (name == word) return true;
-    return false;
-}
-
-// An error text, or empty when `words` (after the sub-command) fit `command`. After "--"
-// every word is positional, so that a name may begin with a dash.
-std::string ParseArguments(const SubCommand& command, const std::vector<std::string>& words, Arguments* out) {
-    bool literal = false;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (!literal && word == "--") {
-            literal = true;
-        } else if (literal || word.size() < 2 || word.compare(0, 2, "--") != 0) {
-            out->positional.push_back(word);
-        } else if (Listed(command.flags, word)) {
-            out->options[word] = std::string();
-        } else if (!Listed(command.valued, word)) {
-            return "unknown option " + word + " for asset " + command.name;
-        } else if (i + 1 >= words.size()) {
-            return word + " needs a value";
-        } else {
-            out->options[word] = words[++i];
-        }
-    }
-    if (out->positional.size() < command.minWords || out->positional.size() > command.maxWords)
-        return std::string("wrong number of arguments for asset ") + command.name;
-    return std::string();
-}
-
-// Passes every message of the library on to the terminal and remembers that one was shown:
-// the library reports its failures only that way.
-struct MessageWatch {
-    const GlobalOptions* options = nullptr;
-    bool shown = false;
-
-    static int Show(const char* text, unsigned int style, CallbackValue context) {
-        auto* self = reinterpret_cast<MessageWatch*>(context);
-        self->shown = true;
-        return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(self->options));
-    }
-};
-
-std::string DateText(CTime time) {
-    if (time.IsNever()) return "never";
-    const DateTimeParts t = time.GetLocal();
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute,
-                  t.second);
-    return text;
-}
+std::string DateText(CTime time) { return time.IsNever() ? "never" : IsoDateTime(time); }
 
 std::string JsonDate(CTime time) { return time.IsNever() ? "null" : JsonText(DateText(time)); }
 
@@ -202,14 +127,14 @@ std::string FactsJson(const AssetFacts& f) {
 }
 
 // The location a --location option names (the root when there is none).
-Resolved LocationOption(CNorvikSql& db, const Arguments& args) {
+Resolved LocationOption(CNorvikSql& db, const Words& args) {
     if (!args.Has("--location")) return Resolved{0, kExitOk, std::string()};
     return ResolveLocation(db, args.Value("--location"), true);
 }
 
 // ---- The sub-commands ----
 
-int List(CNorvikSql& db, const Arguments& args, bool json) {
+int List(CNorvikSql& db, const Words& args, bool json) {
     const Resolved location = LocationOption(db, args);
     if (!location.ok()) return Fail(location);
     CDynaList<ULong> ids;
@@ -234,7 +159,7 @@ int List(CNorvikSql& db, const Arguments& args, bool json) {
     return kExitOk;
 }
 
-int Add(CNorvikSql& db, const Arguments& args) {
+int Add(CNorvikSql& db, const Words& args) {
     const std::string& name = args.positional[0];
     const Resolved location = LocationOption(db, args);
     if (!location.ok()) return Fail(location);
@@ -280,7 +205,7 @@ int Show(CNorvikSql& db, ULong id, bool json) {
     return kExitOk;
 }
 
-int Rename(CNorvikSql& db, ULong id, const Arguments& args) {
+int Rename(CNorvikSql& db, ULong id, const Words& args) {
     const std::string& name = args.positional[1];
     const ULong existing = db.FindAsset(name.c_str(), 0, 1);
     if (existing != 0 && existing != id)
@@ -292,7 +217,7 @@ int Rename(CNorvikSql& db, ULong id, const Arguments& args) {
     return kExitOk;
 }
 
-int Move(CNorvikSql& db, ULong id, const Arguments& args) {
+int Move(CNorvikSql& db, ULong id, const Words& args) {
     const bool toAsset = args.Has("--parent");
     const Resolved target = toAsset ? ResolveAsset(db, args.Value("--parent")) : LocationOption(db, args);
     if (!target.ok()) return Fail(target);
@@ -327,7 +252,7 @@ int Delete(CNorvikSql& db, ULong id) {
     return kExitOk;
 }
 
-int Count(CNorvikSql& db, const Arguments& args, bool json) {
+int Count(CNorvikSql& db, const Words& args, bool json) {
     const Resolved location = LocationOption(db, args);
     if (!location.ok()) return Fail(location);
     const ULong count = db.CountAssets(location.id, args.Has("--filtered") ? 0 : 1, args.Has("--quick") ? 1 : 0);
@@ -350,11 +275,11 @@ int RunAsset(Context& context) {
     for (const SubCommand& candidate : kSubCommands)
         if (context.args[0] == candidate.name) command = &candidate;
     if (!command) return Usage("unknown asset command " + context.args[0]);
-    Arguments args;
-    const std::string problem =
-        ParseArguments(*command, std::vector<std::string>(context.args.begin() + 1, context.args.end()), &args);
-    if (!problem.empty()) return Usage(problem);
     const std::string sub = command->name;
+    Words args;
+    const std::string problem =
+        SplitWords(std::vector<std::string>(context.args.begin() + 1, context.args.end()), command->rules, &args);
+    if (!problem.empty()) return Usage("asset " + sub + ": " + problem);
     if ((sub == "add" && args.positional[0].empty()) || (sub == "rename" && args.positional[1].empty()))
         return Usage("an asset name may not be empty");
     if (sub == "move" && args.Has("--location") == args.Has("--parent"))
@@ -362,9 +287,7 @@ int RunAsset(Context& context) {
 
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch;
-    watch.options = &context.options;
-    db->SetMsgBoxCallback(MessageWatch::Show, reinterpret_cast<CallbackValue>(&watch));
+    const MessageWatch watch(*db, context.options);
     if (const char* user = std::getenv("USER"); user && *user) db->SetLogonUser(user);
 
     const bool json = context.options.json;
@@ -388,7 +311,7 @@ int RunAsset(Context& context) {
         return Fail("cannot read the assets: " + e.m_strError.str());
     }
     // A failure the library reported makes the run fail even where its result looked fine.
-    return result == kExitOk && watch.shown ? kExitFailed : result;
+    return result == kExitOk && watch.Shown() ? kExitFailed : result;
 }
 
 }  // namespace cli

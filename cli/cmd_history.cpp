@@ -36,29 +36,6 @@ int Usage(const char* help, const std::string& problem) {
     return kExitUsage;
 }
 
-// Passes every message on to the terminal and remembers that one was shown: the library
-// reports its failures only that way, and a purge that removed nothing looks like one that
-// failed.
-struct MessageWatch {
-    const GlobalOptions* options;
-    bool shown = false;
-
-    static int Show(const char* text, unsigned int style, CallbackValue context) {
-        auto* self = reinterpret_cast<MessageWatch*>(context);
-        self->shown = true;
-        return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(self->options));
-    }
-    void Install(CNorvikSql& db) { db.SetMsgBoxCallback(Show, reinterpret_cast<CallbackValue>(this)); }
-};
-
-// "YYYY-MM-DD hh:mm:ss" of a local time: the same on every machine, unlike the display form.
-std::string IsoDateTime(CTime time) {
-    if (time.IsNever()) return std::string();
-    const DateTimeParts t = time.GetLocal();
-    return CString::Formatted("%4.4d-%2.2d-%2.2d %2.2d:%2.2d:%2.2d", t.year, t.month, t.day, t.hour, t.minute, t.second)
-        .str();
-}
-
 // Local midnight of a day written YYYY-MM-DD or YYYYMMDD; false for anything else, including
 // days that do not exist.
 bool ParseDay(const std::string& text, CTime* day) {
@@ -115,16 +92,12 @@ std::vector<Change> ReadHistory(CNorvikSql& db, ULong asset) {
 int ShowHistory(Context& context, const std::string& word, bool details) {
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch{&context.options};
-    watch.Install(*db);
+    const MessageWatch watch(*db, context.options);
     const Resolved resolved = ResolveAsset(*db, word);
-    if (!resolved.ok()) {
-        PrintError(resolved.error);
-        return resolved.exitCode;
-    }
+    if (!resolved.ok()) return Fail(resolved);
     const ULong asset = resolved.id;
     const std::vector<Change> changes = ReadHistory(*db, asset);
-    if (watch.shown) return kExitFailed;
+    if (watch.Shown()) return kExitFailed;
 
     if (context.options.json) {
         std::cout << "{\"asset\": " << asset << ", \"history\": [";
@@ -160,12 +133,12 @@ int PurgeHistory(Context& context) {
         return Usage(kPurgeHelp, "the date must be a day written YYYY-MM-DD or YYYYMMDD: " + args[2]);
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch{&context.options};
-    watch.Install(*db);
+    // A purge that removed nothing looks like one that failed, but for the message shown.
+    const MessageWatch watch(*db, context.options);
     // Every asset, initial audits kept, no audits kept beyond the date rule: what a purge
     // list would hold, in one statement with the events of the deleted rows.
     const int removed = db->PurgeAssetHistory(0, before, 1, 0);
-    if (watch.shown) return kExitFailed;
+    if (watch.Shown()) return kExitFailed;
     const std::string day = IsoDateTime(before).substr(0, 10);
     if (context.options.json) {
         std::cout << "{\"before\": " << JsonText(day) << ", \"removed\": " << removed << "}\n";

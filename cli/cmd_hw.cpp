@@ -9,6 +9,7 @@
 
 #include "cli/cli_context.h"
 #include "cli/resolve_asset.h"
+#include "cli/words.h"
 #include "sql/sql_recordset.h"
 
 namespace cli {
@@ -35,54 +36,6 @@ constexpr std::size_t kMaxHwText = 255;
 int Usage(const std::string& problem) {
     PrintError(problem + " (see norvik hw --help)");
     return kExitUsage;
-}
-
-int Fail(const std::string& problem) {
-    PrintError(problem);
-    return kExitFailed;
-}
-
-// Passes every message of the library on to the terminal and remembers that one was shown:
-// the library reports its failures only that way.
-struct MessageWatch {
-    const GlobalOptions* options = nullptr;
-    bool shown = false;
-
-    static int Show(const char* text, unsigned int style, CallbackValue context) {
-        auto* self = reinterpret_cast<MessageWatch*>(context);
-        self->shown = true;
-        return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(self->options));
-    }
-    void Install(CNorvikSql& db) { db.SetMsgBoxCallback(Show, reinterpret_cast<CallbackValue>(this)); }
-};
-
-std::string DateText(CTime time) {
-    const DateTimeParts t = time.GetLocal();
-    return CString::Formatted("%4.4d-%2.2d-%2.2d %2.2d:%2.2d:%2.2d", t.year, t.month, t.day, t.hour, t.minute, t.second)
-        .str();
-}
-
-// Positional words and the value of each option in `valued`; an error text or empty.
-std::string SplitWords(const std::vector<std::string>& words, const std::vector<std::string>& valued,
-                       std::vector<std::string>* positional,
-                       std::vector<std::pair<std::string, std::string>>* options) {
-    bool literal = false;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (!literal && word == "--") {
-            literal = true;
-        } else if (literal || word.size() < 2 || word.compare(0, 2, "--") != 0) {
-            positional->push_back(word);
-        } else if (std::find(valued.begin(), valued.end(), word) == valued.end()) {
-            return "unknown option " + word;
-        } else if (i + 1 >= words.size()) {
-            return word + " needs a value";
-        } else {
-            options->emplace_back(word, words[i + 1]);
-            ++i;
-        }
-    }
-    return std::string();
 }
 
 struct Node {
@@ -148,23 +101,21 @@ ULong FindCategory(CNorvikSql& db, const std::string& path) {
 }
 
 int ShowTree(Context& context, const std::vector<std::string>& words) {
-    std::vector<std::string> positional;
-    std::vector<std::pair<std::string, std::string>> options;
-    if (auto error = SplitWords(words, {"--path"}, &positional, &options); !error.empty()) return Usage(error);
-    if (positional.size() != 1) return Usage("name one asset");
+    Words args;
+    if (auto error = SplitWords(words, {{}, {"--path"}}, &args); !error.empty()) return Usage(error);
+    if (args.positional.size() != 1) return Usage("name one asset");
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch{&context.options};
-    watch.Install(*db);
-    const Resolved asset = ResolveAsset(*db, positional[0]);
-    if (!asset.ok()) return Fail(asset.error);
+    const MessageWatch watch(*db, context.options);
+    const Resolved asset = ResolveAsset(*db, args.positional[0]);
+    if (!asset.ok()) return Fail(asset);
     ULong root = 0;
-    for (const auto& [name, value] : options) {
+    for (const auto& [name, value] : args.options) {
         root = FindCategory(*db, value);
-        if (root == 0 && !watch.shown) return Fail("no hardware category '" + value + "'");
+        if (root == 0 && !watch.Shown()) return Fail("no hardware category '" + value + "'");
     }
     const std::vector<Node> tree = ReadTree(*db, asset.id, root, 0);
-    if (watch.shown) return kExitFailed;
+    if (watch.Shown()) return kExitFailed;
     if (context.options.json) {
         std::cout << "{\"asset\": " << asset.id << ", \"tree\": ";
         PrintJson(tree);
@@ -206,17 +157,16 @@ bool ParseFlags(const std::string& text, ULong* flags, std::string* error) {
 }
 
 int SetValue(Context& context, const std::vector<std::string>& words) {
-    std::vector<std::string> positional;
-    std::vector<std::pair<std::string, std::string>> options;
-    if (auto error = SplitWords(words, {"--flags"}, &positional, &options); !error.empty()) return Usage(error);
-    if (positional.size() != 4) return Usage("hw set takes ASSET PATH KEY VALUE");
-    const std::string& path = positional[1];
-    const std::string& key = positional[2];
-    const std::string& value = positional[3];
+    Words args;
+    if (auto error = SplitWords(words, {{}, {"--flags"}}, &args); !error.empty()) return Usage(error);
+    if (args.positional.size() != 4) return Usage("hw set takes ASSET PATH KEY VALUE");
+    const std::string& path = args.positional[1];
+    const std::string& key = args.positional[2];
+    const std::string& value = args.positional[3];
     // Listings take the nodes whose flags share a bit with their mask, so a value needs one;
     // 0x2 has no other meaning.
     ULong flags = 0x2;
-    for (const auto& [name, text] : options) {
+    for (const auto& [name, text] : args.options) {
         std::string error;
         if (!ParseFlags(text, &flags, &error)) return Usage(error);
     }
@@ -228,15 +178,14 @@ int SetValue(Context& context, const std::vector<std::string>& words) {
 
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch{&context.options};
-    watch.Install(*db);
-    const Resolved asset = ResolveAsset(*db, positional[0]);
-    if (!asset.ok()) return Fail(asset.error);
+    const MessageWatch watch(*db, context.options);
+    const Resolved asset = ResolveAsset(*db, args.positional[0]);
+    if (!asset.ok()) return Fail(asset);
     const ULong category = db->hwAdd(path.c_str(), '|', CNorvik::kHwCategory);
     if (category == 0) return kExitFailed;
     const CTime now = CTime::GetCurrentTime();
     ULong node = db->hwFind(category, asset.id, key.c_str());
-    if (watch.shown) return kExitFailed;
+    if (watch.Shown()) return kExitFailed;
     if (node != 0) {
         CString old;
         const ULong oldFlags = db->hwFlags(node);
@@ -253,7 +202,7 @@ int SetValue(Context& context, const std::vector<std::string>& words) {
             db->StoreHwHistory(asset.id, before, after, now);
         }
     }
-    if (watch.shown || node == 0) return kExitFailed;
+    if (watch.Shown() || node == 0) return kExitFailed;
     CString shown = value.c_str();
     db->hwValueAsString(flags, shown);
     if (context.options.json) {
@@ -267,16 +216,14 @@ int SetValue(Context& context, const std::vector<std::string>& words) {
 }
 
 int ShowHistory(Context& context, const std::vector<std::string>& words) {
-    std::vector<std::string> positional;
-    std::vector<std::pair<std::string, std::string>> options;
-    if (auto error = SplitWords(words, {}, &positional, &options); !error.empty()) return Usage(error);
-    if (positional.size() != 1) return Usage("name one asset");
+    Words args;
+    if (auto error = SplitWords(words, {{}, {}}, &args); !error.empty()) return Usage(error);
+    if (args.positional.size() != 1) return Usage("name one asset");
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
-    MessageWatch watch{&context.options};
-    watch.Install(*db);
-    const Resolved asset = ResolveAsset(*db, positional[0]);
-    if (!asset.ok()) return Fail(asset.error);
+    const MessageWatch watch(*db, context.options);
+    const Resolved asset = ResolveAsset(*db, args.positional[0]);
+    if (!asset.ok()) return Fail(asset);
 
     // Hardware records carry a kind of the hardware icon table (or the group's own 14).
     std::set<ULong> kinds{14};
@@ -306,7 +253,7 @@ int ShowHistory(Context& context, const std::vector<std::string>& words) {
         std::cout << "{\"asset\": " << asset.id << ", \"history\": [";
         const char* separator = "";
         for (const Row& r : rows) {
-            std::cout << separator << "{\"id\": " << r.id << ", \"date\": " << JsonText(DateText(r.date))
+            std::cout << separator << "{\"id\": " << r.id << ", \"date\": " << JsonText(IsoDateTime(r.date))
                       << ", \"operation\": " << JsonText(CNorvik::GetHistoryOperation(r.code >> 16).str())
                       << ", \"kind\": " << (r.code & 0xFFFF) << ", \"key\": " << JsonText(r.key.str())
                       << ", \"value1\": " << JsonText(r.value1.str()) << ", \"value2\": " << JsonText(r.value2.str())
@@ -316,8 +263,8 @@ int ShowHistory(Context& context, const std::vector<std::string>& words) {
         std::cout << "]}\n";
         return kExitOk;
     }
-    for (const Row& r : rows) std::cout << DateText(r.date) << "  " << db->historyFormatRecord(r.id).c_str() << '\n';
-    return watch.shown ? kExitFailed : kExitOk;
+    for (const Row& r : rows) std::cout << IsoDateTime(r.date) << "  " << db->historyFormatRecord(r.id).c_str() << '\n';
+    return watch.Shown() ? kExitFailed : kExitOk;
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// norvik loctype and norvik location: the levels of the location tree, the tree itself with
-// its address ranges, and its comma-separated export.
+// norvik location: the location tree with its address ranges, and its comma-separated export.
 #include <algorithm>
 #include <iostream>
 #include <map>
@@ -7,24 +6,11 @@
 
 #include "cli/cli_context.h"
 #include "cli/resolve_location.h"
+#include "cli/words.h"
 
 namespace cli {
 
 namespace {
-
-const char kLocTypeHelp[] =
-    "usage: norvik loctype list [--json]\n"
-    "       norvik loctype add NAME [--parent TYPE]\n"
-    "       norvik loctype rename TYPE NAME\n"
-    "       norvik loctype delete TYPE\n"
-    "Location types are the levels of the location tree (site, building, floor ...), each one\n"
-    "below its parent. TYPE is an id or a name.\n"
-    "  list     every type with its level and its parent\n"
-    "  add      inserts a type directly below TYPE (default: at the top); the types that were\n"
-    "           below TYPE move below the new one. Prints the new id.\n"
-    "  rename   gives a type a new name\n"
-    "  delete   removes a level: its child type moves up, and every location of this type\n"
-    "           goes, its assets and sub-locations moving to its parent location\n";
 
 const char kLocationHelp[] =
     "usage: norvik location list [--tree] [--json]\n"
@@ -48,53 +34,6 @@ const char kLocationHelp[] =
     "           low and the high ends joined by ';', in the same order\n"
     "           (\"10.0.0.1;10.0.1.1\" \"10.0.0.9;10.0.1.9\"); two empty words clear them\n"
     "  export   writes the tree and its assets to FILE as comma-separated text\n";
-
-int Fail(const Resolved& resolved) {
-    PrintError(resolved.error);
-    return resolved.exitCode;
-}
-
-int UsageError(const std::string& text) {
-    PrintError(text);
-    return kExitUsage;
-}
-
-// The words after a sub-command, split into positionals and the options it knows. After
-// "--" every word is a positional, so a name may begin with dashes.
-struct Words {
-    std::vector<std::string> positional;
-    std::map<std::string, std::string> options;
-    bool Has(const std::string& option) const { return options.count(option) != 0; }
-};
-
-// False (with the message printed) for an unknown option, an option without its value, or a
-// number of positionals outside [least, most]. `usage` is the sub-command's synopsis.
-bool SplitWords(const std::vector<std::string>& args, const std::set<std::string>& flags,
-                const std::set<std::string>& valued, std::size_t least, std::size_t most, const std::string& usage,
-                Words* words) {
-    bool literal = false;
-    for (std::size_t i = 1; i < args.size(); ++i) {
-        const std::string& word = args[i];
-        if (literal || word.rfind("--", 0) != 0) {
-            words->positional.push_back(word);
-        } else if (word == "--") {
-            literal = true;
-        } else if (flags.count(word)) {
-            words->options[word];
-        } else if (valued.count(word) && i + 1 < args.size()) {
-            words->options[word] = args[++i];
-        } else {
-            PrintError((valued.count(word) ? word + " needs a value" : "unknown option " + word) + "; usage: norvik " +
-                       usage);
-            return false;
-        }
-    }
-    if (words->positional.size() < least || words->positional.size() > most) {
-        PrintError("wrong number of arguments; usage: norvik " + usage);
-        return false;
-    }
-    return true;
-}
 
 // Strict dotted IPv4 text: four decimal parts of one to three digits, each at most 255.
 bool ParseAddress(const std::string& text, CIPAddress* address) {
@@ -131,72 +70,6 @@ std::string AddressText(const CIPAddress& address) {
     return std::to_string(address.GetOctet(0)) + "." + std::to_string(address.GetOctet(1)) + "." +
            std::to_string(address.GetOctet(2)) + "." + std::to_string(address.GetOctet(3));
 }
-
-// ---- loctype ----
-
-int LocTypeList(CNorvikSql& db, bool json) {
-    CDynaList<ULong> ids;
-    db.EnumLocTypes(ids);
-    struct Row {
-        ULong id;
-        ULong parent;
-        ULong level;
-        std::string name;
-    };
-    std::map<ULong, ULong> parents;
-    std::vector<Row> rows;
-    for (ULong id : ids) {
-        rows.push_back(Row{id, db.GetLocTypeParent(id), 0, db.GetLocTypeName(id).str()});
-        parents[id] = rows.back().parent;
-    }
-    // The level is the number of types up to the top; a chain longer than the table is a cycle.
-    for (Row& row : rows) {
-        ULong up = row.id;
-        for (row.level = 1; parents.count(up) && parents[up] != 0 && row.level <= rows.size(); ++row.level)
-            up = parents[up];
-    }
-    std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.level < b.level; });
-    if (json) {
-        std::cout << "[";
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            std::cout << (i ? ", " : "") << "{\"id\": " << rows[i].id << ", \"name\": " << JsonText(rows[i].name)
-                      << ", \"parent\": " << rows[i].parent << ", \"level\": " << rows[i].level << "}";
-        }
-        std::cout << "]\n";
-        return kExitOk;
-    }
-    TextTable table({"Id", "Level", "Name", "Parent"});
-    for (const Row& row : rows) {
-        const auto parent = std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.id == row.parent; });
-        table.AddRow(
-            {std::to_string(row.id), std::to_string(row.level), row.name, parent == rows.end() ? "-" : parent->name});
-    }
-    table.Print(std::cout, {0, 1});
-    return kExitOk;
-}
-
-// Refuses an empty type name and one that another type has already: names identify types.
-bool CheckTypeName(CNorvikSql& db, const std::string& name, ULong except) {
-    if (name.empty()) {
-        PrintError("a location type name may not be empty");
-        return false;
-    }
-    try {
-        CDynaList<ULong> same;
-        db.EnumIds("LOCTYPE", "_LABEL = " + CNorvikSql::SqlQuote(name.c_str()), same);
-        for (ULong id : same) {
-            if (id == except) continue;
-            PrintError("a location type named '" + name + "' already exists (id " + std::to_string(id) + ")");
-            return false;
-        }
-        return true;
-    } catch (const CDBException& e) {
-        PrintError("cannot read the location types: " + e.m_strError.str());
-        return false;
-    }
-}
-
-// ---- location ----
 
 struct LocationNode {
     ULong id = 0;
@@ -344,64 +217,6 @@ int LocationRanges(CNorvikSql& db, ULong id, const Words& words, bool json) {
 
 }  // namespace
 
-int RunLocType(Context& context) {
-    const auto& args = context.args;
-    if (context.WantsHelp()) {
-        std::cout << kLocTypeHelp;
-        return kExitOk;
-    }
-    const std::string sub = args.empty() ? "" : args[0];
-    Words words;
-    if (sub == "list") {
-        if (!SplitWords(args, {}, {}, 0, 0, "loctype list [--json]", &words)) return kExitUsage;
-    } else if (sub == "add") {
-        if (!SplitWords(args, {}, {"--parent"}, 1, 1, "loctype add NAME [--parent TYPE]", &words)) return kExitUsage;
-    } else if (sub == "rename") {
-        if (!SplitWords(args, {}, {}, 2, 2, "loctype rename TYPE NAME", &words)) return kExitUsage;
-    } else if (sub == "delete") {
-        if (!SplitWords(args, {}, {}, 1, 1, "loctype delete TYPE", &words)) return kExitUsage;
-    } else {
-        return UsageError((sub.empty() ? std::string("loctype needs a command") : "unknown loctype command " + sub) +
-                          " (see norvik loctype --help)");
-    }
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const auto& p = words.positional;
-
-    if (sub == "list") return LocTypeList(*db, context.options.json);
-    if (sub == "add") {
-        ULong parent = 0;
-        if (words.Has("--parent")) {
-            const Resolved resolved = ResolveLocType(*db, words.options["--parent"]);
-            if (!resolved.ok()) return Fail(resolved);
-            parent = resolved.id;
-        }
-        if (!CheckTypeName(*db, p[0], 0)) return kExitFailed;
-        const ULong id = db->AddLocType(p[0].c_str(), parent);
-        if (id == 0) return kExitFailed;
-        std::cout << id << '\n';
-        return kExitOk;
-    }
-    const Resolved type = ResolveLocType(*db, p[0]);
-    if (!type.ok()) return Fail(type);
-    if (sub == "rename") {
-        if (!CheckTypeName(*db, p[1], type.id)) return kExitFailed;
-        return db->SetLocTypeName(type.id, p[1].c_str()) ? kExitOk : kExitFailed;
-    }
-    const CString name = db->GetLocTypeName(type.id);
-    CDynaList<ULong> level;
-    try {
-        db->EnumIds("LOCDATA", CString::Formatted("_TYPE = %d", static_cast<int>(type.id)), level);
-    } catch (const CDBException& e) {
-        PrintError("cannot read the locations: " + e.m_strError.str());
-        return kExitFailed;
-    }
-    if (!db->DeleteLocType(type.id)) return kExitFailed;
-    std::cout << "deleted location type '" << name.c_str() << "' and its " << level.GetCount()
-              << " location(s); their assets and sub-locations moved up a level\n";
-    return kExitOk;
-}
-
 int RunLocation(Context& context) {
     const auto& args = context.args;
     if (context.WantsHelp()) {
@@ -411,20 +226,18 @@ int RunLocation(Context& context) {
     const std::string sub = args.empty() ? "" : args[0];
     struct Form {
         const char* name;
-        std::set<std::string> flags;
-        std::size_t least;
-        std::size_t most;
+        WordRules rules;
         const char* usage;
     };
     const Form forms[] = {
-        {"list", {"--tree"}, 0, 0, "location list [--tree] [--json]"},
-        {"add", {}, 1, 1, "location add PATH"},
-        {"find", {}, 1, 1, "location find PATH"},
-        {"find-ip", {}, 1, 1, "location find-ip ADDRESS"},
-        {"rename", {}, 2, 2, "location rename LOCATION NAME"},
-        {"delete", {}, 1, 1, "location delete LOCATION"},
-        {"ranges", {}, 1, 3, "location ranges LOCATION [FROM TO] [--json]"},
-        {"export", {}, 1, 1, "location export FILE"},
+        {"list", {{"--tree"}, {}, 0, 0}, "location list [--tree] [--json]"},
+        {"add", {{}, {}, 1, 1}, "location add PATH"},
+        {"find", {{}, {}, 1, 1}, "location find PATH"},
+        {"find-ip", {{}, {}, 1, 1}, "location find-ip ADDRESS"},
+        {"rename", {{}, {}, 2, 2}, "location rename LOCATION NAME"},
+        {"delete", {{}, {}, 1, 1}, "location delete LOCATION"},
+        {"ranges", {{}, {}, 1, 3}, "location ranges LOCATION [FROM TO] [--json]"},
+        {"export", {{}, {}, 1, 1}, "location export FILE"},
     };
     const auto form = std::find_if(std::begin(forms), std::end(forms), [&](const Form& f) { return sub == f.name; });
     if (form == std::end(forms)) {
@@ -432,7 +245,7 @@ int RunLocation(Context& context) {
                           " (see norvik location --help)");
     }
     Words words;
-    if (!SplitWords(args, form->flags, {}, form->least, form->most, form->usage, &words)) return kExitUsage;
+    if (!SplitSubCommandWords(args, form->rules, form->usage, &words)) return kExitUsage;
     const auto& p = words.positional;
     if (sub == "ranges" && p.size() == 2)
         return UsageError(std::string("ranges takes FROM and TO together; usage: norvik ") + form->usage);

@@ -1,10 +1,19 @@
-// Aligned tables and JSON quoting.
+// Dates, aligned tables and JSON quoting.
 #include "cli/output.h"
 
 #include <algorithm>
 #include <cstdio>
 
 namespace cli {
+
+std::string IsoDateTime(CTime time) {
+    if (time.IsNever()) return std::string();
+    const DateTimeParts t = time.GetLocal();
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute,
+                  t.second);
+    return text;
+}
 
 std::string JsonText(const std::string& text) {
     std::string out = "\"";

@@ -1,11 +1,16 @@
-// Output helpers of the norvik tool: aligned text tables and JSON texts.
+// Output helpers of the norvik tool: dates, aligned text tables and JSON texts.
 #pragma once
 
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "platform/ctime.h"
+
 namespace cli {
+
+// "YYYY-MM-DD hh:mm:ss" of a local time, the same whatever the locale; "" for a time never set.
+std::string IsoDateTime(CTime time);
 
 // A text quoted for JSON; bytes above 0x7F are written as \u00XX (Latin-1), so any 8-bit
 // text gives valid JSON.

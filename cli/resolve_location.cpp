@@ -7,6 +7,11 @@
 
 namespace cli {
 
+int Fail(const Resolved& resolved) {
+    PrintError(resolved.error);
+    return resolved.exitCode;
+}
+
 namespace {
 
 bool IsSeparator(char c) { return c == ';' || c == '\\'; }

@@ -22,6 +22,9 @@ struct Resolved {
     bool ok() const { return exitCode == kExitOk; }
 };
 
+// Prints the error of a failed resolution and returns its exit code.
+int Fail(const Resolved& resolved);
+
 // A location named by its _ID (decimal digits) or by its path of names separated by ';' or
 // '\', from the top level down. Digits name an _ID when that location exists and are taken
 // as a path otherwise; a trailing separator ("2024;") always makes a path. "0" names the

@@ -90,7 +90,8 @@ make_base() {
     createdb -E SQL_ASCII -T template0 --locale=C norvik_check_base
     pg_dbs+=(norvik_check_base)
     local f
-    for f in tables usp_insert usp_clean; do load_pg norvik_check_base "$schema/postgresql/$f.sql"; done
+    load_pg norvik_check_base "$schema/postgresql/tables.sql"
+    for f in "$schema"/postgresql/usp_*.sql; do load_pg norvik_check_base "$f"; done
 }
 make_sqlite() { # name version; prints the file name
     local db="$work/$1.db"

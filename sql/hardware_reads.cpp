@@ -91,19 +91,22 @@ ULong CNorvikSql::hwFind(const char* path, char delimiter) {
         CString rest = path ? path : "";
         while (!rest.IsEmpty()) {
             const CString token = ExtractToken(rest, delimiter, true, false, false);
-            statement =
-                CString::Formatted("select _ID from HW where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s",
-                                   static_cast<int>(parent), static_cast<int>(kHwCategory), SqlQuote(token).c_str());
-            CSqlRecordset rs(this, statement);
             // A piece that is not there is skipped on purpose: the walk goes on from the last
             // category found, so paths with an optional level still find what lies below it.
-            if (!rs.IsEOF()) parent = rs.NumberAt(0);
+            if (const ULong found = FindChildCategory(parent, token, statement)) parent = found;
         }
         return parent;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
         return 0;
     }
+}
+
+ULong CNorvikSql::FindChildCategory(ULong parent, const CString& key, CString& statement) {
+    statement = CString::Formatted("select _ID from HW where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s",
+                                   static_cast<int>(parent), static_cast<int>(kHwCategory), SqlQuote(key).c_str());
+    CSqlRecordset rs(this, statement);
+    return rs.IsEOF() ? 0 : rs.NumberAt(0);
 }
 
 ULong CNorvikSql::hwFind(ULong parent, ULong asset, const char* key) {

@@ -25,14 +25,7 @@ ULong CNorvikSql::hwAdd(const char* path, char delimiter, ULong flags) {
         CString rest = path ? path : "";
         while (!rest.IsEmpty()) {
             const CString token = ExtractToken(rest, delimiter, true, false, false);
-            statement =
-                CString::Formatted("select _ID from HW where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s",
-                                   static_cast<int>(parent), static_cast<int>(kHwCategory), SqlQuote(token).c_str());
-            ULong found = 0;
-            {
-                CSqlRecordset rs(this, statement);
-                if (!rs.IsEOF()) found = rs.NumberAt(0);
-            }
+            ULong found = FindChildCategory(parent, token, statement);
             if (found == 0) {
                 // _ASSET is left to its default, 0: categories belong to no asset.
                 statement = CString::Formatted("%d,%d,%s", static_cast<int>(parent), static_cast<int>(flags),

@@ -233,6 +233,9 @@ private:
                          const CString& value, int recordHistory, CTime when);
     // userDataAdd of a built-in name: writes the ASSET column that the name stands for.
     ULong SetBuiltInField(ULong asset, const char* key, const char* value, int recordHistory, CTime when);
+    // The category named `key` directly below `parent`; 0 when there is none. Throws
+    // CDBException, the statement sent left in `statement`.
+    ULong FindChildCategory(ULong parent, const CString& key, CString& statement);
     // Field 0 of the first row of `statement` as a number; 0 when there is no row, and on a
     // failure, which is reported with the statement.
     ULong FirstNumberReported(const char* statement);
