@@ -100,7 +100,8 @@ int RunLocType(Context& context) {
     if (sub == "list") {
         if (!SplitSubCommandWords(args, {{}, {}, 0, 0}, "loctype list [--json]", &words)) return kExitUsage;
     } else if (sub == "add") {
-        if (!SplitSubCommandWords(args, {{}, {"--parent"}, 1, 1}, "loctype add NAME [--parent TYPE]", &words)) return kExitUsage;
+        if (!SplitSubCommandWords(args, {{}, {"--parent"}, 1, 1}, "loctype add NAME [--parent TYPE]", &words))
+            return kExitUsage;
     } else if (sub == "rename") {
         if (!SplitSubCommandWords(args, {{}, {}, 2, 2}, "loctype rename TYPE NAME", &words)) return kExitUsage;
     } else if (sub == "delete") {
