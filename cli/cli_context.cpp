@@ -24,6 +24,12 @@ bool Context::WantsHelp() const {
     return false;
 }
 
+bool Context::PrintHelpIfAsked(const char* help) const {
+    if (!WantsHelp()) return false;
+    std::cout << help;
+    return true;
+}
+
 namespace {
 
 // The user callback of an opened database: code 1 carries a status line of an upgrade.
@@ -59,10 +65,7 @@ CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
 }
 
 int HelpForVerbWithoutWords(const Context& context, const char* help) {
-    if (context.WantsHelp()) {
-        std::cout << help;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(help)) return kExitOk;
     if (!context.args.empty()) {
         std::cerr << help;
         return kExitUsage;

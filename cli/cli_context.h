@@ -41,9 +41,12 @@ public:
     // An upgrade run by the open writes its status lines to `statusOut` when it is set.
     CNorvikSql* OpenDatabase(std::ostream* statusOut = nullptr);
 
-    bool WantsHelp() const;
+    // Prints `help` on stdout when the words ask for it, and says whether they did.
+    bool PrintHelpIfAsked(const char* help) const;
 
 private:
+    bool WantsHelp() const;
+
     CAuditDBSys m_kb;
     std::unique_ptr<CNorvikSql> m_db;
 };

@@ -266,10 +266,7 @@ int Count(CNorvikSql& db, const Words& args, bool json) {
 }  // namespace
 
 int RunAsset(Context& context) {
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     if (context.args.empty()) return Usage("asset needs a command: list, add, show, rename, move, delete or count");
     const SubCommand* command = nullptr;
     for (const SubCommand& candidate : kSubCommands)

@@ -154,10 +154,7 @@ int PurgeHistory(Context& context) {
 int RunHistory(Context& context) {
     const auto& args = context.args;
     const bool purge = !args.empty() && args[0] == "purge";
-    if (context.WantsHelp()) {
-        std::cout << (purge ? kPurgeHelp : kHelp);
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(purge ? kPurgeHelp : kHelp)) return kExitOk;
     if (purge) return PurgeHistory(context);
     std::vector<std::string> assets;
     bool details = false;

@@ -270,10 +270,7 @@ int ShowHistory(Context& context, const std::vector<std::string>& words) {
 }  // namespace
 
 int RunHw(Context& context) {
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     const auto& args = context.args;
     if (args.empty()) return Usage("name an asset");
     const std::vector<std::string> rest(args.begin() + 1, args.end());

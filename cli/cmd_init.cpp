@@ -19,10 +19,7 @@ const char kHelp[] =
 }  // namespace
 
 int RunInit(Context& context) {
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     std::string version = "7.14";
     for (std::size_t i = 0; i < context.args.size(); ++i) {
         if (context.args[i] == "--schema-version" && i + 1 < context.args.size()) {

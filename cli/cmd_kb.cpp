@@ -170,10 +170,7 @@ int RunKbTools(Context& context);  // cmd_kb_tools.cpp: -1 for a verb it does no
 
 int RunKb(Context& context) {
     if (const int tools = RunKbTools(context); tools >= 0) return tools;
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     std::vector<std::string> args;
     bool csv = false;
     for (const std::string& word : context.args) {

@@ -213,10 +213,7 @@ int RunKbTools(Context& context) {
     if (args.empty()) return -1;
     const std::string& verb = args[0];
     if (verb != "build" && verb != "check-common" && verb != "recognise") return -1;
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     if (verb == "build") return Build(args);
     if (verb == "check-common") return CheckCommon(context, args);
     return Recognise(context, args);

@@ -219,10 +219,7 @@ int LocationRanges(CNorvikSql& db, ULong id, const Words& words, bool json) {
 
 int RunLocation(Context& context) {
     const auto& args = context.args;
-    if (context.WantsHelp()) {
-        std::cout << kLocationHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kLocationHelp)) return kExitOk;
     const std::string sub = args.empty() ? "" : args[0];
     struct Form {
         const char* name;

@@ -91,10 +91,7 @@ bool CheckTypeName(CNorvikSql& db, const std::string& name, ULong except) {
 
 int RunLocType(Context& context) {
     const auto& args = context.args;
-    if (context.WantsHelp()) {
-        std::cout << kLocTypeHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kLocTypeHelp)) return kExitOk;
     const std::string sub = args.empty() ? "" : args[0];
     Words words;
     if (sub == "list") {

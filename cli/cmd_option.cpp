@@ -17,10 +17,7 @@ const char kHelp[] =
 
 int RunOption(Context& context) {
     const auto& args = context.args;
-    if (context.WantsHelp()) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     const bool get = !args.empty() && args[0] == "get" && args.size() == 2;
     const bool set = !args.empty() && args[0] == "set" && args.size() == 3;
     if (!get && !set) {
