@@ -1,13 +1,10 @@
 // The norvik tool as a user runs it: help, the command lines refused before any database is
-// opened, and init, info and option on both engines.
+// opened, and init and info on a SQLite file (the verbs on both engines are in db_cli_test).
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
-#include "platform/odbc_database.h"
 #include "support/cli_runner.h"
-#include "support/scratch_database.h"
 
 namespace {
 
@@ -23,20 +20,19 @@ TEST_F(Tool, HelpForEveryVerb) {
         std::vector<std::string> args;
         const char* text;
     } cases[] = {
-        {{"--help"}, "Commands:"},
         {{"--help"}, "kb info|dump|query"},
-        {{"init", "--help"}, ""},
-        {{"info", "--help"}, ""},
-        {{"option", "--help"}, ""},
-        {{"upgrade", "--help"}, "usage: norvik"},
-        {{"history", "--help"}, "usage: norvik history"},
-        {{"history", "purge", "--help"}, "usage: norvik history"},
+        {{"init", "--help"}, "usage: norvik [--db FILE | --dsn CONNECTION] init"},
+        {{"info", "--help"}, "usage: norvik [--db FILE | --dsn CONNECTION] info"},
+        {{"option", "--help"}, "usage: norvik option get KEY"},
+        {{"upgrade", "--help"}, "usage: norvik [--db FILE | --dsn CONNECTION] upgrade"},
+        {{"history", "--help"}, "usage: norvik history ASSET"},
+        {{"history", "purge", "--help"}, "usage: norvik history purge"},
         {{"hw", "--help"}, "usage: norvik hw ASSET"},
         {{"location", "--help"}, "usage: norvik location"},
-        {{"location", "add", "--help"}, ""},
         {{"loctype", "--help"}, "usage: norvik loctype"},
         {{"asset", "move", "--help"}, "usage: norvik asset list"},
-        {{"kb", "--help"}, ""},
+        {{"kb", "--help"}, "usage: norvik kb info"},
+        {{"kb", "build", "--help"}, "usage: norvik kb build"},
     };
     for (const auto& c : cases) {
         const ToolResult help = Run(c.args);
@@ -66,7 +62,6 @@ TEST_F(Tool, BadCommandLinesAreRefusedInOneLine) {
         {{"history", "pc", "--bogus"}, 2, ""},
         {{"history", ""}, 2, ""},
         {{"history", "purge"}, 2, ""},
-        {{"history", "purge", "--before"}, 2, ""},
         {{"history", "purge", "--after", "2009-01-01"}, 2, ""},
         {{"history", "purge", "--before", "2009-13-01"}, 2, ""},
         {{"history", "purge", "--before", "20090231"}, 2, ""},
@@ -115,7 +110,9 @@ TEST_F(Tool, BadCommandLinesAreRefusedInOneLine) {
         std::vector<std::string> args{"--db", missing};
         args.insert(args.end(), c.args.begin(), c.args.end());
         const ToolResult result = Run(args);
-        SCOPED_TRACE(c.args.empty() ? "(none)" : c.args.back());
+        std::string words = "norvik";
+        for (const auto& word : c.args) words += " " + word;
+        SCOPED_TRACE(words);
         // One line of error, the usage of the command, or both in that order.
         EXPECT_EQ(result.exitCode, c.exitCode) << result.err;
         EXPECT_NE(result.err.find(c.error), std::string::npos) << result.err;
@@ -131,10 +128,10 @@ TEST_F(Tool, BadCommandLinesAreRefusedInOneLine) {
     EXPECT_FALSE(std::filesystem::exists(missing)) << "a missing database must not be created by reading it";
 }
 
-TEST_F(Tool, InitInfoAndOptionsOnBothEngines) {
+TEST_F(Tool, InitAndInfo) {
     const std::string sqlite = (dir_.path / "audit.db").string();
     ASSERT_EQ(Run({"--db", sqlite, "init"}).exitCode, 0);
-    ExpectRefused(Run({"--db", sqlite, "init"}), 1);
+    ExpectRefused(Run({"--db", sqlite, "init"}), 1, "already exists");
     const ToolResult info = Run({"--db", sqlite, "info"});
     EXPECT_EQ(info.exitCode, 0) << info.err;
     EXPECT_NE(info.out.find("Schema:   7.14"), std::string::npos) << info.out;
@@ -143,30 +140,8 @@ TEST_F(Tool, InitInfoAndOptionsOnBothEngines) {
     EXPECT_NE(json.out.find("\"schema\": \"7.14\""), std::string::npos) << json.out;
     EXPECT_NE(json.out.find("\"OPTIONS\": 0"), std::string::npos) << json.out;
     const ToolResult badDsn = Run({"--dsn", "Driver={No Such Driver};Database=x", "info"});
-    ExpectRefused(badDsn, 1, "norvik: ODBC Error code -1 Error : ");
+    ExpectRefused(badDsn, 1);
     EXPECT_EQ(badDsn.err.rfind("norvik: ODBC Error code -1 Error : ", 0), 0u) << badDsn.err;
-
-    // An empty PostgreSQL database for init to fill.
-    const std::string name = "norvik_cli_" + std::to_string(getpid());
-    CDatabase admin;
-    admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
-    admin.ExecuteSQL(("drop database if exists " + name).c_str());
-    admin.ExecuteSQL(
-        ("create database " + name + " encoding 'SQL_ASCII' lc_collate 'C' lc_ctype 'C' template template0").c_str());
-    const std::string dsn = PostgresConnection(name);
-    ASSERT_EQ(Run({"--dsn", dsn, "init"}).exitCode, 0);
-    for (const auto& target : {std::vector<std::string>{"--db", sqlite}, std::vector<std::string>{"--dsn", dsn}}) {
-        auto with = [&](std::vector<std::string> args) {
-            args.insert(args.begin(), target.begin(), target.end());
-            return Run(args);
-        };
-        EXPECT_EQ(with({"option", "set", "O'Neil's", "50% * done"}).exitCode, 0);
-        EXPECT_EQ(with({"option", "get", "O'Neil's"}).out, "50% * done\n");
-        EXPECT_EQ(with({"option", "get", "never set"}).out, "\n");
-        EXPECT_EQ(with({"--json", "option", "get", "O'Neil's"}).out,
-                  "{\"key\": \"O'Neil's\", \"value\": \"50% * done\"}\n");
-    }
-    admin.ExecuteSQL(("drop database if exists " + name + " with (force)").c_str());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Display texts of dates, sizes, speeds and processor names, and the numeric-text check.
+// Display texts of dates, sizes, speeds and processor names.
 #include "common/formatting.h"
 
 #include <gtest/gtest.h>
@@ -10,17 +10,11 @@
 
 namespace {
 
-// Each test starts and ends with the date order read from the locale again.
-class DateFormatting : public ::testing::Test {
-protected:
-    void UseOrder(int order) {
+TEST(DateFormatting, FollowsEachLocaleOrder) {
+    const auto useOrder = [](int order) {
         TEST_ForceShortDateOrder(order);
         TEST_ForgetDateOrder();
-    }
-    void TearDown() override { UseOrder(-1); }
-};
-
-TEST_F(DateFormatting, FollowsEachLocaleOrder) {
+    };
     struct Case {
         int order;
         int year, month, day;
@@ -36,9 +30,10 @@ TEST_F(DateFormatting, FollowsEachLocaleOrder) {
         {3, 2009, 3, 7, '/', ""},
     };
     for (const Case& c : cases) {
-        UseOrder(c.order);
+        useOrder(c.order);
         EXPECT_EQ(FormatDate(c.year, c.month, c.day, c.separator), c.expected) << "order " << c.order;
     }
+    useOrder(-1);  // back to the locale's order
 }
 
 TEST(SizeFormatting, BytesTruncateToTheLargestUnitReachedAndMegahertzAreUnsigned) {

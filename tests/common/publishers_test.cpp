@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(PublisherTable, KeepsItsRowOrderThenThreeEmptyPairs) {
+TEST(PublisherTable, EveryKeyIsFoundInItsFixedOrderBeforeThreeEmptyPairs) {
     const PublisherName* table = PublisherTable();
     for (int i = 0; i < kPublisherTableSize; ++i) {
         EXPECT_EQ(*table[i].key != '\0' && *table[i].name != '\0', i < kPublisherCount) << i;
@@ -25,12 +25,8 @@ TEST(PublisherTable, KeepsItsRowOrderThenThreeEmptyPairs) {
 
 TEST(PublisherTable, LooksUpWholeKeysIgnoringCase) {
     const std::pair<const char*, const char*> cases[] = {
-        {"HALVORN", "Halvorn Technology, Inc."},
         {"halvorn", "Halvorn Technology, Inc."},
-        {"CANON", "Canon Inc."},
-        {"HEWLETT", "Hewlett-Packard Company"},
-        {"INTEL", "Intel Corporation"},
-        {"COMPUTER ASSOCIATES", "Computer Associates International, Inc."},
+        {"Computer Associates", "Computer Associates International, Inc."},
         {"INTE", ""},
         {"INTEL CORP", ""},
         {"", ""},

@@ -8,12 +8,6 @@
 
 namespace {
 
-std::vector<std::string> Texts(const CSortList& list) {
-    std::vector<std::string> texts;
-    for (const CSortItem& item : list) texts.push_back(item.text.str());
-    return texts;
-}
-
 TEST(CSortList, SortsIgnoringCaseAndCarriesIdsAndExtras) {
     CSortList list;
     list.Add("delta", 4, 40);
@@ -23,8 +17,10 @@ TEST(CSortList, SortsIgnoringCaseAndCarriesIdsAndExtras) {
     list.Add(CString(std::string(300, 'x')), 5, 50);
     list.Add(CString(std::string(255, 'w') + "tail"), 6, 60);
     list.Sort();
-    EXPECT_EQ(Texts(list), (std::vector<std::string>{"Alpha", "BRAVO", "charlie", "delta", std::string(255, 'w'),
-                                                     std::string(255, 'x')}));
+    std::vector<std::string> texts;
+    for (const CSortItem& item : list) texts.push_back(item.text.str());
+    EXPECT_EQ(texts, (std::vector<std::string>{"Alpha", "BRAVO", "charlie", "delta", std::string(255, 'w'),
+                                               std::string(255, 'x')}));
     const ULong ids[] = {1, 2, 3, 4, 6, 5};
     for (ULong i = 0; i < list.GetCount(); ++i) {
         EXPECT_EQ(list[i].id, ids[i]) << i;

@@ -1,21 +1,138 @@
-// Knowledge Base files for the tests of the Knowledge Base object, recognition and the catalogue:
-// a scratch folder per test, a current (4.0) file with a little of everything, and writing any
-// table list to disk at a chosen content version.
+// Helpers shared by the Knowledge Base tests: a byte builder for hand-made table files, archive
+// round trips over memory, captures of the trace and of the messages shown to the user, a scratch
+// folder per test, tables filled from literals and Knowledge Base files written at any version.
 #pragma once
 
 #include <unistd.h>
-
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include "common/trace.h"
+#include "kb/table.h"
 #include "kb/tabledb.h"
-#include "kb_test_support.h"
 #include "platform/archive.h"
 #include "platform/file.h"
+#include "platform/ui_hooks.h"
 
 namespace kbtest {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Little-endian bytes appended one field at a time, in the file's own terms.
+class ByteBuilder {
+public:
+    ByteBuilder& U16(std::uint16_t value) { return Little(value, 2); }
+    ByteBuilder& U32(std::uint32_t value) { return Little(value, 4); }
+    // The archive's string form, choosing the prefix by length.
+    ByteBuilder& Str(const std::string& text) {
+        const std::size_t n = text.size();
+        if (n < 255) {
+            m_bytes.push_back(static_cast<std::uint8_t>(n));
+        } else if (n < 65534) {
+            m_bytes.push_back(0xFF);
+            U16(static_cast<std::uint16_t>(n));
+        } else {
+            m_bytes.push_back(0xFF);
+            U16(0xFFFF);
+            U32(static_cast<std::uint32_t>(n));
+        }
+        return Raw(text);
+    }
+    ByteBuilder& Raw(const std::string& text) {
+        m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+        return *this;
+    }
+    const Bytes& bytes() const { return m_bytes; }
+
+private:
+    ByteBuilder& Little(std::uint32_t value, int count) {
+        for (int i = 0; i < count; ++i) m_bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+        return *this;
+    }
+    Bytes m_bytes;
+};
+
+// The bytes as hex pairs, 16 to a line, so that a failed comparison shows where files differ.
+inline std::string Hex(const Bytes& bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        text += digits[bytes[i] >> 4];
+        text += digits[bytes[i] & 15];
+        text += (i % 16 == 15) ? '\n' : ' ';
+    }
+    return text;
+}
+
+// What `object.Serialize` writes into an archive over memory.
+template <typename T>
+Bytes Written(T& object) {
+    CMemFile file;
+    CArchive ar(file, CArchive::store);
+    object.Serialize(ar);
+    ar.Close();
+    return file.GetData();
+}
+
+// Has `object.Serialize` read `bytes`.
+template <typename T>
+void Read(T& object, const Bytes& bytes) {
+    CMemFile file(bytes.data(), bytes.size());
+    CArchive ar(file, CArchive::load);
+    object.Serialize(ar);
+}
+
+inline std::string FileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream all;
+    all << in.rdbuf();
+    return all.str();
+}
+
+// Opens the trace on a file of its own for the object's lifetime and reads back what was written.
+class TraceCapture {
+public:
+    TraceCapture() : m_path("/tmp/norvik_kb_trace_" + std::to_string(::getpid()) + ".log") {
+        std::remove(m_path.c_str());
+        TraceOpen(m_path.c_str());
+    }
+    ~TraceCapture() {
+        TraceClose();
+        std::remove(m_path.c_str());
+    }
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+    std::string Text() const {
+        TraceFlush();
+        return FileBytes(m_path);
+    }
+
+private:
+    std::string m_path;
+};
+
+// Collects what the library shows by message box while the object lives; answers `answer`.
+class MessageCapture {
+public:
+    explicit MessageCapture(int answer = platform::kIdOk) {
+        platform::SetMessageBoxHook([this, answer](const char* text, unsigned style) {
+            texts.emplace_back(text);
+            styles.push_back(style);
+            return answer;
+        });
+    }
+    ~MessageCapture() { platform::SetMessageBoxHook(nullptr); }
+    MessageCapture(const MessageCapture&) = delete;
+    MessageCapture& operator=(const MessageCapture&) = delete;
+
+    std::vector<std::string> texts;
+    std::vector<unsigned> styles;
+};
 
 // A folder of its own, removed with everything in it at the end.
 class ScratchFolder {
@@ -39,6 +156,35 @@ private:
     std::filesystem::path m_path;
 };
 
+constexpr std::uint16_t T = CTable::typeText;
+constexpr std::uint16_t N = CTable::typeNumber;
+
+// A column after ID: its name and type.
+struct Column {
+    const char* name;
+    std::uint16_t type;
+};
+
+// A table `name` with ID, then `columns`, and one row per entry of `rows` giving the cells after
+// the ID in order: the text of a text column, the decimal number of any other.
+inline CTable MakeTable(const char* name, const std::vector<Column>& columns,
+                        const std::vector<std::vector<std::string>>& rows) {
+    CTable table(name);
+    for (const Column& column : columns) table.AddColumn(column.name, column.type);
+    for (const auto& cells : rows) {
+        const ULong row = table.AddRow();
+        for (std::size_t i = 0; i < cells.size() && i < columns.size(); ++i) {
+            const auto column = static_cast<std::uint16_t>(i + 1);
+            if (columns[i].type == CTable::typeText) {
+                table.SetText(row, column, cells[i].c_str());
+            } else {
+                table.SetValue(row, column, static_cast<ULong>(std::stoll(cells[i])));
+            }
+        }
+    }
+    return table;
+}
+
 inline void WriteDatabase(CTableDatabase& db, const std::string& path, std::uint16_t major, std::uint16_t minor) {
     db.SetVersion(major, minor);
     CFile file(path.c_str(), CFile::modeCreate | CFile::modeWrite);
@@ -47,16 +193,6 @@ inline void WriteDatabase(CTableDatabase& db, const std::string& path, std::uint
     ar.Close();
     file.Close();
 }
-
-inline std::string FileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
-
-constexpr std::uint16_t T = CTable::typeText;
-constexpr std::uint16_t N = CTable::typeNumber;
 
 // The SYSFILE layout: name, application, lowest size, highest size, CRC, date, flags.
 inline CTable SysFileTable(const std::vector<std::vector<std::string>>& rows) {
@@ -80,10 +216,11 @@ inline void AddCurrentTables(CTableDatabase& db, const CTable& sysfile) {
                           {{"Scribe", "Software\\Quillsoft\\Scribe", "Serial"}}));
 }
 
-inline void WriteCurrentFile(const std::string& path, const CTable& sysfile = SysFileTable({})) {
+inline void WriteCurrentFile(const std::string& path, const CTable& sysfile = SysFileTable({}),
+                             std::uint16_t minor = 0) {
     CTableDatabase db;
     AddCurrentTables(db, sysfile);
-    WriteDatabase(db, path, 4, 0);
+    WriteDatabase(db, path, 4, minor);
 }
 
 }  // namespace kbtest

@@ -33,13 +33,12 @@ TEST_F(Recognition, KeyFilesMatchOnSizeRangeAndDateHalves) {
           {"dated.exe", "13", "0", "0", "0", "65536", "2"},
           {"timed.exe", "14", "0", "0", "0", "7", "2"},
           {"other.dll", "15", "0", "0", "0", "0", "0"}});
-    struct Case {
+    const struct {
         const char* name;
         ULong size;
         ULong date;
         ULong app;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"any.exe", 0, 0, 10},           {"any.exe", 123456, 0x12345678, 10},
         {"exact.exe", 100, 0, 11},       {"exact.exe", 101, 0, 0},
         {"range.exe", 100, 0, 12},       {"range.exe", 150, 0, 12},
@@ -49,7 +48,7 @@ TEST_F(Recognition, KeyFilesMatchOnSizeRangeAndDateHalves) {
         {"timed.exe", 5, 0x00090008, 0}, {"ANY.EXE", 0, 0, 0},
         {"other.dll", 0, 0, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(kb_.KeyRecognise(c.name, c.size, 0, c.date), c.app)
             << c.name << " size " << c.size << " date " << std::hex << c.date;
     }
@@ -97,7 +96,6 @@ TEST(RecognitionRules, SizeAndDateOverlap) {
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(10, 20, 21, 30), 0);
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(10, 20, 20, 30), 1);
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(15, 0, 10, 20), 1);
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(15, 0, 16, 0), 0);
     EXPECT_EQ(CAuditDBSys::IsSizeCommon(7, 9, 0, 0), 1);
     EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00050003, 0x00060003), 0);
     EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00000003, 0x00060003), 1);

@@ -1,5 +1,5 @@
-// CRecSet: what a query shows (filters on numbers and texts), the messages of bad queries, the
-// moves with deleted rows about, FindID, and writes bracketed by the busy counter.
+// CRecSet: what a query shows (filters on numbers and texts), the message of a bad query and the
+// moves with deleted rows about.
 #include "kb/recset.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "kb/tabledb.h"
-#include "kb_test_support.h"
+#include "kb_files.h"
 
 namespace {
 
@@ -16,33 +16,17 @@ using kbtest::MakeTable;
 using kbtest::MessageCapture;
 
 // SYSFILE rows (NAME, CRC, FLAGS), IDs 1 to 6.
-void AddSysFile(CTableDatabase& db) {
-    db.AddTable(MakeTable("SYSFILE", {{"NAME", 0}, {"CRC", 1}, {"FLAGS", 1}},
-                          {{"a.dll", "0", "2"},
-                           {"b.dll", "17", "2"},
-                           {"c.dll", "4294967295", "0"},
-                           {"O'Brien", "0", "1"},
-                           {"", "9", "3"},
-                           {"B.dll", "5", "2"}}));
-}
-
-// The IDs a record set shows walking forwards from MoveFirst.
-std::vector<ULong> Forward(CRecSet& rs) {
-    std::vector<ULong> ids;
-    for (rs.MoveFirst(); !rs.IsEOF(); rs.MoveNext()) ids.push_back(rs.GetID());
-    return ids;
-}
-
-std::vector<ULong> Backward(CRecSet& rs) {
-    std::vector<ULong> ids;
-    for (rs.MoveLast(); !rs.IsEOF(); rs.MovePrev()) ids.push_back(rs.GetID());
-    return ids;
-}
-
 class RecSet : public ::testing::Test {
 protected:
-    void SetUp() override { AddSysFile(db); }
-    CTable& Table() { return db[0]; }
+    RecSet() {
+        db.AddTable(MakeTable("SYSFILE", {{"NAME", 0}, {"CRC", 1}, {"FLAGS", 1}},
+                              {{"a.dll", "0", "2"},
+                               {"b.dll", "17", "2"},
+                               {"c.dll", "4294967295", "0"},
+                               {"O'Brien", "0", "1"},
+                               {"", "9", "3"},
+                               {"B.dll", "5", "2"}}));
+    }
     CTableDatabase db;
 };
 
@@ -63,9 +47,11 @@ TEST_F(RecSet, FiltersShowTheMatchingLiveRowsInTableOrder) {
     for (const auto& c : cases) {
         CRecSet rs(&db, (std::string("select * from SYSFILE ") + c.where).c_str());
         EXPECT_TRUE(rs.IsOpen()) << c.where;
-        EXPECT_EQ(Forward(rs), c.ids) << c.where;
-        std::vector<ULong> reversed(c.ids.rbegin(), c.ids.rend());
-        EXPECT_EQ(Backward(rs), reversed) << c.where;
+        std::vector<ULong> forward, backward;
+        for (rs.MoveFirst(); !rs.IsEOF(); rs.MoveNext()) forward.push_back(rs.GetID());
+        for (rs.MoveLast(); !rs.IsEOF(); rs.MovePrev()) backward.insert(backward.begin(), rs.GetID());
+        EXPECT_EQ(forward, c.ids) << c.where;
+        EXPECT_EQ(backward, c.ids) << c.where << " backwards";
     }
 }
 
@@ -88,13 +74,13 @@ TEST_F(RecSet, DeleteStepsToTheNextRowEvenWhenItDoesNotMatch) {
     EXPECT_EQ(rs.GetRow(), 2u);
     EXPECT_EQ(rs.GetID(), 3u) << "row 2 (FLAGS 0) is current although the filter rejects it";
     EXPECT_FALSE(rs.CurrentRowMatches());
-    EXPECT_EQ(Table().GetDeletedCount(), 1u);
+    EXPECT_EQ(db[0].GetDeletedCount(), 1u);
     rs.MoveNext();
     EXPECT_EQ(rs.GetID(), 6u);
     rs.Delete();
     EXPECT_TRUE(rs.IsEOF());
     rs.Delete();  // past the end: nothing
-    EXPECT_EQ(Table().GetDeletedCount(), 2u);
+    EXPECT_EQ(db[0].GetDeletedCount(), 2u);
 }
 
 }  // namespace

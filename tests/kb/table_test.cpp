@@ -1,27 +1,22 @@
 // CTable in memory: IDs across deletion and purge, the search by ID, columns added to filled
-// tables, shared texts and their renumbering; and CTableDatabase finding tables ignoring case.
+// tables, shared texts and their renumbering.
 #include "kb/table.h"
-#include "kb/tabledb.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
+#include "kb_files.h"
+
 namespace {
+
+using kbtest::MakeTable;
 
 std::vector<ULong> IDs(const CTable& table) {
     std::vector<ULong> ids;
     for (ULong row = 0; row < table.GetRowCount(); ++row) ids.push_back(table.GetValue(row, 0));
     return ids;
-}
-
-// A table "T" with ID and NAME (text), one row per name.
-CTable NamedRows(const std::vector<std::string>& names) {
-    CTable table("T");
-    table.AddColumn("NAME", CTable::typeText);
-    for (const std::string& name : names) table.SetText(table.AddRow(), 1, name.c_str());
-    return table;
 }
 
 TEST(CTable, PurgeGivesBackTheIdsOfDeletedLastRowsOnly) {
@@ -40,7 +35,7 @@ TEST(CTable, PurgeGivesBackTheIdsOfDeletedLastRowsOnly) {
 }
 
 TEST(CTable, FindRowOfADeletedIdPurgesFirstAndFindsNothing) {
-    CTable table = NamedRows({"a", "b", "c"});
+    CTable table = MakeTable("T", {{"NAME", CTable::typeText}}, {{"a"}, {"b"}, {"c"}});
     table.DeleteRow(1);
     EXPECT_EQ(table.FindRow(2), -1);
     EXPECT_EQ(table.GetDeletedCount(), 0u);
@@ -70,7 +65,7 @@ TEST(CTable, TextColumnAddedToFilledTableReadsEmptyWithoutReferences) {
 }
 
 TEST(CTable, EqualTextsShareOneIdUntilTheLastUserIsPurged) {
-    CTable table = NamedRows({"shared", "shared", "later"});
+    CTable table = MakeTable("T", {{"NAME", CTable::typeText}}, {{"shared"}, {"shared"}, {"later"}});
     const CStringTable& strings = table.GetStrings();
     const ULong shared = table.GetValue(0, 1);
     EXPECT_EQ(table.GetValue(1, 1), shared);
@@ -93,14 +88,6 @@ TEST(CTable, EqualTextsShareOneIdUntilTheLastUserIsPurged) {
     EXPECT_EQ(strings.GetRefCount(strings.Find("later")), 0u) << "SetText releases the text it replaces";
     table.DeleteAll();
     EXPECT_EQ(strings.GetCount(), 1u) << "only the empty text is left";
-}
-
-TEST(CTableDatabase, FindTableIgnoresCaseAndTakesTheFirstMatch) {
-    CTableDatabase db;
-    for (const char* name : {"CAT", "SYSFILE", "sysfile"}) db.AddTable(CTable(name));
-    EXPECT_EQ(db.FindTable("SysFile"), 1);
-    EXPECT_EQ(db.FindTable("cat"), 0);
-    EXPECT_EQ(db.FindTable("MAKE"), -1);
 }
 
 }  // namespace

@@ -26,13 +26,13 @@ TEST(DateTimeParts, ParsesBothDatabaseForms) {
         {"", false, {}},
         {"2009-01-01 25:00:00", false, {}},
     };
+    const auto fields = [](const DateTimeParts& p) {
+        return std::vector<int>{p.year, p.month, p.day, p.hour, p.minute, p.second};
+    };
     for (const auto& c : cases) {
         DateTimeParts parts;
         EXPECT_EQ(DateTimeParts::Parse(c.text, &parts), c.ok) << c.text;
         if (!c.ok) continue;
-        const auto fields = [](const DateTimeParts& p) {
-            return std::vector<int>{p.year, p.month, p.day, p.hour, p.minute, p.second};
-        };
         EXPECT_EQ(fields(parts), fields(c.expected)) << c.text;
     }
 }

@@ -15,8 +15,6 @@ std::string ScratchPath(const char* name) {
     return testing::TempDir() + "norvik_file_" + std::to_string(::getpid()) + "_" + name;
 }
 
-std::string MessageOf(const CFileException& e) { return e.GetErrorMessage().str(); }
-
 TEST(CFile, WrittenBytesReadBackWithPositionsAndLength) {
     const std::string path = ScratchPath("roundtrip");
     {
@@ -44,8 +42,9 @@ TEST(CFile, FailuresThrowNamingThePath) {
         CFile file(missing.c_str(), CFile::modeRead);
         FAIL() << "opening a missing file must throw";
     } catch (const CFileException& e) {
-        EXPECT_NE(MessageOf(e).find(missing), std::string::npos) << MessageOf(e);
-        EXPECT_NE(MessageOf(e).find("No such file"), std::string::npos) << MessageOf(e);
+        const std::string message = e.GetErrorMessage().str();
+        EXPECT_NE(message.find(missing), std::string::npos) << message;
+        EXPECT_NE(message.find("No such file"), std::string::npos) << message;
     }
     EXPECT_THROW(CFile(missing.c_str(), CFile::modeWrite), CFileException) << "write without create needs the file";
 }

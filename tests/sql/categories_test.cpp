@@ -10,12 +10,6 @@
 
 namespace {
 
-std::vector<std::string> Texts(const CSortList& list) {
-    std::vector<std::string> texts;
-    for (const CSortItem& item : list) texts.push_back(item.text.str());
-    return texts;
-}
-
 class Catalogue : public EngineTest {
 protected:
     void SetUp() override {
@@ -32,6 +26,17 @@ protected:
         }
         kbtest::WriteDatabase(db, kbPath_, 4, 0);
         ASSERT_EQ(kb_.Open(kbPath_.c_str()), 1);
+    }
+
+    // The names an enumeration lists, checked against its answer.
+    std::vector<std::string> Listed(ULong (CNorvikSql::*enumerate)(ULong, CSortList&, int), ULong owner,
+                                    int includeKb) {
+        CSortList list;
+        const ULong count = ((*db_).*enumerate)(owner, list, includeKb);
+        std::vector<std::string> texts;
+        for (const CSortItem& item : list) texts.push_back(item.text.str());
+        EXPECT_EQ(count, texts.size());
+        return texts;
     }
 
     kbtest::ScratchFolder folder_;
@@ -80,19 +85,12 @@ TEST_P(Catalogue, EnumerationsPutKnowledgeBaseItemsFirst) {
     const ULong siteCat = db_->AddCategory("Rack", 0);
     db_->AddMake(siteCat, "Stackwell");
     db_->AddMake(1, "Local Build");
-    CSortList all;
-    EXPECT_EQ(db_->EnumMakes(0, all, 1), 7u);
-    EXPECT_EQ(Texts(all),
+    const auto makes = &CNorvikSql::EnumMakes;
+    EXPECT_EQ(Listed(makes, 0, 1),
               (std::vector<std::string>{"Alder", "Birch", "Alder", "Edge", "Beyond", "Stackwell", "Local Build"}));
-    CSortList ofSite;
-    db_->EnumMakes(siteCat, ofSite, 1);
-    EXPECT_EQ(Texts(ofSite), std::vector<std::string>{"Stackwell"});
-    CSortList ofKb;
-    db_->EnumMakes(1, ofKb, 1);
-    EXPECT_EQ(Texts(ofKb), (std::vector<std::string>{"Alder", "Birch", "Local Build"}));
-    CSortList siteOnly;
-    db_->EnumMakes(1, siteOnly, 0);
-    EXPECT_EQ(Texts(siteOnly), std::vector<std::string>{"Local Build"});
+    EXPECT_EQ(Listed(makes, siteCat, 1), std::vector<std::string>{"Stackwell"});
+    EXPECT_EQ(Listed(makes, 1, 1), (std::vector<std::string>{"Alder", "Birch", "Local Build"}));
+    EXPECT_EQ(Listed(makes, 1, 0), std::vector<std::string>{"Local Build"});
     CSortList models;
     db_->AddModel(1, "A900");
     EXPECT_EQ(db_->EnumModels(1, models, 1), 3u);
@@ -113,23 +111,16 @@ TEST_P(Catalogue, DeletingASiteCategoryCascadesToItsSiteMakesAndModels) {
     db_->AddModel(stackwell, "SW-1");
     db_->AddModel(stackwell, "SW-2");
     const ULong local = db_->AddMake(1, "Local Build");
-    const ULong localModel = db_->AddModel(local, "LB-1");
+    db_->AddModel(local, "LB-1");
     db_->AddModel(2, "B-7");
 
     db_->DeleteCategory(rack);
     EXPECT_EQ(db_->FindCategory("Rack"), 0u);
-    CSortList makes;
-    EXPECT_EQ(db_->EnumMakes(0, makes, 0), 1u);
-    EXPECT_EQ(makes[0].id, local) << "a make under a Knowledge Base category is not reached";
-    CSortList models;
-    db_->EnumModels(0, models, 0);
-    EXPECT_EQ(models.GetCount(), 2u);
-    EXPECT_EQ(db_->GetModelName(localModel), "LB-1");
-
+    // A make under a Knowledge Base category is not reached.
+    EXPECT_EQ(Listed(&CNorvikSql::EnumMakes, 0, 0), std::vector<std::string>{"Local Build"});
+    EXPECT_EQ(Listed(&CNorvikSql::EnumModels, 0, 0), (std::vector<std::string>{"LB-1", "B-7"}));
     db_->DeleteMake(local);
-    CSortList left;
-    db_->EnumModels(0, left, 0);
-    EXPECT_EQ(Texts(left), std::vector<std::string>{"B-7"});
+    EXPECT_EQ(Listed(&CNorvikSql::EnumModels, 0, 0), std::vector<std::string>{"B-7"});
     EXPECT_EQ(db_->GetCategoryName(1), "PC|Base Unit") << "the Knowledge Base is never touched";
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }

@@ -18,16 +18,6 @@ protected:
     }
 };
 
-TEST_P(OpenDatabase, CurrentVersionOpensWithoutAMessage) {
-    EXPECT_NE(db_->Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
-    EXPECT_NE(db_->IsDbOpen(), 0);
-    EXPECT_EQ(db_->GetVer(), 714);
-    EXPECT_EQ(db_->GetDbType(), 1);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
-    EXPECT_EQ(db_->CloseDB(), 1);
-    EXPECT_EQ(db_->IsDbOpen(), 0);
-}
-
 TEST_P(OpenDatabase, OtherSchemaVersionsRefuseWithAMessage) {
     const std::string consult = " to v7.14.\n\nPlease consult your System Administrator";
     for (const auto& [major, minor, text] :

@@ -1,4 +1,4 @@
-// The options store on both engines.
+// The options store on both engines, with the company name kept in it.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -40,34 +40,22 @@ TEST_P(Options, FailureReachesTheMessageBoxWithTheStatement) {
     EXPECT_NE(messages_[1].find("SQL String : select _ID from OPTIONS where _KEY = 'Key'"), std::string::npos);
 }
 
-class CompanyName : public EngineTest {
-protected:
-    void SetUp() override {
-        registry_ = std::filesystem::temp_directory_path() / ("norvik_registry_" + std::to_string(getpid()));
-        setenv("NORVIK_REGISTRY", registry_.c_str(), 1);
-        EngineTest::SetUp();
-    }
-    void TearDown() override {
-        EngineTest::TearDown();
-        std::filesystem::remove(registry_);
-        unsetenv("NORVIK_REGISTRY");
-    }
-    void WriteRegistry(const char* company) {
-        std::ofstream(registry_) << "[" << CNorvik::REG_KEY_UNINSTALL << "]\nRegCompany=" << company << "\n";
-    }
-    std::filesystem::path registry_;
-};
-
-TEST_P(CompanyName, ReadFromTheRegistryOnceThenFromTheOption) {
-    WriteRegistry("Example Works Ltd");
+TEST_P(Options, CompanyNameIsReadFromTheRegistryOnceThenFromTheOption) {
+    const auto registry = std::filesystem::temp_directory_path() / ("norvik_registry_" + std::to_string(getpid()));
+    setenv("NORVIK_REGISTRY", registry.c_str(), 1);
+    auto write = [&](const char* company) {
+        std::ofstream(registry) << "[" << CNorvik::REG_KEY_UNINSTALL << "]\nRegCompany=" << company << "\n";
+    };
+    write("Example Works Ltd");
     EXPECT_STREQ(db_->GetCompanyName().c_str(), "Example Works Ltd");
     EXPECT_STREQ(db_->GetOption("CompanyName").c_str(), "Example Works Ltd");
-    WriteRegistry("Someone Else");
+    write("Someone Else");
     EXPECT_STREQ(db_->GetCompanyName().c_str(), "Example Works Ltd");
     EXPECT_STREQ(db_->GetIconName(0).c_str(), "Example Works Ltd");
+    std::filesystem::remove(registry);
+    unsetenv("NORVIK_REGISTRY");
 }
 
 NORVIK_ON_BOTH_ENGINES(Options);
-NORVIK_ON_BOTH_ENGINES(CompanyName);
 
 }  // namespace

@@ -21,9 +21,11 @@ protected:
         std::filesystem::remove(path_);
         if (before) std::ofstream(path_, std::ios::binary) << before;
         WriteStationValue(path_.c_str(), "Asset", "Name", value);
-        std::ifstream in(path_, std::ios::binary);
+        return Contents();
+    }
+    std::string Contents() {
         std::stringstream text;
-        text << in.rdbuf();
+        text << std::ifstream(path_, std::ios::binary).rdbuf();
         return text.str();
     }
     std::filesystem::path path_;
@@ -53,10 +55,7 @@ TEST_F(StationFileWrite, OnlyTheNameOfTheAssetSectionChanges) {
 TEST_F(StationFileWrite, ALineBreakInTheValueIsRefusedAndTheFileKept) {
     std::ofstream(path_, std::ios::binary) << "[Asset]\nName=old\n";
     EXPECT_THROW(WriteStationValue(path_.c_str(), "Asset", "Name", "two\nlines"), CFileException);
-    std::ifstream in(path_, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    EXPECT_EQ(text.str(), "[Asset]\nName=old\n");
+    EXPECT_EQ(Contents(), "[Asset]\nName=old\n");
 }
 
 }  // namespace
