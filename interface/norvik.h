@@ -396,6 +396,12 @@ public:
     // for operations 1, 2, 4, 5, 6; "Unknown Operation" for any other. Not virtual.
     static CString GetHistoryOperation(ULong operation);
 
+    // ---- Security switch ----
+    // 1 when console log-on is switched on for the site, else 0 (also on failure).
+    virtual int IsSecurityEnabled() = 0;
+    // Switches log-on on (any non-zero `enable`, stored as 1) or off. 1 when stored, 0 on failure.
+    virtual int EnableSecurity(int enable) = 0;
+
     // ---- Events ----
     // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with
     // every event; otherwise appends the events whose history row belongs to one of `assets`.
@@ -510,8 +516,146 @@ public:
     // Returns the list's count.
     virtual int osEnumValues(ULong asset, CSortList& list);
 
+    // ---- Internet history and cookies ----
+    // IEHIST holds one row per asset, site and local calendar day with the pages seen; IECOOKIE
+    // one row per cookie found. Sites are cut to kIeSiteLength characters before they are stored
+    // or compared. Enumerations append, except ieHistSearch and ieCookieSearch, which empty the
+    // list first.
+    static constexpr int kIeSiteLength = 1024;
+    // pageCount 0 counts one page: the row of the asset, site and local day of `date` gets one
+    // more page, or a row with 1 page is inserted (dated `date`). Returns that row's _ID.
+    // pageCount > 0 inserts a row with that total as it stands, naming a column "_DATA" that the
+    // table lacks: that statement fails, is reported, and gives 0. 0 on failure.
+    virtual ULong ieHistAdd(ULong asset, CTime date, const char* site, ULong pageCount) = 0;
+    // The number of IEHIST rows of the asset.
+    virtual ULong ieHistGetCount(ULong asset) = 0;
+    // Appends the asset's distinct row dates, oldest first. Returns the list's count.
+    virtual ULong ieHistEnumDates(ULong asset, CDynaList<CTime>& dates) = 0;
+    // Appends the rows of the asset dated on the local calendar day of `day` (a `day` of 0: the
+    // undated rows). Returns the list's count.
+    virtual ULong ieHistEnumSites(ULong asset, CTime day, CDynaList<ULong>& rows) = 0;
+    // Empties `rows`, then fills it with the rows of `asset` (0: of every asset) whose whole site
+    // matches `pattern`: "?" one character, "*" any run (also none), every other byte itself,
+    // case-sensitively. Returns the list's count.
+    virtual ULong ieHistSearch(const char* pattern, ULong asset, CDynaList<ULong>& rows) = 0;
+    virtual CTime ieHistGetDate(ULong row) = 0;
+    virtual CString ieHistGetSite(ULong row) = 0;
+    virtual ULong ieHistGetPageCount(ULong row) = 0;
+    // Deletes every IEHIST row of the asset. 1 when done, 0 on failure.
+    virtual int ieHistDeleteAll(ULong asset) = 0;
+    virtual int ieHistDelete(ULong row) = 0;
+    // Appends the IEHIST rows dated before `before` to histRows and the IECOOKIE rows dated
+    // before it to cookieRows; rows dated exactly `before` stay out. Returns both counts added up.
+    virtual ULong ieEnumPurge(CTime before, CDynaList<ULong>& histRows, CDynaList<ULong>& cookieRows) = 0;
+    // Inserts a cookie row (no test for a duplicate). Returns its _ID, 0 on failure.
+    virtual ULong ieCookieAdd(ULong asset, CTime date, const char* name) = 0;
+    virtual ULong ieCookieGetCount(ULong asset) = 0;
+    // Empties `rows`, then fills it with the asset's cookie rows. Returns the count.
+    virtual ULong ieCookieEnum(ULong asset, CDynaList<ULong>& rows) = 0;
+    // As ieHistSearch, over the cookie names.
+    virtual ULong ieCookieSearch(const char* pattern, ULong asset, CDynaList<ULong>& rows) = 0;
+    virtual CString ieCookieGetName(ULong row) = 0;
+    virtual CTime ieCookieGetDate(ULong row) = 0;
+    virtual int ieCookieDeleteAll(ULong asset) = 0;
+    virtual int ieCookieDelete(ULong row) = 0;
+
     // ---- Users ----
+    // Console users with their level, the location they are restricted to and their profile.
+    // With the site option kOptionPasswordHashing set to "1", userSetPassword stores a salted
+    // Argon2id hash (text beginning kPasswordHashPrefix) instead of the password itself.
+    static constexpr const char* kOptionPasswordHashing = "PasswordHashing";
+    static constexpr const char* kPasswordHashPrefix = "$argon2id$";
+    // Empties `users`, then fills it with the users of `level` (-1: every user). Returns the count.
+    virtual ULong EnumUsers(CDynaList<ULong>& users, int level) = 0;
+    // The first user whose log-on name is exactly `name`; 0 when none.
+    virtual ULong userFind(const char* name) = 0;
+    // 1 when `user` exists and `password` is its password: a stored hash must verify, a stored
+    // clear text must be equal byte for byte (letter case counts). 0 otherwise.
+    virtual int ValidatePassword(ULong user, const char* password) = 0;
+    virtual CString userGetName(ULong user) = 0;
+    // The stored password: the clear text, or the hash when one was stored.
+    virtual CString userGetPassword(ULong user) = 0;
+    virtual int userGetLevel(ULong user) = 0;
+    // The LOCDATA _ID the user is restricted to; 0 for none.
+    virtual ULong userGetLocation(ULong user) = 0;
+    virtual CString userGetProfile(ULong user) = 0;
+    virtual CString userGetFirstName(ULong user) = 0;
+    virtual CString userGetLastName(ULong user) = 0;
+    // Inserts a user (names are not checked for duplicates). Returns the new _ID, 0 on failure.
+    virtual ULong userAdd(const char* name, int level) = 0;
+    // The setters and userDelete return 1 when the statement ran (a missing user changes
+    // nothing), 0 on failure.
+    virtual int userDelete(ULong user) = 0;
+    virtual int userSetName(ULong user, const char* name) = 0;
+    virtual int userSetLevel(ULong user, int level) = 0;
+    virtual int userSetLocation(ULong user, ULong location) = 0;
+    virtual int userSetProfile(ULong user, const char* profile) = 0;
+    // Stores a hash or the clear text (see above). Refused (0, reported): a clear text that
+    // begins with kPasswordHashPrefix, which would read as a hash.
+    virtual int userSetPassword(ULong user, const char* password) = 0;
+    virtual int userSetFirstName(ULong user, const char* name) = 0;
+    virtual int userSetLastName(ULong user, const char* name) = 0;
     virtual void SetLogonUser(const char* name) { m_strLogonUser = name ? name : ""; }
+
+    // ---- Discovered assets ----
+    // Computers found on the network (DISCOVER): name, domain or workgroup, dotted address. An
+    // entry is "unaudited" while no asset bears its name.
+    // Empties `entries`, then fills it with every entry once (unauditedOnly: those without an
+    // asset of the same name). Returns the count.
+    virtual ULong daEnum(CDynaList<ULong>& entries, int unauditedOnly) = 0;
+    virtual CString daGetName(ULong entry) = 0;
+    virtual CString daGetDomain(ULong entry) = 0;
+    // 0.0.0.0 when the entry has no address.
+    virtual CIPAddress daGetIPAddress(ULong entry) = 0;
+    // The entry of `name` whose domain and address match, else a new entry; returns its _ID (0
+    // on failure). Domains match when equal (exactly) or when either is empty; addresses when
+    // equal or when either is 0.0.0.0. The unknown matches anything, so seeing a computer again
+    // with less information adds nothing.
+    virtual ULong daAdd(const char* name, const char* domain, CIPAddress ip) = 0;
+    // Deletes one entry; 0 deletes every entry. 1 when done, 0 on failure.
+    virtual int daDelete(ULong entry) = 0;
+    // The top-level location under which daMerge files computers by domain.
+    static constexpr const char* kDiscoveredLocation = "Discovered Assets";
+    // Makes an asset of every unaudited entry, placed in the first location whose address
+    // ranges hold its address (locFindByIP), else in the location named after its domain
+    // below the top-level location kDiscoveredLocation (directly in it for an empty domain);
+    // both are created when missing. The asset gets the entry's address and its creation
+    // record. Returns the number of assets made; a second run makes none. A failure is reported
+    // and ends the run, the assets made staying.
+    ULong daMerge();
+
+    // ---- Scheduling and notes ----
+    // Appends the assets due for audit at `now` (0: the current time), never-audited ones too;
+    // child assets and assets with a bit of kAssetUncounted are never due. The interval is the
+    // back end's (GetAuditInterval of CNorvikSql). Returns the list's count.
+    virtual ULong EnumScheduledAssets(CDynaList<ULong>& assets, CTime now) = 0;
+    // The kinds of a note, and the tables whose records notes are attached to.
+    enum NOTETYPE { noteComment = 0, noteWarning = 1, noteReminder = 2 };
+    enum TABLEIDX {
+        tableLocation = 1,
+        tableAsset = 2,
+        tableApplication = 3,
+        tableAppInstance = 4,
+        tableHardware = 5,
+        tableHistory = 6,
+        tableLicenceType = 7,
+        tableUser = 8,
+        tableDiscovered = 9,
+        tableCategory = 10,
+        tableMake = 11,
+        tableModel = 12
+    };
+    // The note of (type, table, record) gets `data` and `text`, or one is inserted. Returns its
+    // _ID, 0 on failure.
+    virtual ULong notesAdd(int type, int table, ULong record, int data, const char* text) = 0;
+    // 1 when the statement ran, 0 on failure.
+    virtual int notesDelete(ULong note) = 0;
+    // Appends the notes matching every given (non-null) criterion. With no criterion at all the
+    // statement is left without a condition, fails and is reported: give at least one. Returns
+    // the list's count.
+    virtual ULong enumNotes(const int* type, const int* table, const ULong* record, CDynaList<ULong>& notes) = 0;
+    // *data and *text (either may be null) of the note; returns `note`, or 0 for a missing note.
+    virtual ULong notesGetDetails(ULong note, int* data, CString* text) = 0;
 
     // ---- Not virtual ----
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

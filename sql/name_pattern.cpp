@@ -5,9 +5,7 @@ namespace {
 
 char Folded(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
-}  // namespace
-
-bool MatchNamePattern(const char* pattern, const char* name) {
+bool Match(const char* pattern, const char* name, bool foldCase) {
     const char* p = pattern ? pattern : "";
     const char* n = name ? name : "";
     // Where to resume after the last "*": the pattern just behind it and the name position it
@@ -19,7 +17,7 @@ bool MatchNamePattern(const char* pattern, const char* name) {
         if (*p == '*') {
             starPattern = ++p;
             starName = n;
-        } else if (*p && (*p == '?' || Folded(*p) == Folded(*n))) {
+        } else if (*p && (*p == '?' || *p == *n || (foldCase && Folded(*p) == Folded(*n)))) {
             ++p;
             ++n;
         } else if (starPattern) {
@@ -32,3 +30,9 @@ bool MatchNamePattern(const char* pattern, const char* name) {
     while (*p == '*') ++p;
     return *p == '\0';
 }
+
+}  // namespace
+
+bool MatchNamePattern(const char* pattern, const char* name) { return Match(pattern, name, true); }
+
+bool MatchTextPattern(const char* pattern, const char* text) { return Match(pattern, text, false); }

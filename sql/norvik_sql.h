@@ -133,6 +133,10 @@ public:
     ULong historyGetAsset(ULong hist) override;
     CTime historyGetLastDate(ULong asset) override;
 
+    // ---- Security switch ----
+    int IsSecurityEnabled() override;
+    int EnableSecurity(int enable) override;
+
     // ---- Events ----
     ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
     ULong AddEvent(const char* event, ULong hist) override;
@@ -162,11 +166,73 @@ public:
     ULong hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) override;
     ULong hwSetVal(ULong node, const char* value, int history, CTime when) override;
     int hwDelete(ULong asset) override;
+
+    // ---- Internet history and cookies ----
+    ULong ieHistAdd(ULong asset, CTime date, const char* site, ULong pageCount) override;
+    ULong ieHistGetCount(ULong asset) override;
+    ULong ieHistEnumDates(ULong asset, CDynaList<CTime>& dates) override;
+    ULong ieHistEnumSites(ULong asset, CTime day, CDynaList<ULong>& rows) override;
+    ULong ieHistSearch(const char* pattern, ULong asset, CDynaList<ULong>& rows) override;
+    CTime ieHistGetDate(ULong row) override;
+    CString ieHistGetSite(ULong row) override;
+    ULong ieHistGetPageCount(ULong row) override;
+    int ieHistDeleteAll(ULong asset) override;
+    int ieHistDelete(ULong row) override;
+    ULong ieEnumPurge(CTime before, CDynaList<ULong>& histRows, CDynaList<ULong>& cookieRows) override;
+    ULong ieCookieAdd(ULong asset, CTime date, const char* name) override;
+    ULong ieCookieGetCount(ULong asset) override;
+    ULong ieCookieEnum(ULong asset, CDynaList<ULong>& rows) override;
+    ULong ieCookieSearch(const char* pattern, ULong asset, CDynaList<ULong>& rows) override;
+    CString ieCookieGetName(ULong row) override;
+    CTime ieCookieGetDate(ULong row) override;
+    int ieCookieDeleteAll(ULong asset) override;
+    int ieCookieDelete(ULong row) override;
+
+    // ---- Users ----
+    ULong EnumUsers(CDynaList<ULong>& users, int level) override;
+    ULong userFind(const char* name) override;
+    int ValidatePassword(ULong user, const char* password) override;
+    CString userGetName(ULong user) override;
+    CString userGetPassword(ULong user) override;
+    int userGetLevel(ULong user) override;
+    ULong userGetLocation(ULong user) override;
+    CString userGetProfile(ULong user) override;
+    CString userGetFirstName(ULong user) override;
+    CString userGetLastName(ULong user) override;
+    ULong userAdd(const char* name, int level) override;
+    int userDelete(ULong user) override;
+    int userSetName(ULong user, const char* name) override;
+    int userSetLevel(ULong user, int level) override;
+    int userSetLocation(ULong user, ULong location) override;
+    int userSetProfile(ULong user, const char* profile) override;
+    int userSetPassword(ULong user, const char* password) override;
+    int userSetFirstName(ULong user, const char* name) override;
+    int userSetLastName(ULong user, const char* name) override;
+
+    // ---- Discovered assets ----
+    ULong daEnum(CDynaList<ULong>& entries, int unauditedOnly) override;
+    CString daGetName(ULong entry) override;
+    CString daGetDomain(ULong entry) override;
+    CIPAddress daGetIPAddress(ULong entry) override;
+    ULong daAdd(const char* name, const char* domain, CIPAddress ip) override;
+    int daDelete(ULong entry) override;
+
+    // ---- Scheduling and notes ----
+    ULong EnumScheduledAssets(CDynaList<ULong>& assets, CTime now) override;
+    ULong notesAdd(int type, int table, ULong record, int data, const char* text) override;
+    int notesDelete(ULong note) override;
+    ULong enumNotes(const int* type, const int* table, const ULong* record, CDynaList<ULong>& notes) override;
+    ULong notesGetDetails(ULong note, int* data, CString* text) override;
     // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
     // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
     // The text is read as a 32-bit integer first (leading blanks, an optional sign and the
     // leading digits, wrapping as unsigned). `value` is replaced by the result, which is returned.
     virtual CString hwValueAsString(ULong flags, CString& value);
+    // Days between two audits of an asset: the site option kOptionAuditInterval read as a
+    // whole number from 1 to 3650; kDefaultAuditInterval when it is unset or anything else.
+    static constexpr const char* kOptionAuditInterval = "AuditInterval";
+    static constexpr int kDefaultAuditInterval = 30;
+    virtual int GetAuditInterval();
 
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
@@ -245,6 +311,11 @@ private:
     ULong SelectNumberReported(const char* table, const char* column, ULong id);
     // Runs an update or delete; false after a failure, which is reported with the statement.
     bool ExecuteReported(const char* statement);
+    // The rows of `statement` (fields _ID and a text) whose text matches `pattern` as the
+    // internet searches match, into `rows`, emptied first. Returns the count.
+    ULong SearchIdsByPattern(const char* statement, const char* pattern, CDynaList<ULong>& rows);
+    // "update USERS set <column>=<quoted value> where _ID=%d", reported.
+    int SetUserText(ULong user, const char* column, const char* value);
     // The walks of locEnum and locDelete. `ancestors` holds the locations above the one walked,
     // so a cycle written into LOCDATA by hand ends the walk instead of recursing for ever.
     // Both throw CDBException, the failing statement left in `statement`.
