@@ -1,4 +1,4 @@
-// The wildcard rule of asset-name patterns, case by case.
+// The wildcard rules of asset-name patterns and of the internet searches, case by case.
 #include <gtest/gtest.h>
 
 #include "sql/name_pattern.h"
@@ -36,6 +36,23 @@ TEST(NamePattern, StarAndQuestionMarkAreTheOnlyWildcards) {
         EXPECT_EQ(MatchNamePattern(c.pattern, c.name), c.matches) << '"' << c.pattern << "\" on \"" << c.name << '"';
     EXPECT_TRUE(MatchNamePattern(nullptr, ""));
     EXPECT_TRUE(MatchNamePattern("*", nullptr));
+}
+
+TEST(NamePattern, TextPatternsKeepLetterCase) {
+    const struct {
+        const char* pattern;
+        const char* text;
+        bool matches;
+    } cases[] = {
+        {"*.example.com", "www.example.com", true},
+        {"*.example.com", "www.EXAMPLE.com", false},
+        {"WWW.*", "www.a", false},
+        {"www.?", "www.a", true},
+        {"*", "", true},
+        {"a*", "ba", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(MatchTextPattern(c.pattern, c.text), c.matches) << '"' << c.pattern << "\" on \"" << c.text << '"';
 }
 
 }  // namespace

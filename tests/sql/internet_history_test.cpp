@@ -1,0 +1,131 @@
+// Internet history and cookies on both engines: one row per asset, site and local day, the cut
+// at 1,024 characters, the failing known-total insert, searches and purge lists.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/engine_test.h"
+
+namespace {
+
+const CTime kMorning(2009, 3, 10, 9, 0, 0);
+const CTime kEvening(2009, 3, 10, 17, 0, 0);
+const CTime kNextDay(2009, 3, 11, 0, 30, 0);
+
+class InternetHistory : public EngineTest {
+protected:
+    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+};
+
+TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
+    const ULong first = db_->ieHistAdd(1, kMorning, "www.example.com", 0);
+    ASSERT_NE(first, 0u) << AllMessages();
+    EXPECT_EQ(db_->ieHistAdd(1, kEvening, "www.example.com", 0), first);
+    EXPECT_EQ(db_->ieHistGetPageCount(first), 2u);
+    EXPECT_EQ(db_->ieHistGetDate(first), kMorning);
+
+    const ULong nextDay = db_->ieHistAdd(1, kNextDay, "www.example.com", 0);
+    const ULong otherAsset = db_->ieHistAdd(2, kEvening, "www.example.com", 0);
+    const ULong otherSite = db_->ieHistAdd(1, kEvening, "www.example.org", 0);
+    EXPECT_NE(nextDay, first);
+    EXPECT_NE(otherAsset, first);
+    EXPECT_NE(otherSite, first);
+    EXPECT_EQ(db_->ieHistGetPageCount(nextDay), 1u);
+    EXPECT_EQ(db_->ieHistGetCount(1), 3u);
+
+    CDynaList<CTime> dates;
+    EXPECT_EQ(db_->ieHistEnumDates(1, dates), 3u);  // distinct stored dates, oldest first
+    EXPECT_EQ(dates[0], kMorning);
+    EXPECT_EQ(dates[2], kNextDay);
+    // Any time of the day names the day.
+    CDynaList<ULong> sites;
+    db_->ieHistEnumSites(1, CTime(2009, 3, 10, 23, 59, 59), sites);
+    EXPECT_EQ(Ids(sites), std::vector<ULong>({first, otherSite}));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(InternetHistory, SitesAreStoredAndComparedByTheirFirst1024Characters) {
+    const std::string site = "http://" + std::string(1493, 's');  // 1,500 characters
+    const ULong row = db_->ieHistAdd(1, kMorning, site.c_str(), 0);
+    ASSERT_NE(row, 0u) << AllMessages();
+    EXPECT_EQ(db_->ieHistGetSite(row).str(), site.substr(0, 1024));
+    const std::string otherTail = site.substr(0, 1024) + "different tail";
+    EXPECT_EQ(db_->ieHistAdd(1, kEvening, otherTail.c_str(), 0), row);
+    EXPECT_EQ(db_->ieHistGetPageCount(row), 2u);
+    // A quote at the cut is doubled after the cut, so the row stays within the column.
+    const std::string quoted = std::string(1023, 'q') + "'x";
+    const ULong quotedRow = db_->ieHistAdd(1, kMorning, quoted.c_str(), 0);
+    EXPECT_EQ(db_->ieHistGetSite(quotedRow).str(), quoted.substr(0, 1024));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(InternetHistory, AKnownPageTotalIsRefusedByTheDatabaseAndReported) {
+    EXPECT_EQ(db_->ieHistAdd(1, kMorning, "www.example.com", 7), 0u);
+    ASSERT_EQ(messages_.size(), 1u);
+    EXPECT_NE(AllMessages().find("ODBC Error code"), std::string::npos) << AllMessages();
+    EXPECT_EQ(db_->ieHistGetCount(1), 0u);
+}
+
+TEST_P(InternetHistory, SearchesEmptyTheListAndMatchWholeTextsCaseSensitively) {
+    const ULong a = db_->ieHistAdd(1, kMorning, "www.example.com", 0);
+    const ULong b = db_->ieHistAdd(2, kMorning, "mail.example.com", 0);
+    db_->ieHistAdd(2, kMorning, "www.EXAMPLE.com", 0);
+    db_->ieHistAdd(2, kMorning, "www.example.com.evil", 0);
+    CDynaList<ULong> rows;
+    rows.Add(999);
+    EXPECT_EQ(db_->ieHistSearch("*.example.com", 0, rows), 2u);
+    EXPECT_EQ(Ids(rows), std::vector<ULong>({a, b}));
+    EXPECT_EQ(db_->ieHistSearch("*.example.com", 2, rows), 1u);
+    EXPECT_EQ(Ids(rows), std::vector<ULong>({b}));
+    EXPECT_EQ(db_->ieHistSearch("www.exampl?.com", 0, rows), 1u);
+
+    const ULong cookie = db_->ieCookieAdd(1, kMorning, "user@Example'[1].txt");
+    db_->ieCookieAdd(2, kMorning, "user@other[1].txt");
+    rows.Add(999);
+    EXPECT_EQ(db_->ieCookieSearch("*@Example'*", 0, rows), 1u);
+    EXPECT_EQ(Ids(rows), std::vector<ULong>({cookie}));
+    EXPECT_EQ(db_->ieCookieSearch("*@example'*", 0, rows), 0u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
+    const CTime limit(2009, 3, 10, 0, 0, 0);
+    const ULong oldPage = db_->ieHistAdd(1, CTime(limit.GetTime() - 1), "old", 0);
+    db_->ieHistAdd(1, limit, "at-limit", 0);
+    const ULong oldCookie = db_->ieCookieAdd(1, CTime(limit.GetTime() - 1), "old");
+    db_->ieCookieAdd(1, limit, "at-limit");
+    CDynaList<ULong> pages, cookies;
+    EXPECT_EQ(db_->ieEnumPurge(limit, pages, cookies), 2u);
+    EXPECT_EQ(Ids(pages), std::vector<ULong>({oldPage}));
+    EXPECT_EQ(Ids(cookies), std::vector<ULong>({oldCookie}));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {
+    const ULong first = db_->ieCookieAdd(1, kMorning, "a\xE9");
+    const ULong twin = db_->ieCookieAdd(1, kMorning, "a\xE9");  // no duplicate test
+    const ULong other = db_->ieCookieAdd(2, kEvening, "b");
+    EXPECT_NE(first, twin);
+    EXPECT_EQ(db_->ieCookieGetCount(1), 2u);
+    EXPECT_EQ(db_->ieCookieGetName(first).str(), "a\xE9");
+    EXPECT_EQ(db_->ieCookieGetDate(other), kEvening);
+    CDynaList<ULong> rows;
+    rows.Add(999);
+    EXPECT_EQ(db_->ieCookieEnum(1, rows), 2u);
+    EXPECT_EQ(db_->ieCookieDelete(first), 1);
+    EXPECT_EQ(db_->ieCookieDeleteAll(1), 1);
+    EXPECT_EQ(db_->ieCookieGetCount(1), 0u);
+    EXPECT_EQ(db_->ieCookieGetCount(2), 1u);
+
+    const ULong page = db_->ieHistAdd(1, kMorning, "x", 0);
+    db_->ieHistAdd(2, kMorning, "x", 0);
+    EXPECT_EQ(db_->ieHistDelete(page), 1);
+    EXPECT_EQ(db_->ieHistDeleteAll(2), 1);
+    EXPECT_EQ(db_->ieHistGetCount(1) + db_->ieHistGetCount(2), 0u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+NORVIK_ON_BOTH_ENGINES(InternetHistory);
+
+}  // namespace
