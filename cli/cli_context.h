@@ -98,5 +98,11 @@ int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
+int RunWeb(Context& context);       // cmd_web.cpp
+int RunUser(Context& context);      // cmd_user.cpp
+int RunSecurity(Context& context);  // cmd_security.cpp
+int RunDiscover(Context& context);  // cmd_discover.cpp
+int RunNote(Context& context);      // cmd_note.cpp
+int RunSchedule(Context& context);  // cmd_schedule.cpp
 
 }  // namespace cli

@@ -36,25 +36,6 @@ int Usage(const char* help, const std::string& problem) {
     return kExitUsage;
 }
 
-// Local midnight of a day written YYYY-MM-DD or YYYYMMDD; false for anything else, including
-// days that do not exist.
-bool ParseDay(const std::string& text, CTime* day) {
-    std::string digits = text;
-    if (text.size() == 10 && text[4] == '-' && text[7] == '-')
-        digits = text.substr(0, 4) + text.substr(5, 2) + text.substr(8, 2);
-    if (digits.size() != 8 || digits.find_first_not_of("0123456789") != std::string::npos) return false;
-    const int year = std::atoi(digits.substr(0, 4).c_str());
-    const int month = std::atoi(digits.substr(4, 2).c_str());
-    const int date = std::atoi(digits.substr(6, 2).c_str());
-    if (year < 1970 || month < 1 || month > 12 || date < 1 || date > 31) return false;
-    const CTime midnight(year, month, date, 0, 0, 0);
-    // 31 February comes back as a day of March.
-    const DateTimeParts back = midnight.GetLocal();
-    if (back.year != year || back.month != month || back.day != date) return false;
-    *day = midnight;
-    return true;
-}
-
 struct Change {
     ULong id = 0;
     CTime date;

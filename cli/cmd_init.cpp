@@ -14,7 +14,8 @@ const char kHelp[] =
     "Creates the tables, seed rows and procedures of a new audit database.\n"
     "With --db (default audit.db) the SQLite file must not exist yet; with --dsn the\n"
     "database must exist and be empty (on PostgreSQL, create it with encoding SQL_ASCII).\n"
-    "V is 7.14 (the current schema) or an older 7.12, 7.10 or 7.08, for upgrade tests.\n";
+    "V is 7.14 (the current schema) or an older 7.12, 7.10 or 7.08, for upgrade tests.\n"
+    "The new database keeps only salted hashes of user passwords (option PasswordHashing 1).\n";
 
 }  // namespace
 
@@ -48,6 +49,9 @@ int RunInit(Context& context) {
     try {
         db.OpenEx(context.ConnectionString().c_str(), CDatabase::noOdbcDialog);
         InstallSchema(db, version.c_str());
+        // New sites keep only salted hashes of their users' passwords.
+        db.ExecuteSQL(
+            CString::Formatted("insert into OPTIONS (_KEY,_VAL) values ('%s','1')", CNorvik::kOptionPasswordHashing));
     } catch (const CException& e) {
         PrintError("cannot create the audit database in " + context.DatabaseName() + ": " + e.GetErrorMessage().str());
         db.Close();

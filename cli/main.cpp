@@ -39,6 +39,13 @@ const char kUsage[] =
     "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
     "                              files, name the applications of a list or a folder of files\n"
     "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
+    "  web ASSET [--date DAY] | web search|cookies|purge ...\n"
+    "                              internet history and cookies of assets\n"
+    "  user list|add|delete|set|password|check ...   console users and their passwords\n"
+    "  security on|off|status      the site-wide console log-on switch\n"
+    "  discover list|add|delete|merge ...   computers found on the network\n"
+    "  note add|list|show|delete ...   notes attached to records\n"
+    "  schedule                    the assets due for audit\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -58,6 +65,12 @@ const Verb kVerbs[] = {
     {"kb", cli::RunKb},
     {"hw", cli::RunHw},
     {"upgrade", cli::RunUpgrade},
+    {"web", cli::RunWeb},
+    {"user", cli::RunUser},
+    {"security", cli::RunSecurity},
+    {"discover", cli::RunDiscover},
+    {"note", cli::RunNote},
+    {"schedule", cli::RunSchedule},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

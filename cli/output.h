@@ -11,6 +11,9 @@ namespace cli {
 
 // "YYYY-MM-DD hh:mm:ss" of a local time, the same whatever the locale; "" for a time never set.
 std::string IsoDateTime(CTime time);
+// Local midnight of a day written YYYY-MM-DD or YYYYMMDD; false for anything else, including
+// days that do not exist.
+bool ParseDay(const std::string& text, CTime* day);
 
 // A text quoted for JSON; bytes above 0x7F are written as \u00XX (Latin-1), so any 8-bit
 // text gives valid JSON.

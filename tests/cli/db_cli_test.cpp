@@ -229,6 +229,83 @@ TEST_P(DbTool, Upgrade) {
               "Administrator\n");
 }
 
+TEST_P(DbTool, UsersPasswordsFromStandardInputAndTheSecuritySwitch) {
+    Db().SetOption(CNorvik::kOptionPasswordHashing, "1");
+    EXPECT_EQ(Ok({"user", "add", "anna", "--level", "-1"}), "1\n");
+    ExpectRefused(Run({"user", "add", "anna"}), 1, "a user named 'anna' already exists");
+    ExpectRefused(Run({"user", "add", "bob", "--level", "99999999999"}), 2, "whole number");
+    const ToolResult set = RunToolWithInput(
+        dir_.path, {"--dsn", scratch_->ConnectionString(), "user", "password", "anna"}, "S3cret 'x'\n");
+    EXPECT_EQ(set.exitCode, 0) << set.err;
+    EXPECT_EQ(Db().userGetPassword(1).str().rfind("$argon2id$", 0), 0u);
+    const auto check = [this](const std::string& password) {
+        return RunToolWithInput(dir_.path, {"--dsn", scratch_->ConnectionString(), "user", "check", "anna"},
+                                password + "\n");
+    };
+    EXPECT_EQ(check("S3cret 'x'").exitCode, 0);
+    ExpectRefused(check("s3cret 'x'"), 1, "wrong password");
+    EXPECT_EQ(Ok({"user", "set", "anna", "--profile", "admin", "--first", "Anna"}), "");
+    EXPECT_EQ(Ok({"--json", "user", "list", "--level", "-1"}),
+              "[{\"id\": 1, \"name\": \"anna\", \"level\": -1, \"location\": 0, \"locationName\": \"\", "
+              "\"profile\": \"admin\", \"firstName\": \"Anna\", \"lastName\": \"\"}]\n");
+    EXPECT_EQ(Ok({"security", "status"}), "off\n");
+    EXPECT_EQ(Ok({"security", "on"}), "");
+    EXPECT_EQ(Ok({"security", "status"}), "on\n");
+    EXPECT_EQ(Ok({"user", "delete", "anna"}), "");
+    ExpectRefused(Run({"user", "check", "anna"}), 1, "no user named 'anna'");
+}
+
+TEST_P(DbTool, DiscoveredComputersMergeIntoTheScheduleOfAssetsDue) {
+    EXPECT_EQ(Ok({"discover", "add", "PC1", "--domain", "WORK", "--ip", "10.0.0.5"}), "1\n");
+    EXPECT_EQ(Ok({"discover", "add", "PC1", "--ip", "10.0.0.5"}), "1\n");
+    ExpectRefused(Run({"discover", "add", "PC2", "--ip", "10.0.0"}), 2, "not a dotted IPv4 address");
+    EXPECT_EQ(Ok({"--json", "discover", "list", "--unaudited"}),
+              "[{\"id\": 1, \"name\": \"PC1\", \"domain\": \"WORK\", \"address\": \"10.0.0.5\"}]\n");
+    EXPECT_EQ(Ok({"discover", "merge"}), "Merged 1 computer into the inventory\n");
+    EXPECT_EQ(Ok({"discover", "merge"}), "Merged 0 computers into the inventory\n");
+    EXPECT_EQ(Ok({"discover", "list", "--unaudited"}), "Id  Name  Domain  Address\n");
+    EXPECT_EQ(Ok({"--json", "schedule"}),
+              "{\"intervalDays\": 30, \"due\": [{\"id\": 1, \"name\": \"PC1\", \"location\": "
+              "\"Discovered Assets;WORK\", \"lastAudit\": \"\"}]}\n");
+    Db().SetLastAuditDate(1, CTime::GetCurrentTime());
+    EXPECT_EQ(Ok({"--json", "schedule"}), "{\"intervalDays\": 30, \"due\": []}\n");
+    ExpectRefused(Run({"discover", "delete", "7"}), 1, "no discovered computer with id 7");
+    EXPECT_EQ(Ok({"discover", "delete", "all"}), "");
+    EXPECT_EQ(Ok({"discover", "list"}), "Id  Name  Domain  Address\n");
+}
+
+TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
+    EXPECT_EQ(Ok({"note", "add", "Asset", "4", "it's 100%", "--data", "-3"}), "1\n");
+    EXPECT_EQ(Ok({"note", "add", "asset", "4", "again", "--type", "warning"}), "2\n");
+    ExpectRefused(Run({"note", "add", "desk", "4", "x"}), 2, "unknown table desk");
+    EXPECT_EQ(Ok({"note", "list", "--table", "asset", "--record", "4"}),
+              "Id  Type     Table  Record  Data  Text\n"
+              " 1  comment  asset       4    -3  it's 100%\n"
+              " 2  warning  asset       4     0  again\n");
+    EXPECT_EQ(Ok({"note", "delete", "1"}), "");
+    EXPECT_EQ(Ok({"--json", "note", "list"}),
+              "[{\"id\": 2, \"type\": \"warning\", \"table\": \"asset\", \"record\": 4, \"data\": 0, "
+              "\"text\": \"again\"}]\n");
+    ExpectRefused(Run({"note", "show", "1"}), 1, "no note with id 1");
+
+    const ULong pc = Db().AddAsset("PC", 0, 0, 0, CTime());
+    Db().ieHistAdd(pc, CTime(2009, 3, 10, 9, 0, 0), "www.example.com", 0);
+    Db().ieHistAdd(pc, CTime(2009, 3, 10, 17, 0, 0), "www.example.com", 0);
+    Db().ieHistAdd(pc, CTime(2009, 3, 11, 8, 0, 0), "mail.example.com", 0);
+    Db().ieCookieAdd(pc, CTime(2009, 3, 9, 8, 0, 0), "anna@example");
+    EXPECT_EQ(Ok({"web", "PC"}),
+              "Day         Pages  Site\n"
+              "2009-03-10      2  www.example.com\n"
+              "2009-03-11      1  mail.example.com\n");
+    EXPECT_EQ(Ok({"--json", "web", "PC", "--date", "2009-03-11"}),
+              "[{\"id\": 2, \"asset\": 1, \"date\": \"2009-03-11\", \"site\": \"mail.example.com\", "
+              "\"pages\": 1}]\n");
+    EXPECT_EQ(LineCount(Ok({"web", "search", "www.*"})), 2);
+    EXPECT_EQ(Ok({"web", "purge", "--before", "2009-03-11"}),
+              "Purged 1 history rows and 1 cookies dated before 2009-03-11\n");
+    EXPECT_EQ(LineCount(Ok({"web", "PC"})), 2);
+}
+
 INSTANTIATE_TEST_SUITE_P(, DbTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
                          [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
 

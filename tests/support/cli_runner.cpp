@@ -19,14 +19,26 @@ std::string Quoted(const std::string& word) {
     return out + "'";
 }
 
+ToolResult RunToolFrom(const std::filesystem::path& dir, const std::vector<std::string>& args,
+                       const std::string& input) {
+    std::string command = Quoted(NORVIK_CLI_PATH);
+    for (const auto& a : args) command += " " + Quoted(a);
+    command += " >" + Quoted((dir / "out").string()) + " 2>" + Quoted((dir / "err").string()) + " <" + Quoted(input);
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(dir / "out"), Slurp(dir / "err")};
+}
+
 }  // namespace
 
 ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::string>& args) {
-    std::string command = Quoted(NORVIK_CLI_PATH);
-    for (const auto& a : args) command += " " + Quoted(a);
-    command += " >" + Quoted((dir / "out").string()) + " 2>" + Quoted((dir / "err").string()) + " </dev/null";
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(dir / "out"), Slurp(dir / "err")};
+    return RunToolFrom(dir, args, "/dev/null");
+}
+
+ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,
+                            const std::string& input) {
+    const std::filesystem::path in = dir / "in";
+    std::ofstream(in, std::ios::binary) << input;
+    return RunToolFrom(dir, args, in.string());
 }
 
 int LineCount(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }

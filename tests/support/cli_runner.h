@@ -14,6 +14,9 @@ struct ToolResult {
 
 // Runs the tool with `args` (each passed as one word); its output goes through files in `dir`.
 ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::string>& args);
+// As RunTool, with `input` on the tool's standard input (still no terminal).
+ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,
+                            const std::string& input);
 
 // The number of line ends in `text`.
 int LineCount(const std::string& text);

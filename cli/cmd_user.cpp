@@ -1,0 +1,195 @@
+// norvik user: the console users, their levels, places and profiles, and their passwords,
+// which are read from the terminal (without echo) or from standard input, never from the
+// command line.
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include "cli/cli_context.h"
+#include "cli/resolve_location.h"
+#include "cli/words.h"
+
+namespace cli {
+
+namespace {
+
+const char kHelp[] =
+    "usage: norvik user list [--level N] [--json]\n"
+    "       norvik user add NAME [--level N]\n"
+    "       norvik user delete NAME\n"
+    "       norvik user set NAME [--level N] [--location L] [--profile P] [--first F] [--last L]\n"
+    "       norvik user password NAME\n"
+    "       norvik user check NAME\n"
+    "The users who may log on to the console once security is on (norvik security).\n"
+    "  list      every user, or those of level N\n"
+    "  add       a new user (default level 0); prints the new id\n"
+    "  set       changes what is given; --location takes a location id or path (0: none)\n"
+    "  password  asks for the new password twice on the terminal, or reads one line from\n"
+    "            standard input when that is not a terminal. With the site option\n"
+    "            PasswordHashing set to 1 (norvik init sets it) only a salted hash is stored.\n"
+    "  check     reads a password the same way; exit code 0 when it is the user's, 1 if not\n";
+
+bool ParseLevel(const std::string& text, int* level) {
+    if (text.empty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (*end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return false;
+    *level = static_cast<int>(value);
+    return true;
+}
+
+// One line from the terminal with echo off (prompted on stderr), or from standard input.
+// False at the end of the input.
+bool ReadSecret(const char* prompt, std::string* secret) {
+    const bool terminal = isatty(STDIN_FILENO) != 0;
+    termios saved{};
+    if (terminal) {
+        std::cerr << prompt << std::flush;
+        tcgetattr(STDIN_FILENO, &saved);
+        termios quiet = saved;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    }
+    const bool read = static_cast<bool>(std::getline(std::cin, *secret));
+    if (terminal) {
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        std::cerr << '\n';
+    }
+    if (!secret->empty() && secret->back() == '\r') secret->pop_back();
+    return read;
+}
+
+ULong FindUser(CNorvikSql& db, const std::string& name) {
+    const ULong user = db.userFind(name.c_str());
+    if (user == 0) PrintError("no user named '" + name + "'");
+    return user;
+}
+
+int List(Context& context, CNorvikSql& db, const Words& words) {
+    int level = -1;
+    if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+        return UsageError("the level must be a whole number: " + words.Value("--level"));
+    const MessageWatch watch(db, context.options);
+    CDynaList<ULong> users;
+    db.EnumUsers(users, level);
+    TextTable table({"Id", "Name", "Level", "Location", "Profile", "First name", "Last name"});
+    if (context.options.json) std::cout << "[";
+    const char* separator = "";
+    for (const ULong id : users) {
+        const ULong location = db.userGetLocation(id);
+        const std::string place = location ? db.locGetFullName(location, ';').str() : "";
+        const std::string name = db.userGetName(id).str(), profile = db.userGetProfile(id).str();
+        const std::string first = db.userGetFirstName(id).str(), last = db.userGetLastName(id).str();
+        const int userLevel = db.userGetLevel(id);
+        if (context.options.json) {
+            std::cout << separator << "{\"id\": " << id << ", \"name\": " << JsonText(name)
+                      << ", \"level\": " << userLevel << ", \"location\": " << location
+                      << ", \"locationName\": " << JsonText(place) << ", \"profile\": " << JsonText(profile)
+                      << ", \"firstName\": " << JsonText(first) << ", \"lastName\": " << JsonText(last) << "}";
+            separator = ", ";
+        } else {
+            table.AddRow({std::to_string(id), name, std::to_string(userLevel), place, profile, first, last});
+        }
+    }
+    if (watch.Shown()) return kExitFailed;
+    if (context.options.json) {
+        std::cout << "]\n";
+    } else {
+        table.Print(std::cout, {0, 2});
+    }
+    return kExitOk;
+}
+
+int Set(Context& context, CNorvikSql& db, const Words& words, ULong user) {
+    int level = 0;
+    if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+        return UsageError("the level must be a whole number: " + words.Value("--level"));
+    ULong location = 0;
+    if (words.Has("--location") && words.Value("--location") != "0") {
+        const Resolved place = ResolveLocation(db, words.Value("--location"));
+        if (!place.ok()) return Fail(place);
+        location = place.id;
+    }
+    const MessageWatch watch(db, context.options);
+    bool done = true;
+    if (words.Has("--level")) done = db.userSetLevel(user, level) && done;
+    if (words.Has("--location")) done = db.userSetLocation(user, location) && done;
+    if (words.Has("--profile")) done = db.userSetProfile(user, words.Value("--profile").c_str()) && done;
+    if (words.Has("--first")) done = db.userSetFirstName(user, words.Value("--first").c_str()) && done;
+    if (words.Has("--last")) done = db.userSetLastName(user, words.Value("--last").c_str()) && done;
+    return done && !watch.Shown() ? kExitOk : kExitFailed;
+}
+
+int Password(Context& context, CNorvikSql& db, ULong user) {
+    std::string password, again;
+    if (!ReadSecret("New password: ", &password)) return Fail("no password was given");
+    if (isatty(STDIN_FILENO)) {
+        if (!ReadSecret("Again: ", &again)) return Fail("no password was given");
+        if (again != password) return Fail("the two passwords differ; nothing was changed");
+    }
+    const MessageWatch watch(db, context.options);
+    return db.userSetPassword(user, password.c_str()) && !watch.Shown() ? kExitOk : kExitFailed;
+}
+
+int Check(Context& context, CNorvikSql& db, ULong user) {
+    std::string password;
+    if (!ReadSecret("Password: ", &password)) return Fail("no password was given");
+    const MessageWatch watch(db, context.options);
+    if (db.ValidatePassword(user, password.c_str())) return kExitOk;
+    if (!watch.Shown()) PrintError("wrong password");
+    return kExitFailed;
+}
+
+}  // namespace
+
+int RunUser(Context& context) {
+    const auto& args = context.args;
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
+    const std::string sub = args.empty() ? "" : args[0];
+    Words words;
+    bool ok = true;
+    if (sub == "list") {
+        ok = SplitSubCommandWords(args, {{}, {"--level"}, 0, 0}, "user list [--level N] [--json]", &words);
+    } else if (sub == "add") {
+        ok = SplitSubCommandWords(args, {{}, {"--level"}, 1, 1}, "user add NAME [--level N]", &words);
+    } else if (sub == "set") {
+        ok = SplitSubCommandWords(args, {{}, {"--level", "--location", "--profile", "--first", "--last"}, 1, 1},
+                                  "user set NAME [--level N] [--location L] [--profile P] [--first F] [--last L]",
+                                  &words);
+    } else if (sub == "delete" || sub == "password" || sub == "check") {
+        ok = SplitSubCommandWords(args, {{}, {}, 1, 1}, "user " + sub + " NAME", &words);
+    } else {
+        return UsageError((sub.empty() ? std::string("user needs a command") : "unknown user command " + sub) +
+                          " (see norvik user --help)");
+    }
+    if (!ok) return kExitUsage;
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    if (sub == "list") return List(context, *db, words);
+    const std::string& name = words.positional[0];
+    if (sub == "add") {
+        int level = 0;
+        if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+            return UsageError("the level must be a whole number: " + words.Value("--level"));
+        if (name.empty()) return UsageError("a user name may not be empty");
+        if (db->userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");
+        const ULong user = db->userAdd(name.c_str(), level);
+        if (user == 0) return kExitFailed;
+        std::cout << user << '\n';
+        return kExitOk;
+    }
+    const ULong user = FindUser(*db, name);
+    if (user == 0) return kExitFailed;
+    if (sub == "delete") return db->userDelete(user) ? kExitOk : kExitFailed;
+    if (sub == "set") return Set(context, *db, words, user);
+    if (sub == "password") return Password(context, *db, user);
+    return Check(context, *db, user);
+}
+
+}  // namespace cli
