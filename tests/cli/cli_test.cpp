@@ -138,7 +138,8 @@ TEST_F(Tool, InitAndInfo) {
     EXPECT_NE(info.out.find("VERSION       1"), std::string::npos) << info.out;
     const ToolResult json = Run({"--db", sqlite, "info", "--json"});
     EXPECT_NE(json.out.find("\"schema\": \"7.14\""), std::string::npos) << json.out;
-    EXPECT_NE(json.out.find("\"OPTIONS\": 0"), std::string::npos) << json.out;
+    // The one option a new database starts with: PasswordHashing.
+    EXPECT_NE(json.out.find("\"OPTIONS\": 1"), std::string::npos) << json.out;
     const ToolResult badDsn = Run({"--dsn", "Driver={No Such Driver};Database=x", "info"});
     ExpectRefused(badDsn, 1);
     EXPECT_EQ(badDsn.err.rfind("norvik: ODBC Error code -1 Error : ", 0), 0u) << badDsn.err;
