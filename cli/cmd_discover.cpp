@@ -1,5 +1,4 @@
 // norvik discover: the computers found on the network, and their merge into the inventory.
-#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -24,24 +23,6 @@ const char kHelp[] =
     "  merge   makes an asset of every unaudited entry, in the location whose address ranges\n"
     "          hold its address, else in \"Discovered Assets;DOMAIN\" (made when missing), and\n"
     "          prints how many were made\n";
-
-// A dotted IPv4 address of four numbers from 0 to 255.
-bool ParseAddress(const std::string& text, CIPAddress* ip) {
-    int parts = 0;
-    std::size_t at = 0;
-    while (parts < 4) {
-        const std::size_t end = text.find('.', at);
-        const std::string part = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
-        if (part.empty() || part.size() > 3 || part.find_first_not_of("0123456789") != std::string::npos) return false;
-        if (std::atoi(part.c_str()) > 255) return false;
-        ++parts;
-        if (end == std::string::npos) break;
-        at = end + 1;
-    }
-    if (parts != 4 || text.find('.', at) != std::string::npos) return false;
-    *ip = CIPAddress(CString(text.c_str()));
-    return true;
-}
 
 int List(Context& context, CNorvikSql& db, bool unaudited) {
     const MessageWatch watch(db, context.options);
@@ -100,11 +81,8 @@ int RunDiscover(Context& context) {
     }
     ULong entry = 0;
     if (sub == "delete" && words.positional[0] != "all") {
-        const std::string& id = words.positional[0];
-        if (id.empty() || id.size() > 10 || id.find_first_not_of("0123456789") != std::string::npos ||
-            std::strtoull(id.c_str(), nullptr, 10) == 0 || std::strtoull(id.c_str(), nullptr, 10) > 0xFFFFFFFFull)
-            return UsageError("an entry is named by its id or by the word all: " + id);
-        entry = static_cast<ULong>(std::strtoull(id.c_str(), nullptr, 10));
+        if (!ParseId(words.positional[0], &entry))
+            return UsageError("an entry is named by its id or by the word all: " + words.positional[0]);
     }
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;

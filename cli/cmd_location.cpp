@@ -35,25 +35,6 @@ const char kLocationHelp[] =
     "           (\"10.0.0.1;10.0.1.1\" \"10.0.0.9;10.0.1.9\"); two empty words clear them\n"
     "  export   writes the tree and its assets to FILE as comma-separated text\n";
 
-// Strict dotted IPv4 text: four decimal parts of one to three digits, each at most 255.
-bool ParseAddress(const std::string& text, CIPAddress* address) {
-    ULong number = 0;
-    std::size_t at = 0;
-    for (int part = 0; part < 4; ++part) {
-        std::size_t end = at;
-        while (end < text.size() && end - at < 4 && text[end] >= '0' && text[end] <= '9') ++end;
-        if (end == at || end - at > 3) return false;
-        const ULong value = static_cast<ULong>(std::stoul(text.substr(at, end - at)));
-        if (value > 255) return false;
-        number = (number << 8) | value;
-        const bool last = part == 3;
-        if (last ? end != text.size() : (end >= text.size() || text[end] != '.')) return false;
-        at = end + 1;
-    }
-    *address = CIPAddress(number);
-    return true;
-}
-
 // The entries of a ";"-joined list; none for an empty text.
 std::vector<std::string> SplitAtSemicolons(const std::string& text) {
     std::vector<std::string> entries;

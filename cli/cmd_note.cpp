@@ -1,8 +1,5 @@
 // norvik note: free-text notes attached to records of the Audit Database.
 #include <strings.h>
-#include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -62,24 +59,6 @@ std::string NameOf(const Name (&names)[N], int value) {
     for (const Name& name : names)
         if (name.value == value) return name.word;
     return std::to_string(value);
-}
-
-bool ParseId(const std::string& text, ULong* id) {
-    if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos) return false;
-    const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
-    if (value == 0 || value > 0xFFFFFFFFull) return false;
-    *id = static_cast<ULong>(value);
-    return true;
-}
-
-bool ParseInt(const std::string& text, int* number) {
-    if (text.empty()) return false;
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return false;
-    *number = static_cast<int>(value);
-    return true;
 }
 
 struct Note {

@@ -4,9 +4,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -33,16 +30,6 @@ const char kHelp[] =
     "            standard input when that is not a terminal. With the site option\n"
     "            PasswordHashing set to 1 (norvik init sets it) only a salted hash is stored.\n"
     "  check     reads a password the same way; exit code 0 when it is the user's, 1 if not\n";
-
-bool ParseLevel(const std::string& text, int* level) {
-    if (text.empty()) return false;
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return false;
-    *level = static_cast<int>(value);
-    return true;
-}
 
 // One line from the terminal with echo off (prompted on stderr), or from standard input.
 // False at the end of the input.
@@ -73,7 +60,7 @@ ULong FindUser(CNorvikSql& db, const std::string& name) {
 
 int List(Context& context, CNorvikSql& db, const Words& words) {
     int level = -1;
-    if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+    if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
         return UsageError("the level must be a whole number: " + words.Value("--level"));
     const MessageWatch watch(db, context.options);
     CDynaList<ULong> users;
@@ -108,7 +95,7 @@ int List(Context& context, CNorvikSql& db, const Words& words) {
 
 int Set(Context& context, CNorvikSql& db, const Words& words, ULong user) {
     int level = 0;
-    if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+    if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
         return UsageError("the level must be a whole number: " + words.Value("--level"));
     ULong location = 0;
     if (words.Has("--location") && words.Value("--location") != "0") {
@@ -175,7 +162,7 @@ int RunUser(Context& context) {
     const std::string& name = words.positional[0];
     if (sub == "add") {
         int level = 0;
-        if (words.Has("--level") && !ParseLevel(words.Value("--level"), &level))
+        if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
             return UsageError("the level must be a whole number: " + words.Value("--level"));
         if (name.empty()) return UsageError("a user name may not be empty");
         if (db->userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");

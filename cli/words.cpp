@@ -1,6 +1,9 @@
 #include "cli/words.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 
 #include "cli/cli_context.h"
 
@@ -53,6 +56,42 @@ bool SplitSubCommandWords(const std::vector<std::string>& args, const WordRules&
     if (problem.empty()) return true;
     PrintError(problem + "; usage: norvik " + usage);
     return false;
+}
+
+bool ParseAddress(const std::string& text, CIPAddress* address) {
+    ULong number = 0;
+    std::size_t at = 0;
+    for (int part = 0; part < 4; ++part) {
+        std::size_t end = at;
+        while (end < text.size() && end - at < 4 && text[end] >= '0' && text[end] <= '9') ++end;
+        if (end == at || end - at > 3) return false;
+        const ULong value = static_cast<ULong>(std::stoul(text.substr(at, end - at)));
+        if (value > 255) return false;
+        number = (number << 8) | value;
+        const bool last = part == 3;
+        if (last ? end != text.size() : (end >= text.size() || text[end] != '.')) return false;
+        at = end + 1;
+    }
+    *address = CIPAddress(number);
+    return true;
+}
+
+bool ParseInt(const std::string& text, int* number) {
+    if (text.empty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (*end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return false;
+    *number = static_cast<int>(value);
+    return true;
+}
+
+bool ParseId(const std::string& text, ULong* id) {
+    if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+    const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
+    if (value == 0 || value > 0xFFFFFFFFull) return false;
+    *id = static_cast<ULong>(value);
+    return true;
 }
 
 }  // namespace cli

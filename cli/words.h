@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "common/ipaddress.h"
+
 namespace cli {
 
 // What a sub-command accepts.
@@ -35,5 +37,12 @@ std::string SplitWords(const std::vector<std::string>& words, const WordRules& r
 // sub-command's synopsis ("...; usage: norvik <usage>") and gives false.
 bool SplitSubCommandWords(const std::vector<std::string>& args, const WordRules& rules, const std::string& usage,
                           Words* out);
+
+// Strict dotted IPv4 text: four decimal parts of one to three digits, each at most 255.
+bool ParseAddress(const std::string& text, CIPAddress* address);
+// A whole decimal number (optional sign) that fits an int.
+bool ParseInt(const std::string& text, int* number);
+// A record id: decimal digits for 1 to 4294967295.
+bool ParseId(const std::string& text, ULong* id);
 
 }  // namespace cli
