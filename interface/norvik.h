@@ -412,6 +412,14 @@ public:
     virtual ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) = 0;
     // Deletes all the asset's instances, then its folder and file links. 1; 0 on failure.
     virtual int DeleteSw(ULong asset) = 0;
+    // Runs recognition again over the asset's stored files (its SWLINK file links with their
+    // SWFILE rows and link dates) against the open Knowledge Base: key files first, then the
+    // other files of applications whose key file was found. Each recognised file that is not
+    // assigned yet is assigned to the catalogue row of its application (newMergeKBApps), and
+    // every asset linking that file gets its instance created or its file count raised
+    // (applicationAddInstance with flags 2), all in one transaction. Files already assigned
+    // stay as they are. Returns the number of files assigned; 0 also on failure (reported).
+    virtual ULong ReRecognise(ULong asset) = 0;
 
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,

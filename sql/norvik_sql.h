@@ -146,6 +146,7 @@ public:
     ULong applicationGetAlias(ULong app) override;
     ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) override;
     int DeleteSw(ULong asset) override;
+    ULong ReRecognise(ULong asset) override;
 
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;

@@ -92,7 +92,9 @@ std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* 
     return 0;
 }
 
-// usp_AddApp(mfr, app, flags, OUT id): the steps of postgresql/usp_addapp.sql.
+// usp_AddApp(mfr, app, flags, OUT id): the steps of postgresql/usp_addapp.sql. Like
+// usp_AddAppInst it writes with one statement at most, so it needs no transaction of its own:
+// the two statements a transaction would add cost more than the lookup itself.
 std::int32_t AddApp(CDatabase& db, const Arguments& args, std::int32_t* out) {
     long flags = 0;
     if (args.size() != 3 || !IntegerArgument(args[2], &flags))
@@ -146,8 +148,8 @@ const Entry kProcedures[] = {
     {"usp_Insert", Insert, false},
     {"usp_Clean", Clean, true},
     {"usp_PurgeAssetHist", PurgeAssetHist, true},
-    {"usp_AddApp", AddApp, true},
-    {"usp_AddAppInst", AddAppInst, true},
+    {"usp_AddApp", AddApp, false},
+    {"usp_AddAppInst", AddAppInst, false},
 };
 // clang-format on
 

@@ -230,6 +230,49 @@ TEST_P(Applications, MergeKbAppsConvertsReferencesFrom65535On) {
     EXPECT_EQ(AllMessages(), "");
 }
 
+TEST_P(Applications, ReRecogniseAssignsUnassignedFilesAndCountsThemIntoInstances) {
+    kbtest::ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    // SWAPP 3 "7.2" lies below "Scribe" below "Quillsoft": its files make "Quillsoft Scribe".
+    kbtest::WriteCurrentFile(path, kbtest::SysFileTable({{"scribe.exe", "3", "0", "0", "0", "0", "2"},
+                                                         {"scribe.dll", "3", "0", "0", "0", "0", "0"},
+                                                         {"lonely.dll", "2", "0", "0", "0", "0", "0"}}));
+    ASSERT_EQ(kb_.Open(path.c_str()), 1);
+    const ULong pc = Asset("PC1");
+    const ULong pc2 = Asset("PC2");
+    const ULong mine = db_->applicationAdd("Site", "Own", 1);
+    auto file = [&](const char* name, ULong app) {
+        return db_->InsertRecord("SWFILE", "_NAME,_SIZE,_CRC,_APPID",
+                                 CString::Formatted("'%s',10,0,%d", name, int(app)));
+    };
+    auto link = [&](ULong asset, ULong f) {
+        db_->InsertRecord("SWLINK", "_ASSET,_FOLDER,_FILE,_FDATE", CString::Formatted("%d,1,%d,0", int(asset), int(f)));
+    };
+    const ULong exe = file("scribe.exe", 0);
+    const ULong dll = file("scribe.dll", 0);
+    const ULong lonely = file("lonely.dll", 0);
+    const ULong kept = file("scribe.exe", mine);  // assigned by hand: stays
+    link(pc, exe);
+    link(pc, dll);
+    link(pc, lonely);
+    link(pc, kept);
+    link(pc2, dll);
+
+    EXPECT_EQ(db_->ReRecognise(pc), 2u);
+    const ULong scribe = db_->SelectNumber("SWFILE", "_APPID", exe);
+    EXPECT_EQ(db_->applicationGetName(scribe, 0, 1), "Quillsoft Scribe");
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", dll), scribe);
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", lonely), 0u);  // no key file of its application
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", kept), mine);
+    CDynaList<ULong> instances;
+    db_->EnumIds("APPINST", CString::Formatted("_ASSET=%d and _APP=%d", int(pc), int(scribe)), instances);
+    ASSERT_EQ(instances.GetCount(), 1u);
+    EXPECT_EQ(db_->newGetAppInstFiles(instances[0]), 2u);
+    EXPECT_EQ(db_->applicationIsInstalled(pc2, scribe), 1);  // the shared file's other holder
+    EXPECT_EQ(db_->ReRecognise(pc), 0u);                     // nothing left to assign
+    EXPECT_EQ(AllMessages(), "");
+}
+
 NORVIK_ON_BOTH_ENGINES(Applications);
 
 }  // namespace
