@@ -1,6 +1,7 @@
 // Applications and their instances: the site's catalogue in APPS, each asset's instances in
 // APPINST with the one-entry instance cache, application flags and aliases.
 #include <algorithm>
+#include <initializer_list>
 
 #include "platform/ui_hooks.h"
 #include "sql/app_names.h"
@@ -12,6 +13,37 @@ namespace {
 int AsInt(ULong value) { return static_cast<int>(value); }
 
 bool Contains(const CDynaList<ULong>& list, ULong id) { return std::find(list.begin(), list.end(), id) != list.end(); }
+
+// The output value of a procedure that answers an _ID; 0 after a failure, which is reported
+// with the call sent.
+ULong ProcedureId(CNorvikSql& db, const char* procedure, const CString& args) {
+    try {
+        std::int32_t id = 0;
+        db.CallProcedureOut(procedure, args, id);
+        return static_cast<ULong>(id);
+    } catch (const CDBException& e) {
+        db.HandleSqlException(e, CString::Formatted("{?=call %s(%s,?)}", procedure, args.c_str()));
+        return 0;
+    }
+}
+
+// Runs the statements in order inside one transaction, so that all of them happen or none.
+// 1; 0 after a failure, which is reported with the statement that failed.
+int ExecuteTogether(CNorvikSql& db, std::initializer_list<CString> statements) {
+    const CString* current = nullptr;
+    try {
+        TransactionScope transaction(db);
+        for (const CString& statement : statements) {
+            current = &statement;
+            db.ExecuteStatement(statement);
+        }
+        transaction.Commit();
+        return 1;
+    } catch (const CDBException& e) {
+        db.HandleSqlException(e, current ? current->c_str() : nullptr);
+        return 0;
+    }
+}
 
 }  // namespace
 
@@ -99,16 +131,9 @@ CString CNorvikSql::applicationGetVersion(ULong instance) {
 // ---- Instances: writes ----
 
 ULong CNorvikSql::applicationAddInstance(ULong asset, ULong app, const char* serial, const char* version, ULong flags) {
-    const CString args = CString::Formatted("%d,%d,%s,%s,%d", AsInt(asset), AsInt(app), SqlQuote(serial).c_str(),
-                                            SqlQuote(version).c_str(), AsInt(flags));
-    try {
-        std::int32_t id = 0;
-        CallProcedureOut("usp_AddAppInst", args, id);
-        return static_cast<ULong>(id);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, CString::Formatted("{?=call usp_AddAppInst(%s,?)}", args.c_str()));
-        return 0;
-    }
+    return ProcedureId(*this, "usp_AddAppInst",
+                       CString::Formatted("%d,%d,%s,%s,%d", AsInt(asset), AsInt(app), SqlQuote(serial).c_str(),
+                                          SqlQuote(version).c_str(), AsInt(flags)));
 }
 
 int CNorvikSql::applicationRemove(ULong asset, ULong app) {
@@ -120,18 +145,8 @@ int CNorvikSql::applicationRemove(ULong asset, ULong app) {
 }
 
 int CNorvikSql::DeleteSw(ULong asset) {
-    CString statement = CString::Formatted("delete from APPINST where _ASSET=%d", AsInt(asset));
-    try {
-        TransactionScope transaction(*this);
-        ExecuteStatement(statement);
-        statement = CString::Formatted("delete from SWLINK where _ASSET=%d", AsInt(asset));
-        ExecuteStatement(statement);
-        transaction.Commit();
-        return 1;
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return ExecuteTogether(*this, {CString::Formatted("delete from APPINST where _ASSET=%d", AsInt(asset)),
+                                   CString::Formatted("delete from SWLINK where _ASSET=%d", AsInt(asset))});
 }
 
 // ---- Instances: enumerations ----
@@ -187,33 +202,16 @@ ULong CNorvikSql::newEnumAppInstByApp(ULong app, CSortList& list, const char* la
 // ---- Catalogue ----
 
 ULong CNorvikSql::applicationAdd(const char* publisher, const char* name, ULong flags) {
-    const CString args =
-        CString::Formatted("%s,%s,%d", SqlQuote(publisher).c_str(), SqlQuote(name).c_str(), AsInt(flags));
-    try {
-        std::int32_t id = 0;
-        CallProcedureOut("usp_AddApp", args, id);
-        return static_cast<ULong>(id);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, CString::Formatted("{?=call usp_AddApp(%s,?)}", args.c_str()));
-        return 0;
-    }
+    return ProcedureId(
+        *this, "usp_AddApp",
+        CString::Formatted("%s,%s,%d", SqlQuote(publisher).c_str(), SqlQuote(name).c_str(), AsInt(flags)));
 }
 
 int CNorvikSql::applicationDelete(ULong app) {
     platform::CWaitCursor wait;
-    CString statement = CString::Formatted("delete from APPS where _ID = %d", AsInt(app));
-    try {
-        // The row and its instances go together: no instance is left naming a deleted row.
-        TransactionScope transaction(*this);
-        ExecuteStatement(statement);
-        statement = CString::Formatted("delete from %s where _APP=%d", "APPINST", AsInt(app));
-        ExecuteStatement(statement);
-        transaction.Commit();
-        return 1;
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    // The row and its instances go together: no instance is left naming a deleted row.
+    return ExecuteTogether(*this, {CString::Formatted("delete from APPS where _ID = %d", AsInt(app)),
+                                   CString::Formatted("delete from %s where _APP=%d", "APPINST", AsInt(app))});
 }
 
 ULong CNorvikSql::applicationFind(const char* name) {
