@@ -104,5 +104,6 @@ int RunSecurity(Context& context);  // cmd_security.cpp
 int RunDiscover(Context& context);  // cmd_discover.cpp
 int RunNote(Context& context);      // cmd_note.cpp
 int RunSchedule(Context& context);  // cmd_schedule.cpp
+int RunApp(Context& context);       // cmd_app.cpp
 
 }  // namespace cli

@@ -46,6 +46,9 @@ const char kUsage[] =
     "  discover list|add|delete|merge ...   computers found on the network\n"
     "  note add|list|show|delete ...   notes attached to records\n"
     "  schedule                    the assets due for audit\n"
+    "  app list|add|install|remove|alias|rename-publisher|publishers|delete|duplicates|\n"
+    "      merge-duplicates|purge-unreferenced|orphans ...  the application catalogue and\n"
+    "                              each asset's application instances\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -71,6 +74,7 @@ const Verb kVerbs[] = {
     {"discover", cli::RunDiscover},
     {"note", cli::RunNote},
     {"schedule", cli::RunSchedule},
+    {"app", cli::RunApp},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.
