@@ -3,8 +3,6 @@
 
 #include <strings.h>
 
-#include <cerrno>
-#include <climits>
 #include <cstdlib>
 
 #include <string>
@@ -54,17 +52,6 @@ std::int32_t Clean(CDatabase& db, const Arguments& args, std::int32_t* /*out*/) 
     return 0;
 }
 
-// A whole decimal integer argument; false for anything else (or out of range).
-bool IntegerArgument(const CString& text, long* value) {
-    if (text.IsEmpty()) return false;
-    char* end = nullptr;
-    errno = 0;
-    const long v = std::strtol(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || v < INT_MIN || v > INT_MAX) return false;
-    *value = v;
-    return true;
-}
-
 // usp_PurgeAssetHist(asset, before, keepinitial, keepaudits, OUT removed): the two statements
 // of postgresql/usp_purgeassethist.sql (which says what the arguments mean), with the arguments
 // written in. The rows are counted first because the count is the procedure's answer.
@@ -100,6 +87,8 @@ const Entry kProcedures[] = {
     {"usp_Insert", Insert, false},
     {"usp_Clean", Clean, true},
     {"usp_PurgeAssetHist", PurgeAssetHist, true},
+    {"usp_MergeFolder", SqliteMergeFolder, true},
+    {"usp_MergeFile", SqliteMergeFile, true},
 };
 
 std::vector<std::pair<std::string, Procedure>>& TestProcedures() {
