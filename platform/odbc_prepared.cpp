@@ -13,8 +13,7 @@ COdbcPrepared::COdbcPrepared(CDatabase& db, const char* sql) {
           db.GetHandle());
     m_hstmt = hstmt;
     try {
-        Check(SQLPrepare(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql)), SQL_NTS), SQL_HANDLE_STMT,
-              hstmt);
+        Check(SQLPrepare(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql)), SQL_NTS), SQL_HANDLE_STMT, hstmt);
         SQLSMALLINT count = 0;
         Check(SQLNumParams(hstmt, &count), SQL_HANDLE_STMT, hstmt);
         // Bound buffers must not move: the vector is sized once, here.

@@ -17,8 +17,8 @@ CString CNorvikSql::GetCapFileContent(ULong capture) { return SelectTextReported
 
 ULong CNorvikSql::AddCapFile(ULong asset, const char* fileName, const char* content) {
     const CString name = SqlQuote(fileName);
-    CString statement = CString::Formatted("select _ID from SWCAPTURE where _ASSET=%d and _FNAME=%s", AsInt(asset),
-                                           name.c_str());
+    CString statement =
+        CString::Formatted("select _ID from SWCAPTURE where _ASSET=%d and _FNAME=%s", AsInt(asset), name.c_str());
     try {
         // A capture whose content cannot be stored leaves no new row behind.
         TransactionScope transaction(*this);

@@ -77,10 +77,9 @@ ULong CNorvikSql::GetFileAppID(ULong file) const {
 
 void CNorvikSql::MergeFile(ULong asset, ULong folder, ULong crc, const char* name, ULong size, ULong date,
                            const char* mfr, const char* product, const char* version, ULong app) {
-    const CString args = CString::Formatted(
-        "%d,%d,%d,%s,%d,%d,%s,%s,%s,%d", AsInt(asset), AsInt(folder), AsInt(crc), SqlQuote(name).c_str(),
-        AsInt(size), AsInt(date), SqlQuote(mfr).c_str(), SqlQuote(product).c_str(), SqlQuote(version).c_str(),
-        AsInt(app));
+    const CString args = CString::Formatted("%d,%d,%d,%s,%d,%d,%s,%s,%s,%d", AsInt(asset), AsInt(folder), AsInt(crc),
+                                            SqlQuote(name).c_str(), AsInt(size), AsInt(date), SqlQuote(mfr).c_str(),
+                                            SqlQuote(product).c_str(), SqlQuote(version).c_str(), AsInt(app));
     try {
         CallProcedure("usp_MergeFile", args);
     } catch (const CDBException& e) {
@@ -90,8 +89,8 @@ void CNorvikSql::MergeFile(ULong asset, ULong folder, ULong crc, const char* nam
 }
 
 void CNorvikSql::MergeFile(ULong asset, CRecSet& row, ULong app) {
-    MergeFile(asset, row.GetValue(2), row.GetValue(4), row.GetText(1), row.GetValue(3), row.GetValue(5),
-              row.GetText(7), row.GetText(8), row.GetText(9), app);
+    MergeFile(asset, row.GetValue(2), row.GetValue(4), row.GetText(1), row.GetValue(3), row.GetValue(5), row.GetText(7),
+              row.GetText(8), row.GetText(9), app);
 }
 
 // ---- Enumerations ----

@@ -26,8 +26,7 @@ ULong AppendNumbers(CNorvikSql& db, const CString& statement, CDynaList<ULong>& 
 // ---- Links ----
 
 ULong CNorvikSql::AddLink(ULong asset, ULong folder, ULong file, ULong fileDate) {
-    const CString values =
-        CString::Formatted("%d,%d,%d,%d", AsInt(asset), AsInt(folder), AsInt(file), AsInt(fileDate));
+    const CString values = CString::Formatted("%d,%d,%d,%d", AsInt(asset), AsInt(folder), AsInt(file), AsInt(fileDate));
     try {
         return InsertRecord("SWLINK", "_ASSET,_FOLDER,_FILE,_FDATE", values);
     } catch (const CDBException& e) {

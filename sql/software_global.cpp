@@ -54,9 +54,10 @@ ULong CNorvikSql::EnumGlobalFile(ULong scope, const char* name, int withVersion,
     CString statement;
     try {
         for (const CString& condition : AssetConditions(scope == 0, assets)) {
-            statement = "select distinct SWFILE._ID,SWFILE._NAME,SWFILE._RESVER,SWFILE._APPID from SWLINK,SWFILE "
-                        "where SWLINK._FILE=SWFILE._ID" +
-                        filter + condition;
+            statement =
+                "select distinct SWFILE._ID,SWFILE._NAME,SWFILE._RESVER,SWFILE._APPID from SWLINK,SWFILE "
+                "where SWLINK._FILE=SWFILE._ID" +
+                filter + condition;
             CSqlRecordset rs(this, statement);
             for (; !rs.IsEOF(); rs.MoveNext()) {
                 CString text = rs.TextAt(1);

@@ -48,9 +48,9 @@ std::int32_t SqliteMergeFolder(CDatabase& db, const std::vector<CString>& args, 
         insert.Execute();
         folder = LastInsertId(db);
     }
-    COdbcPrepared& link =
-        db.Prepared("insert into SWLINK (_ASSET, _FOLDER, _FILE, _FDATE) select ?, ?, 0, 0 where not exists (select 1 "
-                    "from SWLINK where _ASSET = ? and _FOLDER = ? and _FILE = 0)");
+    COdbcPrepared& link = db.Prepared(
+        "insert into SWLINK (_ASSET, _FOLDER, _FILE, _FDATE) select ?, ?, 0, 0 where not exists (select 1 "
+        "from SWLINK where _ASSET = ? and _FOLDER = ? and _FILE = 0)");
     for (int first : {1, 3}) {
         link.SetLong(first, static_cast<std::int32_t>(asset));
         link.SetLong(first + 1, folder);
@@ -99,8 +99,7 @@ std::int32_t SqliteMergeFile(CDatabase& db, const std::vector<CString>& args, st
         assign.SetLong(2, file);
         assign.Execute();
     }
-    COdbcPrepared& redate =
-        db.Prepared("update SWLINK set _FDATE = ? where _ASSET = ? and _FOLDER = ? and _FILE = ?");
+    COdbcPrepared& redate = db.Prepared("update SWLINK set _FDATE = ? where _ASSET = ? and _FOLDER = ? and _FILE = ?");
     redate.SetLong(1, static_cast<std::int32_t>(date));
     redate.SetLong(2, static_cast<std::int32_t>(asset));
     redate.SetLong(3, static_cast<std::int32_t>(folder));
