@@ -100,5 +100,6 @@ int RunHw(Context& context);        // cmd_hw.cpp
 int RunSw(Context& context);        // cmd_sw.cpp
 int RunCapture(Context& context);   // cmd_capture.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
+int RunApp(Context& context);       // cmd_app.cpp
 
 }  // namespace cli

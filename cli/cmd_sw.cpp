@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/resolve_app.h"
 #include "cli/resolve_asset.h"
 #include "cli/words.h"
 #include "kb/file_signature.h"
@@ -19,6 +20,7 @@ const char kHelp[] =
     "usage: norvik sw ASSET [--folder PATH] [--unassigned] [--json]\n"
     "       norvik sw add-file ASSET PATH --size N [--crc X] [--date D] [--maker M] [--product P]\n"
     "                          [--version V]\n"
+    "       norvik sw assign FILE APP | norvik sw unassign FILE\n"
     "An ASSET is an id or an exact name. A PATH names folders from the top down joined by \"\\\"\n"
     "(or \"/\"), as \"C:\\Program Files\\Acme\"; names compare exactly.\n"
     "  (none)    the asset's folder tree; --unassigned keeps only the folders that hold, at any\n"
@@ -275,6 +277,48 @@ int AddFile(Context& context, const std::vector<std::string>& words) {
     return watch.Shown() ? kExitFailed : kExitOk;
 }
 
+// The SWFILE row named by `word` (decimal digits); 0 when there is none.
+ULong ResolveFile(CNorvikSql& db, const std::string& word) {
+    if (word.empty() || word.size() > 9 || word.find_first_not_of("0123456789") != std::string::npos) return 0;
+    const ULong id = static_cast<ULong>(std::strtoul(word.c_str(), nullptr, 10));
+    return id != 0 && db.SelectNumber("SWFILE", "_ID", id) == id ? id : 0;
+}
+
+int Assign(Context& context, const std::vector<std::string>& words, bool assign) {
+    Words args;
+    const std::size_t count = assign ? 2 : 1;
+    if (auto error = SplitWords(words, {{}, {}, count, count}, &args); !error.empty())
+        return Usage(error == "wrong number of arguments"
+                         ? (assign ? "sw assign takes FILE APP" : "sw unassign takes FILE")
+                         : error);
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    const MessageWatch watch(*db, context.options);
+    ULong file = 0;
+    try {
+        file = ResolveFile(*db, args.positional[0]);
+    } catch (const CDBException& e) {
+        return Fail("cannot read the files: " + e.m_strError.str());
+    }
+    if (file == 0) return Fail("no file with id '" + args.positional[0] + "'");
+    const ULong current = db->GetFileAppID(file);
+    const std::string name = db->GetFileName(file).str();
+    if (assign) {
+        const Resolved app = ResolveApp(*db, args.positional[1]);
+        if (!app.ok()) return Fail(app);
+        if (current != 0)
+            return Fail(name + " already belongs to " + ApplicationText(*db, current) + "; unassign it first");
+        if (db->AssignFile(file, app.id) == 0 || watch.Shown()) return kExitFailed;
+        std::cout << "assigned " << name << " to " << ApplicationText(*db, app.id) << '\n';
+        return kExitOk;
+    }
+    if (current == 0) return Fail(name + " belongs to no application");
+    db->UnAssignFile(file);
+    if (watch.Shown()) return kExitFailed;
+    std::cout << "unassigned " << name << " from " << ApplicationText(*db, current) << '\n';
+    return kExitOk;
+}
+
 }  // namespace
 
 int RunSw(Context& context) {
@@ -283,6 +327,7 @@ int RunSw(Context& context) {
     if (args.empty()) return Usage("name an asset");
     const std::vector<std::string> rest(args.begin() + 1, args.end());
     if (args[0] == "add-file") return AddFile(context, rest);
+    if (args[0] == "assign" || args[0] == "unassign") return Assign(context, rest, args[0] == "assign");
     return Show(context, args);
 }
 

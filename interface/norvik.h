@@ -403,12 +403,87 @@ public:
     // The same from the current row of an audit's file table: folder = column 2, CRC 4, name 1,
     // size 3, date 5, the version texts 7, 8, 9.
     virtual void MergeFile(ULong asset, CRecSet& row, ULong app) = 0;
+    // Assigns an unassigned file to `app` and, for each link of the file, counts it into that
+    // asset's instance (applicationAddInstance(asset, app, "", "", 2)). 1 when done; 0 and no
+    // change for an assigned or missing file, and on failure (all or nothing).
+    virtual int AssignFile(ULong file, ULong app) = 0;
+    // Unassigns the file and, per link of the file, deletes the asset's instance of the old
+    // application when it holds at most one file, else takes one from its _FILES. Returns 1.
+    virtual int UnAssignFile(ULong file) = 0;
+    // Unassigns every file of `app`, leaving APPINST as it is. 1 when done, 0 on failure.
+    virtual int UnAssignAllFiles(ULong app) = 0;
     virtual int EnumCapFiles(ULong asset, CSortList& list) = 0;
     virtual CString GetCapFileContent(ULong capture) = 0;
     // Stores `content` as the asset's captured file `fileName`, replacing the content of an
     // earlier capture of that name in place. The capture's _ID; 0 on failure.
     virtual ULong AddCapFile(ULong asset, const char* fileName, const char* content) = 0;
     virtual void DeleteCapFiles(ULong asset) = 0;
+
+    // ---- Application instances and applications ----
+    // APPS is the site's application catalogue (publisher _MFR, name _APP, _FLAGS, _ALIAS: the row
+    // it is shown as); APPINST holds one instance per application per asset. Display names are
+    // "PUBLISHER NAME", or NAME alone for an empty publisher or without the publisher.
+    // Bit of APPS._FLAGS (and APPINST._FLAGS) that hides a row from the publisher listings.
+    static constexpr ULong kAppHidden = 0x8;
+    // Appends the asset's instances whose application _FLAGS hold every bit of `mask` (0 = all), as
+    // (name through one alias level [+ " [VERSION]" with withVersion], instance _ID, 0), in the
+    // database's order. `unused` is ignored. Returns the list's count.
+    virtual ULong EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int unused) = 0;
+    // Appends the instances of `app` and of every row aliased to it (at any depth; aliased rows
+    // first): (serial, or "LABEL [SERIAL]" / "LABEL" with a label; asset _ID; instance _ID).
+    virtual ULong newEnumAppInstByApp(ULong app, CSortList& list, const char* label) = 0;
+    // Loads the asset's instance of `app` into the instance cache when there is one. Returns 0
+    // whether found or not: read the instance through the cache (newGetAppInst*).
+    virtual ULong applicationFindInst(ULong asset, ULong app) = 0;
+    // The instance's serial, flags, file count and application, read through the one-entry cache
+    // (a missing instance gives what the cache last held).
+    virtual CString newGetAppInstSerial(ULong instance) = 0;
+    virtual ULong newGetAppInstFlags(ULong instance) = 0;
+    virtual ULong newGetAppInstFiles(ULong instance) = 0;
+    virtual ULong newGetAppInstAppID(ULong instance) = 0;
+    // usp_AddAppInst: the asset's instance of `app`, created with this serial, version and flags
+    // (_FILES 1 when flags hold 0x2, else 0) or, when it exists, unchanged but for one more in
+    // _FILES. Returns the instance _ID; 0 on failure.
+    virtual ULong applicationAddInstance(ULong asset, ULong app, const char* serial, const char* version,
+                                         ULong flags) = 0;
+    // 1 when the asset has an instance of `app`, else 0.
+    virtual int applicationIsInstalled(ULong asset, ULong app) = 0;
+    // Deletes the asset's instances of `app` and empties the instance cache. 1; 0 on failure.
+    virtual int applicationRemove(ULong asset, ULong app) = 0;
+    // Deletes the catalogue row and every instance of it, in one transaction. 1; 0 on failure.
+    virtual int applicationDelete(ULong app) = 0;
+    // The first application, in sorted display-name order, whose name with publisher (through one
+    // alias level) is exactly `name`, among those installed somewhere with _FLAGS bit 0x1 or 0x2.
+    virtual ULong applicationFind(const char* name) = 0;
+    // The display name; with aliasDepth > 0 an aliased row gives its alias's name (aliasDepth - 1
+    // levels further). Empty for a missing row.
+    virtual CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) = 0;
+    // The instance's version text.
+    virtual CString applicationGetVersion(ULong instance) = 0;
+    // Appends (empty, _ID, _LICCOUNT) for every application whose licence type has bit 0x1.
+    virtual ULong applicationEnumLicenceCounts(CSortList& list) = 0;
+
+    // ---- Application flags, aliases, recognition ----
+    // 1 when the application's _FLAGS share a bit with `mask`, else 0.
+    virtual int applicationGetFlag(ULong app, ULong mask) = 0;
+    // Sets (set != 0) or clears the bits of `mask`. 1 when written, 0 on failure.
+    virtual int applicationSetFlag(ULong app, ULong mask, int set) = 0;
+    virtual ULong applicationGetFlags(ULong app) = 0;
+    // usp_AddApp: the _ID of the first row with exactly this publisher and name, created with
+    // `flags` when there is none. 0 on failure.
+    virtual ULong applicationAdd(const char* publisher, const char* name, ULong flags) = 0;
+    // Rewrites `ids` in place: values of 0xFFFF or more are Knowledge Base references (application
+    // number << 16) and become catalogue rows "PUBLISHER NAME" (applicationAdd with flags 1) named
+    // from the application's parent and grandparent; smaller values stay.
+    virtual void newMergeKBApps(ULong* ids, int count);
+    // `app` is shown as `alias` (0 = itself). Never create a cycle of aliases. 1; 0 on failure.
+    virtual int applicationSetAlias(ULong app, ULong alias) = 0;
+    virtual ULong applicationGetAlias(ULong app) = 0;
+    // Appends the rows aliased to `app` at any depth (direct ones without duplicates first, then
+    // those found below every listed item). Returns the list's count.
+    virtual ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) = 0;
+    // Deletes all the asset's instances, then its folder and file links. 1; 0 on failure.
+    virtual int DeleteSw(ULong asset) = 0;
 
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
@@ -451,24 +526,50 @@ public:
     virtual int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) = 0;
     // The asset of a row; 0 for an unknown row.
     virtual ULong historyGetAsset(ULong hist) = 0;
-    // (historyAdd is protected, below; PurgeUnreferencedApplications, of the applications
-    // family, stands here.)
+    // (historyAdd is protected, below.)
+    // Deletes (applicationDelete) every application enumUnreferencedApps lists, in name order.
+    // Returns how many were listed.
+    virtual ULong PurgeUnreferencedApplications();
     // The latest date in the asset's history; 0 when it has none.
     virtual CTime historyGetLastDate(ULong asset) = 0;
     // "Added", "Deleted", "Changed", "Alert: Internet Activity", "Alert: Folder/File Changes"
     // for operations 1, 2, 4, 5, 6; "Unknown Operation" for any other. Not virtual.
     static CString GetHistoryOperation(ULong operation);
 
-    // ---- Events ----
-    // Site-wide file views. `scope` 0 is the whole site; any other value is a location _ID and
-    // takes the assets of that location and of every location below it, child assets included.
-    // The distinct files the assets in scope hold, named `name` (null or empty: any name), as
-    // (name, SWFILE _ID, _APPID), the name followed by " [version]" when withVersion is set and
-    // the file has a version text. Items already in the list are not added again.
+    // ---- Global (site-wide) enumerations ----
+    // A scope is 0 for the whole site, or a location _ID: the assets of that location and of every
+    // location below it, with their child assets at any depth (assetEnum(scope, 0, list, 1)).
+    // An asset set is a list of asset _IDs; an empty set stands for the whole site.
+    // Appends every catalogue row as (display name, _ID, _FLAGS). Returns the list's count.
+    virtual ULong enumApplications(CSortList& list, int withPublisher) = 0;
+    // The applications of the scope's assets: the asset set of `scope`, then the overload below.
+    // A location holding no asset gives nothing.
+    virtual ULong EnumGlobalSwApplications(ULong scope, CSortList& list, ULong mask, int withPublisher,
+                                           unsigned int aliasDepth, int installedOnly, const char* publisher,
+                                           ULong excludeMask);
+    // Appends each application once as (display name through aliasDepth alias levels, with the
+    // publisher when withPublisher; _ID; number of its instances on the assets) for applications
+    // whose _FLAGS share a bit with `mask` (0 = any) and none with `excludeMask`. `publisher`
+    // null or "All Publishers" = any, "Unknown" = the empty one, else exactly that text. With a
+    // non-empty asset set or installedOnly, only applications installed on the set's assets;
+    // otherwise every catalogue row. Returns the list's count.
+    virtual ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask,
+                                           int withPublisher, unsigned int aliasDepth, int installedOnly,
+                                           const char* publisher, ULong excludeMask) = 0;
+    // Appends the scope's assets holding an instance of `app` (with withAliases, also of the rows
+    // aliased to it at any depth): (asset name [+ " [VERSION]" with withVersion], asset _ID,
+    // instance _ID), ordered by asset name. Returns the list's count.
+    virtual ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) = 0;
+
+    // The distinct files the scope's assets hold, named `name` (null or empty: any name), as
+    // (name [+ " [VERSION]" with withVersion and a version text], SWFILE _ID, _APPID). Items
+    // already in the list are not added again. Returns the list's count.
     virtual ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) = 0;
-    // The assets in scope holding `file`: (asset name, asset _ID, folder _ID), one item per
-    // folder the asset holds it in. Items already in the list are not added again.
+    // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
+    // the asset holds it in; items already in the list are not added again. Returns the count.
     virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
+
+    // ---- Events ----
     // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with
     // every event; otherwise appends the events whose history row belongs to one of `assets`.
     // Returns the count of `ids`.
@@ -485,6 +586,46 @@ public:
     // leaves both as they were.
     virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
     virtual void DeleteEvent(ULong event) = 0;
+
+    // ---- Publishers ----
+    // Appends each publisher of the applications installed on the scope's assets once, as (text, 0,
+    // number of instances), for applications without kAppHidden whose _FLAGS hold every bit of
+    // `mask`; an empty publisher is listed as "Unknown". Returns the list's count.
+    virtual ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) = 0;
+    // Appends each non-empty publisher of the asset's instances (asset 0: of every instance) once,
+    // as (text, 0, 0), for applications without kAppHidden whose _FLAGS hold every bit of `mask`.
+    virtual ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) = 0;
+    // The application's own publisher, whatever aliasDepth (an alias is never followed here).
+    virtual CString GetAppPublisher(ULong app, unsigned int aliasDepth) = 0;
+    // Appends (name [+ " [VERSION]"], instance _ID, instance _FLAGS) for the asset's instances
+    // without kAppHidden (asset 0: every instance of applications without kAppHidden) whose
+    // application _FLAGS share a bit with `mask`, of `publisher` ("Unknown" = the empty one, "All
+    // Publishers" = any), skipping items already in the list. Returns the list's count.
+    virtual ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
+                                      ULong mask) = 0;
+    // all != 0: every row of publisher `oldPublisher` gets `newPublisher`; else only `app` does.
+    // Returns 0 (a failure is reported).
+    virtual ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) = 0;
+
+    // ---- Housekeeping of applications ----
+    // Appends (name, _ID, 0) for each application with licence type 0 or 1 that no instance and no
+    // file refers to. Returns the list's count.
+    virtual ULong enumUnreferencedApps(CSortList& list) = 0;
+    // Appends (display name, lowest _ID, number of rows) for each publisher and name held by more
+    // than one row, most rows first. Returns the list's count.
+    virtual ULong enumDuplicateApps(CSortList& list) = 0;
+    // Appends rows that point nowhere: ("APPINST", instance _ID, its asset) for instances whose
+    // asset or application is missing, then ("SWLINK", link _ID, its asset) for links whose asset
+    // is missing, each in _ID order. Returns the list's count.
+    virtual ULong enumOrphans(CSortList& list) = 0;
+    // Deletes the later rows (higher _ID) of app's publisher and name. Kept as callers have always
+    // had it: app's instances are first re-pointed to each later row in turn before that row is
+    // deleted, and the later rows' own instances are left pointing at deleted rows. 0; 0xFFFFFFFF
+    // when `app` is missing.
+    virtual ULong FixupDuplicateApps(ULong app) = 0;
+    // Appends ("NAME on ASSET", lowest instance _ID, number of instances) for each asset holding
+    // more than one instance of one application, in asset and application order. Returns the count.
+    virtual ULong enumDuplicateAppInstances(CSortList& list) = 0;
 
     // (Of the History family, declared beside the hardware operations it serves.)
     // Records what an audit changed in an asset's hardware, comparing the snapshot `oldList`
@@ -610,6 +751,9 @@ protected:
     // 0 when the caller asked to cancel at this step, else 1.
     int ProgCheck();
     void ProgComplete();
+    // The asset set of a scope (see the global enumerations) into `assets`: false for a location
+    // holding no asset; true with an empty set for the whole site.
+    bool ScopeAssets(ULong scope, CDynaList<ULong>& assets);
 
     int m_bOpen = 0;
     int m_nReserved = 0;

@@ -5,28 +5,13 @@
 
 using platform::odbc::Check;
 
-COdbcPrepared::COdbcPrepared(CDatabase& db, const char* sql) {
-    if (!db.IsOpen())
-        throw CDBException(SQL_ERROR, "The database is not open", "State:08003,Native:0,Origin:Connection");
-    SQLHSTMT hstmt = SQL_NULL_HSTMT;
-    Check(SQLAllocHandle(SQL_HANDLE_STMT, static_cast<SQLHDBC>(db.GetHandle()), &hstmt), SQL_HANDLE_DBC,
-          db.GetHandle());
-    m_hstmt = hstmt;
-    try {
-        Check(SQLPrepare(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql)), SQL_NTS), SQL_HANDLE_STMT, hstmt);
-        SQLSMALLINT count = 0;
-        Check(SQLNumParams(hstmt, &count), SQL_HANDLE_STMT, hstmt);
-        // Bound buffers must not move: the vector is sized once, here.
-        m_parameters.resize(static_cast<std::size_t>(count));
-    } catch (...) {
-        SQLFreeHandle(SQL_HANDLE_STMT, hstmt);
-        m_hstmt = nullptr;
-        throw;
-    }
-}
-
-COdbcPrepared::~COdbcPrepared() {
-    if (m_hstmt) SQLFreeHandle(SQL_HANDLE_STMT, static_cast<SQLHSTMT>(m_hstmt));
+COdbcPrepared::COdbcPrepared(CDatabase& db, const char* sql) : m_statement(db), m_hstmt(m_statement.GetHandle()) {
+    const auto hstmt = static_cast<SQLHSTMT>(m_hstmt);
+    Check(SQLPrepare(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql)), SQL_NTS), SQL_HANDLE_STMT, hstmt);
+    SQLSMALLINT count = 0;
+    Check(SQLNumParams(hstmt, &count), SQL_HANDLE_STMT, hstmt);
+    // Bound buffers must not move: the vector is sized once, here.
+    m_parameters.resize(static_cast<std::size_t>(count));
 }
 
 COdbcPrepared::Parameter& COdbcPrepared::At(int number) {

@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "platform/odbc_database.h"
+#include "platform/odbc_statement.h"
 
 class NORVIK_API COdbcPrepared {
 public:
     // Prepares `sql` with "?" parameter markers on an open connection. Throws CDBException.
     COdbcPrepared(CDatabase& db, const char* sql);
-    ~COdbcPrepared();
     COdbcPrepared(const COdbcPrepared&) = delete;
     COdbcPrepared& operator=(const COdbcPrepared&) = delete;
 
@@ -40,6 +40,7 @@ private:
     };
     Parameter& At(int number);
 
-    void* m_hstmt = nullptr;
+    COdbcStatement m_statement;  // owns the handle
+    void* m_hstmt;
     std::vector<Parameter> m_parameters;
 };

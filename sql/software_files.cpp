@@ -93,6 +93,69 @@ void CNorvikSql::MergeFile(ULong asset, CRecSet& row, ULong app) {
               row.GetText(8), row.GetText(9), app);
 }
 
+int CNorvikSql::AssignFile(ULong file, ULong app) {
+    CString statement = CString::Formatted("select _APPID from SWFILE where _ID=%d", AsInt(file));
+    int result = 0;
+    try {
+        // The file and its instances change together or not at all.
+        TransactionScope transaction(*this);
+        bool unassigned = false;
+        {
+            CSqlRecordset rs(this, statement);
+            unassigned = !rs.IsEOF() && rs.NumberAt(0) == 0;
+        }
+        if (unassigned) {
+            statement = CString::Formatted("update SWFILE set _APPID=%d where _ID=%d", AsInt(app), AsInt(file));
+            result = ExecuteStatement(statement);
+            CDynaList<ULong> assets;
+            statement = CString::Formatted("select _ASSET from SWLINK where _FILE=%d", AsInt(file));
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) assets.Add(rs.NumberAt(0));
+            for (const ULong asset : assets) {
+                // The instance operation reports its own failure; leaving the scope undoes the rest.
+                if (applicationAddInstance(asset, app, "", "", 2) == 0) {
+                    m_swFileCacheId = 0;
+                    return 0;
+                }
+            }
+            transaction.Commit();
+        }
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        result = 0;
+    }
+    m_swFileCacheId = 0;
+    return result;
+}
+
+// The statements run in the described order whatever the old application, 0 included; a failed
+// one is reported and the rest still run.
+int CNorvikSql::UnAssignFile(ULong file) {
+    const ULong app = SelectNumberReported("SWFILE", "_APPID", file);
+    ExecuteReported(CString::Formatted("update SWFILE set _APPID=0 where _ID=%d", AsInt(file)));
+    CDynaList<ULong> assets;
+    const CString statement = CString::Formatted("select _ASSET from SWLINK where _FILE=%d", AsInt(file));
+    try {
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) assets.Add(rs.NumberAt(0));
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    // The delete comes first: an instance that held only this file goes, and the decrement then
+    // finds nothing. An asset holding the file in two folders is listed, and counted down, twice.
+    for (const ULong asset : assets) {
+        ExecuteReported(CString::Formatted("delete from APPINST where _ASSET=%d and _APP=%d and _FILES<=1",
+                                           AsInt(asset), AsInt(app)));
+        ExecuteReported(CString::Formatted("update APPINST set _FILES=(_FILES-1) where _ASSET=%d and _APP=%d",
+                                           AsInt(asset), AsInt(app)));
+    }
+    m_swFileCacheId = 0;
+    return 1;
+}
+
+int CNorvikSql::UnAssignAllFiles(ULong app) {
+    m_swFileCacheId = 0;
+    return ExecuteReported(CString::Formatted("update SWFILE set _APPID=0 where _APPID=%d", AsInt(app))) ? 1 : 0;
+}
+
 // ---- Enumerations ----
 
 void CNorvikSql::AppendFileRows(const CString& statement, CTable& table) {

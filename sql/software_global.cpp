@@ -40,14 +40,9 @@ std::vector<CString> AssetConditions(bool wholeSite, const CDynaList<ULong>& ass
 
 }  // namespace
 
-void CNorvikSql::AssetsInScope(ULong scope, CDynaList<ULong>& assets) {
-    assets.RemoveAll();
-    assetEnum(scope, 0, assets, 1);
-}
-
 ULong CNorvikSql::EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) {
     CDynaList<ULong> assets;
-    if (scope != 0) AssetsInScope(scope, assets);
+    if (!ScopeAssets(scope, assets)) return list.GetCount();
     std::set<Item> listed = ItemsOf(list);
     CString filter;
     if (name && *name) filter = " and SWFILE._NAME=" + SqlQuote(name);
@@ -77,7 +72,7 @@ ULong CNorvikSql::EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list)
     // _FILE 0 marks folder links, which hold no file.
     if (file == 0) return list.GetCount();
     CDynaList<ULong> assets;
-    if (scope != 0) AssetsInScope(scope, assets);
+    if (!ScopeAssets(scope, assets)) return list.GetCount();
     std::set<Item> listed = ItemsOf(list);
     CString statement;
     try {

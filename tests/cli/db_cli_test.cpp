@@ -235,6 +235,14 @@ TEST_P(DbTool, SoftwareFolderTreeAndFiles) {
     ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\\\a.exe", "--size", "1"}), 2, "folder names");
     ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\a.exe", "--size", "1", "--date", "2024-13-01"}), 2, "--date");
     ExpectRefused(Run({"sw", "Nobody"}), 1, "no asset 'Nobody'");
+
+    Db().applicationAdd("Acme", "Editor", 0);
+    EXPECT_EQ(Ok({"sw", "assign", "1", "Acme Editor"}), "assigned app.exe to Acme Editor\n");
+    EXPECT_NE(Ok({"sw", "PC1", "--folder", "C:\\O'Neil's 100%_\xE9"}).find("  Acme Editor\n"), std::string::npos);
+    ExpectRefused(Run({"sw", "assign", "1", "Acme Editor"}), 1, "already belongs to Acme Editor");
+    EXPECT_EQ(Ok({"sw", "unassign", "1"}), "unassigned app.exe from Acme Editor\n");
+    ExpectRefused(Run({"sw", "unassign", "1"}), 1, "belongs to no application");
+    ExpectRefused(Run({"sw", "assign", "77", "Acme Editor"}), 1, "no file with id '77'");
 }
 
 TEST_P(DbTool, CapturedFiles) {

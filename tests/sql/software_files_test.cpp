@@ -219,6 +219,55 @@ TEST_P(SoftwareFiles, HostileFileTextsRoundTripAndMatchExactly) {
     }
 }
 
+// _FILES of the asset's instance of `app`; -1 when it has none.
+long InstanceFiles(TestableNorvikSql& db, ULong asset, ULong app) {
+    CSqlRecordset rs(
+        &db, CString::Formatted("select _FILES from APPINST where _ASSET=%d and _APP=%d", int(asset), int(app)));
+    return rs.IsEOF() ? -1 : static_cast<long>(rs.NumberAt(0));
+}
+
+TEST_P(SoftwareFiles, AssignFileCountsTheFileIntoEveryHoldersInstance) {
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong other = db_->AddAsset("PC2", 0, 0, 0, CTime());
+    for (const ULong asset : {pc_, other}) db_->MergeFile(asset, folder_, 1, "ed.exe", 5, 0, "", "", "", 0);
+    db_->MergeFile(pc_, db_->MergeFolder(pc_, "Copy", 0), 1, "ed.exe", 5, 0, "", "", "", 0);
+    const ULong file = LinkedFiles(other)[0];
+    EXPECT_EQ(db_->GetFileAppID(file), 0u);
+    EXPECT_EQ(db_->AssignFile(file, app), 1);
+    EXPECT_EQ(db_->GetFileAppID(file), app) << "the cache was emptied";
+    EXPECT_EQ(InstanceFiles(*db_, pc_, app), 2) << "two folders, two files";
+    EXPECT_EQ(InstanceFiles(*db_, other, app), 1);
+
+    // An assigned file changes nothing, not even APPINST.
+    const ULong second = db_->applicationAdd("Acme", "Viewer", 0);
+    EXPECT_EQ(db_->AssignFile(file, second), 0);
+    EXPECT_EQ(db_->GetFileAppID(file), app);
+    EXPECT_EQ(InstanceFiles(*db_, pc_, second), -1);
+    EXPECT_EQ(InstanceFiles(*db_, pc_, app), 2);
+    EXPECT_EQ(db_->AssignFile(999999, app), 0) << "a missing file";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(SoftwareFiles, UnAssignFileDeletesASingleFileInstanceAndCountsDownOthers) {
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong other = db_->AddAsset("PC2", 0, 0, 0, CTime());
+    for (const ULong asset : {pc_, other}) db_->MergeFile(asset, folder_, 1, "ed.exe", 5, 0, "", "", "", 0);
+    const ULong file = LinkedFiles(pc_)[0];
+    ASSERT_EQ(db_->AssignFile(file, app), 1);
+    db_->ExecuteStatement(
+        CString::Formatted("update APPINST set _FILES=3 where _ASSET=%d and _APP=%d", int(other), int(app)));
+    EXPECT_EQ(db_->UnAssignFile(file), 1);
+    EXPECT_EQ(db_->GetFileAppID(file), 0u);
+    EXPECT_EQ(InstanceFiles(*db_, pc_, app), -1) << "_FILES 1: the instance goes";
+    EXPECT_EQ(InstanceFiles(*db_, other, app), 2) << "_FILES 3: one less";
+
+    ASSERT_EQ(db_->AssignFile(file, app), 1);
+    EXPECT_EQ(db_->UnAssignAllFiles(app), 1);
+    EXPECT_EQ(db_->GetFileAppID(file), 0u);
+    EXPECT_EQ(InstanceFiles(*db_, pc_, app), 1) << "UnAssignAllFiles leaves APPINST alone";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 NORVIK_ON_BOTH_ENGINES(SoftwareFiles);
 
 }  // namespace
