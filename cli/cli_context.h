@@ -97,6 +97,8 @@ int RunAsset(Context& context);     // cmd_asset.cpp
 int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
+int RunSw(Context& context);        // cmd_sw.cpp
+int RunCapture(Context& context);   // cmd_capture.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
 int RunWeb(Context& context);       // cmd_web.cpp
 int RunUser(Context& context);      // cmd_user.cpp

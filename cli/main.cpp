@@ -34,6 +34,9 @@ const char kUsage[] =
     "                              the change history of assets\n"
     "  hw ASSET [--path P] | hw set ASSET PATH KEY VALUE [--flags F] | hw history ASSET\n"
     "                              an asset's hardware tree, one value, its hardware changes\n"
+    "  sw ASSET [--folder PATH] | sw add-file ASSET PATH --size N ...\n"
+    "                              an asset's software folders and files, adding a file\n"
+    "  capture list|show|add|delete ...   an asset's captured files\n"
     "  kb info|dump|query FILE ... a Knowledge Base table file: versions and tables, the rows\n"
     "                              of a table, or those a query selects\n"
     "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
@@ -67,6 +70,8 @@ const Verb kVerbs[] = {
     {"history", cli::RunHistory},
     {"kb", cli::RunKb},
     {"hw", cli::RunHw},
+    {"sw", cli::RunSw},
+    {"capture", cli::RunCapture},
     {"upgrade", cli::RunUpgrade},
     {"web", cli::RunWeb},
     {"user", cli::RunUser},

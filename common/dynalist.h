@@ -91,6 +91,12 @@ public:
     void SetSize(ULong size) {
         if (size > m_nCapacity) Grow(size);
     }
+    // Removes element `index` (below the count), moving every later element down one place.
+    void RemoveAt(ULong index) {
+        assert(index < m_nCount);
+        for (ULong i = index + 1; i < m_nCount; ++i) m_pData[i - 1] = std::move(m_pData[i]);
+        m_pData[--m_nCount] = T();
+    }
     // Releases the storage; count and capacity become 0.
     void RemoveAll() {
         m_pData.reset();

@@ -25,6 +25,9 @@ public:
     const CSortItem& operator[](ULong index) const { return m_items[index]; }
     ULong GetCount() const { return m_items.GetCount(); }
     ULong GetCapacity() const { return m_items.GetCapacity(); }
+    // Removes item `index` (below the count); the later items move down one place and the
+    // sorted mark is left as it was.
+    void RemoveAt(ULong index) { m_items.RemoveAt(index); }
     // Drops every item and the storage; the sorted mark is left as it was.
     void RemoveAll() { m_items.RemoveAll(); }
 

@@ -18,6 +18,8 @@
 #include "platform/types.h"
 
 class CAuditDBSys;
+class CRecSet;
+class CTable;
 
 // (code, value, context) -> answer. Code 1 of the user callback carries a status text
 // (a const char* in `value`). Progress codes: 1 caption, 2 start with a range, 7 step, 4 end;
@@ -347,6 +349,76 @@ public:
     virtual ULong AddModel(ULong make, const char* name) = 0;
     virtual void DeleteModel(ULong id) = 0;
 
+    // ---- Software links, folders, files, captured files ----
+    // SWFOLDER and SWFILE rows are shared by the whole site; SWLINK ties them to assets: a
+    // folder link (_FILE 0) says the folder exists on the asset, a file link that the file lies
+    // in _FOLDER there. Sizes, CRCs and dates are 32-bit values kept bit for bit. Enumerations
+    // append and return the list's count; name lists carry (text, _ID, 0).
+    // Inserts a link row; its new _ID, 0 on failure.
+    virtual ULong AddLink(ULong asset, ULong folder, ULong file, ULong fileDate) = 0;
+    // The asset's file links whose file is assigned to `app`.
+    virtual ULong EnumLinksByApp(ULong asset, ULong app, CDynaList<ULong>& list) = 0;
+    // Every link of the asset, folder links included (the list is emptied first).
+    virtual ULong EnumLinksByAsset(ULong asset, CDynaList<ULong>& list) = 0;
+    virtual ULong EnumLinksByFile(ULong file, CDynaList<ULong>& list) = 0;
+    // The assets holding the file, one entry per link (twice for a file in two folders).
+    virtual ULong EnumAssetsByFile(ULong file, CDynaList<ULong>& list) = 0;
+    // A link's columns; 0 for a missing link.
+    virtual ULong GetLinkedAsset(ULong link) = 0;
+    virtual ULong GetLinkedFolder(ULong link) = 0;
+    virtual ULong GetLinkedFile(ULong link) = 0;
+    virtual ULong GetLinkedFileDate(ULong link) = 0;
+    // The folders directly below `parent` (0: the top) that the asset has. With dropEmpty,
+    // those empty by IsFolderEmpty are removed (progress "Collating Folders...") and the list sorted.
+    virtual ULong folderEnum(ULong asset, ULong parent, CSortList& list, int dropEmpty, int unassignedOnly) = 0;
+    virtual CString GetFolderName(ULong folder) = 0;
+    // "Top\Sub\" from the top-level folder down, with a trailing backslash; empty for 0.
+    virtual CString GetFolderPath(ULong folder) = 0;
+    virtual ULong GetFolderParent(ULong folder) = 0;
+    // 1 when no file of the asset lies in the folder or below it (with unassignedOnly, no file
+    // without an application), else 0.
+    virtual int IsFolderEmpty(ULong folder, ULong asset, int unassignedOnly) = 0;
+    // The folder `name` below `parent` (0: top level), created when missing, with a folder link
+    // for `asset` (usp_MergeFolder). Its _ID; 0 on failure.
+    virtual ULong MergeFolder(ULong asset, const char* name, ULong parent) = 0;
+    // Fills `table` with the files of the folder on the asset: columns LINKID, NAME, SIZE, CRC,
+    // DATE, RESMFR, RESAPP, RESVER, APPID (defined once; old rows cleared). 0 only when the
+    // progress callback cancels the closing step; a cancel inside the loop keeps what was read, 1.
+    virtual int filesEnum(ULong asset, ULong folder, CTable& table) = 0;
+    // The files assigned to `app`, each (name, _ID) once. Returns 1.
+    virtual int EnumFiles(ULong app, CSortList& list) = 0;
+    // A file's columns, read through a one-entry cache of the last file (one query per file).
+    virtual CString GetFileName(ULong file) = 0;
+    virtual ULong GetFileSize(ULong file) const = 0;
+    virtual ULong GetFileCRC(ULong file) const = 0;
+    virtual CString GetFileMfr(ULong file) = 0;
+    virtual CString GetFileApp(ULong file) = 0;
+    virtual CString GetFileVer(ULong file) = 0;
+    virtual ULong GetFileAppID(ULong file) const = 0;
+    // Finds or creates the SWFILE row matching name, size, CRC and the three version texts
+    // (a new row takes `app`, as does a found one without an application) and links it to the
+    // asset in `folder` dated `date` (an existing link of that file in that folder takes the date).
+    virtual void MergeFile(ULong asset, ULong folder, ULong crc, const char* name, ULong size, ULong date,
+                           const char* mfr, const char* product, const char* version, ULong app) = 0;
+    // The same from the current row of an audit's file table: folder = column 2, CRC 4, name 1,
+    // size 3, date 5, the version texts 7, 8, 9.
+    virtual void MergeFile(ULong asset, CRecSet& row, ULong app) = 0;
+    // Assigns an unassigned file to `app` and, for each link of the file, counts it into that
+    // asset's instance (applicationAddInstance(asset, app, "", "", 2)). 1 when done; 0 and no
+    // change for an assigned or missing file, and on failure (all or nothing).
+    virtual int AssignFile(ULong file, ULong app) = 0;
+    // Unassigns the file and, per link of the file, deletes the asset's instance of the old
+    // application when it holds at most one file, else takes one from its _FILES. Returns 1.
+    virtual int UnAssignFile(ULong file) = 0;
+    // Unassigns every file of `app`, leaving APPINST as it is. 1 when done, 0 on failure.
+    virtual int UnAssignAllFiles(ULong app) = 0;
+    virtual int EnumCapFiles(ULong asset, CSortList& list) = 0;
+    virtual CString GetCapFileContent(ULong capture) = 0;
+    // Stores `content` as the asset's captured file `fileName`, replacing the content of an
+    // earlier capture of that name in place. The capture's _ID; 0 on failure.
+    virtual ULong AddCapFile(ULong asset, const char* fileName, const char* content) = 0;
+    virtual void DeleteCapFiles(ULong asset) = 0;
+
     // ---- Application instances and applications ----
     // APPS is the site's application catalogue (publisher _MFR, name _APP, _FLAGS, _ALIAS: the row
     // it is shown as); APPINST holds one instance per application per asset. Display names are
@@ -501,6 +573,14 @@ public:
     // aliased to it at any depth): (asset name [+ " [VERSION]" with withVersion], asset _ID,
     // instance _ID), ordered by asset name. Returns the list's count.
     virtual ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) = 0;
+
+    // The distinct files the scope's assets hold, named `name` (null or empty: any name), as
+    // (name [+ " [VERSION]" with withVersion and a version text], SWFILE _ID, _APPID). Items
+    // already in the list are not added again. Returns the list's count.
+    virtual ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) = 0;
+    // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
+    // the asset holds it in; items already in the list are not added again. Returns the count.
+    virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
 
     // ---- Events ----
     // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with

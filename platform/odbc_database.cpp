@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include "platform/odbc_check.h"
+#include "platform/odbc_prepared.h"
 #include "platform/odbc_statement.h"
 
 using platform::odbc::Check;
@@ -54,6 +55,8 @@ bool CDatabase::OpenEx(const char* connect, ULong options) {
 }
 
 void CDatabase::Close() {
+    // Statement handles go before the connection they belong to.
+    m_prepared.clear();
     if (m_hdbc) {
         SQLDisconnect(static_cast<SQLHDBC>(m_hdbc));
         SQLFreeHandle(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc));
@@ -72,6 +75,19 @@ void CDatabase::ExecuteSQL(const char* statement) {
     COdbcStatement stmt(*this);
     stmt.ExecDirectChecked(statement);
     stmt.DiscardResults();
+}
+
+COdbcPrepared& CDatabase::Prepared(const char* sql) {
+    auto& slot = m_prepared[sql];
+    if (!slot) {
+        try {
+            slot = std::make_unique<COdbcPrepared>(*this, sql);
+        } catch (...) {
+            m_prepared.erase(sql);
+            throw;
+        }
+    }
+    return *slot;
 }
 
 void CDatabase::BeginTrans() {

@@ -4,8 +4,14 @@
 // failures into CDBException with the driver's diagnostic.
 #pragma once
 
+#include <memory>
+#include <string>
+#include <unordered_map>
+
 #include "platform/cstring.h"
 #include "platform/exceptions.h"
+
+class COdbcPrepared;
 
 // The engine behind a connection, from the driver's DBMS name.
 enum class SqlEngine { Unknown, Sqlite, PostgreSql };
@@ -44,6 +50,10 @@ public:
     SqlEngine GetEngine() const { return m_engine; }
     const CString& GetConnect() const { return m_connect; }
 
+    // The statement `sql` prepared on this connection, prepared on first use and kept until the
+    // connection closes. Throws CDBException when it cannot be prepared.
+    COdbcPrepared& Prepared(const char* sql);
+
     // The raw connection handle (SQLHDBC) for the platform's statement classes.
     void* GetHandle() const { return m_hdbc; }
 
@@ -57,6 +67,7 @@ private:
     CString m_dbmsName;
     SqlEngine m_engine = SqlEngine::Unknown;
     bool m_inTransaction = false;
+    std::unordered_map<std::string, std::unique_ptr<COdbcPrepared>> m_prepared;
 };
 
 // A transaction for a scope: Commit ends it, and leaving the scope without Commit (by an

@@ -120,6 +120,42 @@ public:
     ULong AddModel(ULong make, const char* name) override;
     void DeleteModel(ULong id) override;
 
+    // ---- Software links, folders, files, captured files ----
+    ULong AddLink(ULong asset, ULong folder, ULong file, ULong fileDate) override;
+    ULong EnumLinksByApp(ULong asset, ULong app, CDynaList<ULong>& list) override;
+    ULong EnumLinksByAsset(ULong asset, CDynaList<ULong>& list) override;
+    ULong EnumLinksByFile(ULong file, CDynaList<ULong>& list) override;
+    ULong EnumAssetsByFile(ULong file, CDynaList<ULong>& list) override;
+    ULong GetLinkedAsset(ULong link) override;
+    ULong GetLinkedFolder(ULong link) override;
+    ULong GetLinkedFile(ULong link) override;
+    ULong GetLinkedFileDate(ULong link) override;
+    ULong folderEnum(ULong asset, ULong parent, CSortList& list, int dropEmpty, int unassignedOnly) override;
+    CString GetFolderName(ULong folder) override;
+    CString GetFolderPath(ULong folder) override;
+    ULong GetFolderParent(ULong folder) override;
+    int IsFolderEmpty(ULong folder, ULong asset, int unassignedOnly) override;
+    ULong MergeFolder(ULong asset, const char* name, ULong parent) override;
+    int filesEnum(ULong asset, ULong folder, CTable& table) override;
+    int EnumFiles(ULong app, CSortList& list) override;
+    CString GetFileName(ULong file) override;
+    ULong GetFileSize(ULong file) const override;
+    ULong GetFileCRC(ULong file) const override;
+    CString GetFileMfr(ULong file) override;
+    CString GetFileApp(ULong file) override;
+    CString GetFileVer(ULong file) override;
+    ULong GetFileAppID(ULong file) const override;
+    void MergeFile(ULong asset, ULong folder, ULong crc, const char* name, ULong size, ULong date, const char* mfr,
+                   const char* product, const char* version, ULong app) override;
+    void MergeFile(ULong asset, CRecSet& row, ULong app) override;
+    int AssignFile(ULong file, ULong app) override;
+    int UnAssignFile(ULong file) override;
+    int UnAssignAllFiles(ULong app) override;
+    int EnumCapFiles(ULong asset, CSortList& list) override;
+    CString GetCapFileContent(ULong capture) override;
+    ULong AddCapFile(ULong asset, const char* fileName, const char* content) override;
+    void DeleteCapFiles(ULong asset) override;
+
     // ---- Application instances and applications ----
     ULong EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int unused) override;
     ULong newEnumAppInstByApp(ULong app, CSortList& list, const char* label) override;
@@ -181,6 +217,8 @@ public:
                                    unsigned int aliasDepth, int installedOnly, const char* publisher,
                                    ULong excludeMask) override;
     ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
+    ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) override;
+    ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) override;
 
     // ---- Publishers ----
     ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) override;
@@ -306,6 +344,11 @@ protected:
     void Update710to711();
     void Update712to714();
 
+    // Makes the one-entry file cache hold `file` with one query, unless it holds it already. The
+    // key is set even when no row was found (the fields then keep what they held); a failure is
+    // reported and leaves the cache as it was.
+    void LoadSwFileCache(ULong file);
+
     // Set by deletions that leave orphaned rows; Clean runs usp_Clean only while it is set.
     int m_bCleanNeeded = 0;
 
@@ -376,6 +419,21 @@ private:
     void EnumLocationsBelow(ULong parent, CDynaList<ULong>& locations, int recursive, const CDynaList<ULong>& ancestors,
                             CString& statement);
     void DeleteLocationTree(ULong location, const CDynaList<ULong>& ancestors, CString& statement);
+
+    // The reading loop of filesEnum; throws CDBException.
+    void AppendFileRows(const CString& statement, CTable& table);
+
+    // The SWFILE row of m_swFileCacheId, the one-entry file cache.
+    struct SwFileCacheEntry {
+        CString name;
+        ULong size = 0;
+        ULong crc = 0;
+        CString mfr;
+        CString product;
+        CString version;
+        ULong app = 0;
+    };
+    SwFileCacheEntry m_swFileCache;
 
     int m_nVersion = 0;
     ULong m_assetCacheId = 0;

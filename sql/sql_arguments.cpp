@@ -1,6 +1,10 @@
 // A small scanner over SQL literals: quoted texts, numbers and bare words.
 #include "sql/sql_arguments.h"
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
 bool ParseSqlArguments(const char* text, std::vector<CString>* arguments) {
     arguments->clear();
     const char* p = text ? text : "";
@@ -30,4 +34,14 @@ bool ParseSqlArguments(const char* text, std::vector<CString>* arguments) {
         if (*p != ',') return false;
         ++p;
     }
+}
+
+bool IntegerArgument(const CString& text, long* value) {
+    if (text.IsEmpty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long v = std::strtol(text.c_str(), &end, 10);
+    if (*end != '\0' || errno == ERANGE || v < INT_MIN || v > INT_MAX) return false;
+    *value = v;
+    return true;
 }

@@ -3,8 +3,6 @@
 
 #include <strings.h>
 
-#include <cerrno>
-#include <climits>
 #include <cstdlib>
 
 #include <string>
@@ -54,17 +52,6 @@ std::int32_t Clean(CDatabase& db, const Arguments& args, std::int32_t* /*out*/) 
     if (!script) throw ProcedureError("usp_Clean", "the clean-up script is missing from this build");
     for (const auto& statement : SplitSqlScript(script)) db.ExecuteSQL(statement.c_str());
     return 0;
-}
-
-// A whole decimal integer argument; false for anything else (or out of range).
-bool IntegerArgument(const CString& text, long* value) {
-    if (text.IsEmpty()) return false;
-    char* end = nullptr;
-    errno = 0;
-    const long v = std::strtol(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || v < INT_MIN || v > INT_MAX) return false;
-    *value = v;
-    return true;
 }
 
 // usp_PurgeAssetHist(asset, before, keepinitial, keepaudits, OUT removed): the two statements
@@ -148,6 +135,8 @@ const Entry kProcedures[] = {
     {"usp_Insert", Insert, false},
     {"usp_Clean", Clean, true},
     {"usp_PurgeAssetHist", PurgeAssetHist, true},
+    {"usp_MergeFolder", SqliteMergeFolder, true},
+    {"usp_MergeFile", SqliteMergeFile, true},
     {"usp_AddApp", AddApp, false},
     {"usp_AddAppInst", AddAppInst, false},
 };

@@ -18,3 +18,8 @@ using SqliteProcedure = std::int32_t (*)(CDatabase& db, const std::vector<CStrin
 
 // Adds or replaces a procedure, for tests of the calling machinery.
 NORVIK_API void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run);
+
+// The software-file procedures (sqlite_software_procedures.cpp); the PostgreSQL functions in
+// schema/postgresql/usp_mergefolder.sql and usp_mergefile.sql say what the arguments mean.
+std::int32_t SqliteMergeFolder(CDatabase& db, const std::vector<CString>& args, std::int32_t* out);
+std::int32_t SqliteMergeFile(CDatabase& db, const std::vector<CString>& args, std::int32_t* out);

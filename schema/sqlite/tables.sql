@@ -161,7 +161,8 @@ create table SWFILE (
 create index IX_SWFILE_NAME on SWFILE (_NAME);
 create index IX_SWFILE_APPID on SWFILE (_APPID);
 
--- A folder link has _FILE 0; a file link names the file and the folder it lies in.
+-- A folder link has _FILE 0; a file link names the file and the folder it lies in. The
+-- (_ASSET, _FOLDER, _FILE) index finds one link of a file, as every merge of a file does.
 create table SWLINK (
     _ID integer primary key autoincrement,
     _ASSET integer default 0,
@@ -169,7 +170,7 @@ create table SWLINK (
     _FILE integer default 0,
     _FDATE integer default 0
 );
-create index IX_SWLINK_ASSET_FOLDER on SWLINK (_ASSET, _FOLDER);
+create index IX_SWLINK_ASSET_FOLDER on SWLINK (_ASSET, _FOLDER, _FILE);
 create index IX_SWLINK_FILE on SWLINK (_FILE);
 create index IX_SWLINK_FOLDER on SWLINK (_FOLDER);
 

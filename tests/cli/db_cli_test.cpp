@@ -212,6 +212,57 @@ TEST_P(DbTool, Hardware) {
               std::string::npos);
 }
 
+TEST_P(DbTool, SoftwareFolderTreeAndFiles) {
+    Ok({"asset", "add", "PC1"});
+    const std::string path = "C:\\O'Neil's 100%_\xE9\\app.exe";
+    EXPECT_EQ(Ok({"sw", "add-file", "PC1", path, "--size", "4294967295", "--crc", "0xFFFFFFFF", "--date",
+                  "2024-03-05 10:20:30", "--maker", "Acme", "--product", "Editor", "--version", "1.0"}),
+              "1  " + path + "\n");
+    EXPECT_EQ(Ok({"sw", "add-file", "1", "C:/Temp/loose.txt", "--size", "3"}), "2  C:\\Temp\\loose.txt\n");
+    EXPECT_EQ(Ok({"sw", "PC1"}), "C:\\  (1)\n  O'Neil's 100%_\xE9\\  (2)\n  Temp\\  (3)\n");
+    Db().ExecuteStatement("update SWFILE set _APPID=1 where _ID=2");
+    EXPECT_EQ(Ok({"sw", "PC1", "--unassigned"}), "C:\\  (1)\n  O'Neil's 100%_\xE9\\  (2)\n");
+    EXPECT_EQ(Ok({"sw", "PC1", "--folder", "C:\\O'Neil's 100%_\xE9"}),
+              "Id  Name           Size  CRC       Date                 Application\n"
+              " 1  app.exe  4294967295  FFFFFFFF  2024-03-05 10:20:30  -\n");
+    EXPECT_NE(Ok({"--json", "sw", "PC1", "--folder", "C:\\Temp\\"})
+                  .find("\"name\": \"loose.txt\", \"size\": 3, \"crc\": \"00000000\", \"date\": 0"),
+              std::string::npos);
+    EXPECT_EQ(Ok({"sw", "PC1", "--folder", "C:\\Temp", "--unassigned"}), "Id  Name  Size  CRC  Date  Application\n");
+    ExpectRefused(Run({"sw", "PC1", "--folder", "C:\\Nope"}), 1, "no folder 'Nope'");
+    ExpectRefused(Run({"sw", "add-file", "PC1", "app.exe", "--size", "1"}), 2, "at least one folder");
+    ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\a.exe", "--size", "4294967296"}), 2, "--size");
+    ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\\\a.exe", "--size", "1"}), 2, "folder names");
+    ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\a.exe", "--size", "1", "--date", "2024-13-01"}), 2, "--date");
+    ExpectRefused(Run({"sw", "Nobody"}), 1, "no asset 'Nobody'");
+
+    Db().applicationAdd("Acme", "Editor", 0);
+    EXPECT_EQ(Ok({"sw", "assign", "1", "Acme Editor"}), "assigned app.exe to Acme Editor\n");
+    EXPECT_NE(Ok({"sw", "PC1", "--folder", "C:\\O'Neil's 100%_\xE9"}).find("  Acme Editor\n"), std::string::npos);
+    ExpectRefused(Run({"sw", "assign", "1", "Acme Editor"}), 1, "already belongs to Acme Editor");
+    EXPECT_EQ(Ok({"sw", "unassign", "1"}), "unassigned app.exe from Acme Editor\n");
+    ExpectRefused(Run({"sw", "unassign", "1"}), 1, "belongs to no application");
+    ExpectRefused(Run({"sw", "assign", "77", "Acme Editor"}), 1, "no file with id '77'");
+}
+
+TEST_P(DbTool, CapturedFiles) {
+    Ok({"asset", "add", "PC1"});
+    const std::string content = "it's 50%_done\r\n\xE9\x80\n";
+    const std::string file = (dir_.path / "boot.ini").string();
+    std::ofstream(file, std::ios::binary) << content;
+    EXPECT_EQ(Ok({"capture", "add", "PC1", "C:\\boot.ini", "--from", file}), "1  C:\\boot.ini  (18 bytes)\n");
+    std::ofstream(file, std::ios::binary) << "new";
+    EXPECT_EQ(Ok({"capture", "add", "PC1", "C:\\boot.ini", "--from", file}), "1  C:\\boot.ini  (3 bytes)\n")
+        << "replaced in place";
+    EXPECT_EQ(Ok({"capture", "show", "PC1", "C:\\boot.ini"}), "new");
+    EXPECT_EQ(Ok({"--json", "capture", "list", "PC1"}), "[{\"id\": 1, \"name\": \"C:\\\\boot.ini\", \"bytes\": 3}]\n");
+    std::ofstream(file, std::ios::binary) << std::string("a\0b", 3);
+    ExpectRefused(Run({"capture", "add", "PC1", "x", "--from", file}), 1, "zero byte");
+    ExpectRefused(Run({"capture", "show", "PC1", "C:\\BOOT.INI"}), 1, "no captured file");
+    EXPECT_EQ(Ok({"capture", "delete", "PC1"}), "deleted 1 captured file(s) of PC1\n");
+    EXPECT_EQ(Ok({"capture", "list", "PC1"}), "Id  Bytes  Name\n");
+}
+
 TEST_P(DbTool, Upgrade) {
     scratch_ = std::make_unique<ScratchDatabase>(GetParam(), "7.08");
     const ToolResult refused = Run({"upgrade"});

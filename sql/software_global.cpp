@@ -1,0 +1,96 @@
+// Site-wide views of software files: the distinct files a set of assets holds, and the assets
+// holding one file. A scope of 0 is the whole site, any other a location subtree.
+#include <set>
+#include <tuple>
+
+#include "sql/norvik_sql.h"
+#include "sql/sql_recordset.h"
+
+namespace {
+
+int AsInt(ULong value) { return static_cast<int>(value); }
+
+// Assets per statement when a scope is written out as an "in" list, so that a large site
+// gives statements of bounded length.
+constexpr ULong kAssetsPerStatement = 500;
+
+using Item = std::tuple<std::string, ULong, ULong>;
+
+std::set<Item> ItemsOf(const CSortList& list) {
+    std::set<Item> items;
+    for (const CSortItem& item : list) items.emplace(item.text.str(), item.id, item.extra);
+    return items;
+}
+
+// The "in" lists of `assets`, kAssetsPerStatement at a time; one empty condition for the
+// whole site.
+std::vector<CString> AssetConditions(bool wholeSite, const CDynaList<ULong>& assets) {
+    std::vector<CString> conditions;
+    if (wholeSite) return {CString()};
+    for (ULong first = 0; first < assets.GetCount(); first += kAssetsPerStatement) {
+        CString condition = " and SWLINK._ASSET in (";
+        for (ULong i = first; i < assets.GetCount() && i < first + kAssetsPerStatement; ++i) {
+            if (i != first) condition += ',';
+            condition += CString::Formatted("%d", AsInt(assets[i]));
+        }
+        conditions.push_back(condition + ")");
+    }
+    return conditions;
+}
+
+}  // namespace
+
+ULong CNorvikSql::EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) {
+    CDynaList<ULong> assets;
+    if (!ScopeAssets(scope, assets)) return list.GetCount();
+    std::set<Item> listed = ItemsOf(list);
+    CString filter;
+    if (name && *name) filter = " and SWFILE._NAME=" + SqlQuote(name);
+    CString statement;
+    try {
+        for (const CString& condition : AssetConditions(scope == 0, assets)) {
+            statement =
+                "select distinct SWFILE._ID,SWFILE._NAME,SWFILE._RESVER,SWFILE._APPID from SWLINK,SWFILE "
+                "where SWLINK._FILE=SWFILE._ID" +
+                filter + condition;
+            CSqlRecordset rs(this, statement);
+            for (; !rs.IsEOF(); rs.MoveNext()) {
+                CString text = rs.TextAt(1);
+                const CString version = rs.TextAt(2);
+                if (withVersion && !version.IsEmpty()) text += " [" + version + "]";
+                if (listed.emplace(text.str(), rs.NumberAt(0), rs.NumberAt(3)).second)
+                    list.Add(text, rs.NumberAt(0), rs.NumberAt(3));
+            }
+        }
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return list.GetCount();
+}
+
+ULong CNorvikSql::EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) {
+    // _FILE 0 marks folder links, which hold no file.
+    if (file == 0) return list.GetCount();
+    CDynaList<ULong> assets;
+    if (!ScopeAssets(scope, assets)) return list.GetCount();
+    std::set<Item> listed = ItemsOf(list);
+    CString statement;
+    try {
+        for (const CString& condition : AssetConditions(scope == 0, assets)) {
+            statement = CString::Formatted(
+                            "select distinct ASSET._ID,ASSET._NAME,SWLINK._FOLDER from SWLINK,ASSET where "
+                            "SWLINK._ASSET=ASSET._ID and SWLINK._FILE=%d",
+                            AsInt(file)) +
+                        condition;
+            CSqlRecordset rs(this, statement);
+            for (; !rs.IsEOF(); rs.MoveNext()) {
+                const CString name = rs.TextAt(1);
+                if (listed.emplace(name.str(), rs.NumberAt(0), rs.NumberAt(2)).second)
+                    list.Add(name, rs.NumberAt(0), rs.NumberAt(2));
+            }
+        }
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return list.GetCount();
+}

@@ -1,0 +1,132 @@
+// Software folders and links on both engines: folder paths with their trailing backslash, the
+// sharing of folder rows, folder emptiness at three levels with and without unassignedOnly,
+// folderEnum's dropping of empty folders with its progress codes, and hostile folder names.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/engine_test.h"
+
+namespace {
+
+class SoftwareFolders : public EngineTest {
+protected:
+    void SetUp() override {
+        EngineTest::SetUp();
+        pc_ = db_->AddAsset("PC1", 0, 0, 0, CTime());
+        other_ = db_->AddAsset("PC2", 0, 0, 0, CTime());
+    }
+
+    // A file named `name` in `folder` of `asset`, assigned to `app` (0: unassigned).
+    void AddFile(ULong asset, ULong folder, const char* name, ULong app) {
+        db_->MergeFile(asset, folder, 0x1234, name, 100, 0, "", "", "", app);
+    }
+
+    std::vector<std::string> Names(const CSortList& list) {
+        std::vector<std::string> names;
+        for (const CSortItem& item : list) names.push_back(item.text.str());
+        return names;
+    }
+
+    ULong pc_ = 0;
+    ULong other_ = 0;
+};
+
+TEST_P(SoftwareFolders, PathsRunFromTheTopAndEndWithABackslash) {
+    const ULong tools = db_->MergeFolder(pc_, "Tools", 0);
+    const ULong bin = db_->MergeFolder(pc_, "Bin", tools);
+    ASSERT_NE(tools, 0u);
+    EXPECT_EQ(db_->GetFolderPath(bin), "Tools\\Bin\\");
+    EXPECT_EQ(db_->GetFolderPath(tools), "Tools\\");
+    EXPECT_EQ(db_->GetFolderPath(0), "");
+    EXPECT_EQ(db_->GetFolderParent(bin), tools);
+    EXPECT_EQ(db_->GetFolderName(bin), "Bin");
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(SoftwareFolders, MergeFolderSharesRowsAndLinksEachAssetOnce) {
+    const ULong tools = db_->MergeFolder(pc_, "Tools", 0);
+    EXPECT_EQ(db_->MergeFolder(pc_, "Tools", 0), tools);
+    EXPECT_EQ(db_->MergeFolder(other_, "Tools", 0), tools) << "one row for the whole site";
+    EXPECT_NE(db_->MergeFolder(pc_, "Tools", tools), tools) << "the same name elsewhere is another folder";
+    CDynaList<ULong> links;
+    links.Add(999);
+    EXPECT_EQ(db_->EnumLinksByAsset(pc_, links), 2u) << "the list is emptied first";
+    EXPECT_EQ(db_->GetLinkedFolder(links[0]), tools);
+    EXPECT_EQ(db_->GetLinkedFile(links[0]), 0u);
+    EXPECT_EQ(db_->GetLinkedAsset(links[0]), pc_);
+    CSortList top;
+    EXPECT_EQ(db_->folderEnum(other_, 0, top, 0, 0), 1u);
+    EXPECT_EQ(top[0].id, tools);
+}
+
+TEST_P(SoftwareFolders, EmptinessLooksThroughThreeLevels) {
+    const ULong a = db_->MergeFolder(pc_, "A", 0);
+    const ULong b = db_->MergeFolder(pc_, "B", a);
+    const ULong c = db_->MergeFolder(pc_, "C", b);
+    db_->MergeFolder(other_, "A", 0);
+    EXPECT_EQ(db_->IsFolderEmpty(a, pc_, 0), 1) << "folders alone are empty";
+
+    AddFile(pc_, c, "assigned.dll", 7);
+    EXPECT_EQ(db_->IsFolderEmpty(a, pc_, 0), 0);
+    EXPECT_EQ(db_->IsFolderEmpty(b, pc_, 0), 0);
+    EXPECT_EQ(db_->IsFolderEmpty(a, pc_, 1), 1) << "a file of an application does not count";
+    EXPECT_EQ(db_->IsFolderEmpty(a, other_, 0), 1) << "another asset's files do not count";
+
+    AddFile(pc_, c, "loose.txt", 0);
+    EXPECT_EQ(db_->IsFolderEmpty(a, pc_, 1), 0);
+    EXPECT_EQ(db_->IsFolderEmpty(c, pc_, 1), 0);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(SoftwareFolders, FolderEnumDropsEmptyFoldersAndReportsProgress) {
+    const ULong full = db_->MergeFolder(pc_, "Full", 0);
+    const ULong assigned = db_->MergeFolder(pc_, "Assigned", 0);
+    db_->MergeFolder(pc_, "Empty", 0);
+    db_->MergeFolder(pc_, "Deep", db_->MergeFolder(pc_, "Shell", 0));
+    AddFile(pc_, db_->MergeFolder(pc_, "Inner", full), "loose.txt", 0);
+    AddFile(pc_, assigned, "assigned.dll", 7);
+
+    CSortList all;
+    EXPECT_EQ(db_->folderEnum(pc_, 0, all, 0, 0), 4u) << "dropEmpty 0 keeps every folder";
+
+    std::vector<std::pair<int, long>> calls;
+    auto record = [](int code, CallbackValue value, CallbackValue context) {
+        auto* seen = reinterpret_cast<std::vector<std::pair<int, long>>*>(context);
+        seen->emplace_back(code, code == 1 ? 0 : static_cast<long>(value));
+        return 2;  // a cancel, which this walk does not obey
+    };
+    db_->ProgSetCallback(record, reinterpret_cast<CallbackValue>(&calls));
+    CSortList kept;
+    kept.Add("Earlier", 999, 0);
+    EXPECT_EQ(db_->folderEnum(pc_, 0, kept, 1, 0), 2u) << "the caller's earlier item is walked too";
+    EXPECT_EQ(Names(kept), (std::vector<std::string>{"Assigned", "Full"})) << "sorted";
+    const std::vector<std::pair<int, long>> expected = {{1, 0}, {2, 0}, {7, 0}, {4, 0}};
+    EXPECT_EQ(calls, expected) << "5 items / 10 as the range, a step at every tenth visit";
+
+    CSortList unassigned;
+    EXPECT_EQ(db_->folderEnum(pc_, 0, unassigned, 1, 1), 1u);
+    EXPECT_EQ(Names(unassigned), (std::vector<std::string>{"Full"}));
+}
+
+TEST_P(SoftwareFolders, HostileNamesRoundTripAndMatchOnlyThemselves) {
+    const std::string longName(300, 'x');
+    const std::string names[] = {"O'Neil's", "100%", "a_c", "abc", "caf\xE9 \x80\xFF", longName + "\xE9"};
+    std::vector<ULong> ids;
+    for (const auto& name : names) ids.push_back(db_->MergeFolder(pc_, name.c_str(), 0));
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        ASSERT_NE(ids[i], 0u) << i;
+        EXPECT_EQ(db_->GetFolderName(ids[i]).str(), names[i]);
+        EXPECT_EQ(db_->MergeFolder(pc_, names[i].c_str(), 0), ids[i]) << "wildcards match only themselves";
+        for (std::size_t j = 0; j < i; ++j) EXPECT_NE(ids[i], ids[j]);
+    }
+    EXPECT_EQ(db_->GetFolderPath(ids[0]), "O'Neil's\\");
+    CSortList listed;
+    EXPECT_EQ(db_->folderEnum(pc_, 0, listed, 0, 0), 6u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+NORVIK_ON_BOTH_ENGINES(SoftwareFolders);
+
+}  // namespace
