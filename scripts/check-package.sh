@@ -17,8 +17,9 @@ deb=$(find "$work/out" -maxdepth 1 -name 'norvik_*.deb' | head -n 1)
 [[ -n $deb ]] || fail "cpack made no norvik_*.deb"
 
 depends=$(dpkg-deb -f "$deb" Depends)
+names=" $(sed 's/ *([^)]*)//g; s/,/ /g' <<<"$depends") "
 for package in unixodbc libsqliteodbc libc6 libstdc++6; do
-    grep -Eq "(^|, )$package( |,|$)" <<<"$depends" || fail "Depends lacks $package: $depends"
+    [[ $names == *" $package "* ]] || fail "Depends lacks $package: $depends"
 done
 
 dpkg-deb -c "$deb" | awk '{print $6}' | sed 's|^\./|/|' >"$work/files"
