@@ -1,14 +1,16 @@
 # Norvik: the data-access library of the audit suite and the norvik tool.
 #   make demo    build, then create and describe an audit database from nothing
-#   make test    build (normal and sanitizer), check formatting, run every test on both engines,
-#                then a short run of every fuzz target
+#   make test    build (normal, sanitizer and Release), check formatting, run every test on both
+#                engines, then a short run of every fuzz target
+#   make package build the Release tree and make a .deb of it (build-release/norvik_*.deb)
+#   make install install the Release tree (PREFIX, default /usr/local)
 #   make bench   build and run the benchmarks
 #   make format  apply .clang-format to the sources
 JOBS ?= $(shell nproc)
 BUILD_TYPE ?= RelWithDebInfo
 SOURCES = $(shell git ls-files '*.cpp' '*.h' 2>/dev/null)
 
-.PHONY: all deps build build-asan demo test check-format format bench clean
+.PHONY: all deps build build-asan build-release package install demo test check-format format bench clean
 
 all: build
 
@@ -16,12 +18,25 @@ deps:
 	@scripts/install-deps.sh
 
 build: deps
-	cmake -S . -B build -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) >/dev/null
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DNORVIK_WERROR=ON >/dev/null
 	cmake --build build -j $(JOBS)
 
 build-asan: deps
-	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DNORVIK_SANITIZE=ON >/dev/null
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DNORVIK_SANITIZE=ON -DNORVIK_WERROR=ON >/dev/null
 	cmake --build build-asan -j $(JOBS)
+
+# The build a user makes (Release), tests included, with warnings as errors: a new warning at
+# -O3 fails `make test` here instead of a user's build. Installing and packaging start from it.
+build-release: deps
+	cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DNORVIK_WERROR=ON >/dev/null
+	cmake --build build-release -j $(JOBS)
+
+package: build-release
+	cd build-release && cpack -G DEB
+
+PREFIX ?= /usr/local
+install: build-release
+	cmake --install build-release --prefix $(PREFIX)
 
 demo: build
 	@scripts/demo.sh build/cli/norvik
@@ -32,14 +47,14 @@ check-format: deps
 format:
 	clang-format -i $(SOURCES)
 
-test: build build-asan check-format
+test: build build-asan build-release check-format
 	scripts/with-pg-cluster.sh scripts/run-tests.sh
 	scripts/run-fuzz.sh build-fuzz
 
 bench: deps
-	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNORVIK_BUILD_BENCH=ON -DNORVIK_BUILD_TESTS=OFF >/dev/null
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNORVIK_BUILD_BENCH=ON -DNORVIK_BUILD_TESTS=OFF -DNORVIK_WERROR=ON >/dev/null
 	cmake --build build-bench -j $(JOBS)
 	scripts/with-pg-cluster.sh scripts/run-bench.sh build-bench
 
 clean:
-	rm -rf build build-asan build-bench build-fuzz out
+	rm -rf build build-asan build-release build-bench build-fuzz out

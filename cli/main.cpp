@@ -20,6 +20,7 @@ const char kUsage[] =
     "  --yes              answer Yes to every question (upgrades)\n"
     "  --json             machine-readable output where a command supports it\n"
     "  --help             this text; COMMAND --help tells about one command\n"
+    "  --version          the tool's version\n"
     "\n"
     "Commands:\n"
     "  init [--schema-version V]   create a new audit database (V: 7.14, or 7.08 7.10 7.12)\n"
@@ -102,6 +103,9 @@ int main(int argc, char** argv) {
         const std::string option = argv[i];
         if (option == "--help" || option == "-h") {
             std::cout << kUsage;
+            return cli::kExitOk;
+        } else if (option == "--version") {
+            std::cout << "norvik " NORVIK_VERSION "\n";
             return cli::kExitOk;
         } else if (option == "--db") {
             if (!TakeValue(argc, argv, i, &context.options.dbFile)) return cli::kExitUsage;

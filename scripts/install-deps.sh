@@ -9,6 +9,7 @@ packages=(
     unixodbc unixodbc-dev libsqliteodbc odbc-postgresql
     postgresql sqlite3
     libsodium-dev
+    help2man pkgconf dpkg-dev
 )
 
 missing=()

@@ -11,7 +11,7 @@ build=${1:-$root/build-fuzz}
 seconds=${NORVIK_FUZZ_SECONDS:-20}
 targets=(kb_file kb_query)
 
-CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNORVIK_BUILD_FUZZ=ON \
+CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNORVIK_BUILD_FUZZ=ON -DNORVIK_WERROR=ON \
     -DNORVIK_BUILD_TESTS=OFF >/dev/null
 cmake --build "$build" -j "${NORVIK_JOBS:-$(nproc)}" --target "${targets[@]/%/_fuzz}" >/dev/null
 

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The whole test suite: the normal build and the sanitizer build, each run against SQLite and
-# against one private PostgreSQL cluster started for the run (see with-pg-cluster.sh).
+# against one private PostgreSQL cluster started for the run (see with-pg-cluster.sh). The
+# Release build (built with its tests so that a warning at -O3 fails) is installed and packaged
+# by the tests labelled "install", which run there only.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(dirname "$here")
@@ -14,6 +16,10 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 status=0
 for build in build build-asan; do
     echo "== ctest in $build"
-    ctest --test-dir "$root/$build" -j "$jobs" --output-on-failure --timeout 300 || status=1
+    ctest --test-dir "$root/$build" -j "$jobs" --output-on-failure --timeout 300 -LE install || status=1
 done
+if [[ -d $root/build-release ]]; then
+    echo "== ctest in build-release (install and package)"
+    ctest --test-dir "$root/build-release" -j "$jobs" --output-on-failure -L install || status=1
+fi
 exit $status

@@ -68,7 +68,7 @@ TEST(CIndexRecSet, SeekFindsTheFirstEqualEntryOrTheInsertionPointAtEverySize) {
         std::vector<std::string> texts;
         for (ULong i = size; i-- > 0;) {
             values.push_back(2 * (2 * i / 3) + 2);
-            texts.push_back("t" + std::to_string(values.back()));
+            texts.push_back(kbtest::Numbered("t", values.back()));
             rows.push_back({std::to_string(values.back()), texts.back()});
         }
         std::sort(values.begin(), values.end());
@@ -87,7 +87,7 @@ TEST(CIndexRecSet, SeekFindsTheFirstEqualEntryOrTheInsertionPointAtEverySize) {
                 const auto [hit, first] = expected(values, key);
                 ASSERT_EQ(byNumber.SeekValue(key, false), hit) << size << " " << key;
                 ASSERT_EQ(byNumber.SeekValue(key, true), first) << size << " " << key;
-                const std::string text = "t" + std::to_string(key);
+                const std::string text = kbtest::Numbered("t", key);
                 const auto [textHit, firstText] = expected(texts, text);
                 ASSERT_EQ(byText.SeekText(text.c_str(), false), textHit) << size << " " << text;
                 ASSERT_EQ(byText.SeekText(text.c_str(), true), firstText) << size << " " << text;

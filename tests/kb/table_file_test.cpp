@@ -100,7 +100,7 @@ TEST(TableFile, WriteReadWriteIsByteForByte) {
     files.AddColumn(std::string(70000, 'c').c_str(), CTable::typeNumber);
     for (ULong i = 0; i < 3000; ++i) {
         files.SetText(files.AddRow(), 1,
-                      i % 3 ? ("f" + std::to_string(i % 700)).c_str() : std::string(300, 'p').c_str());
+                      i % 3 ? kbtest::Numbered("f", i % 700).c_str() : std::string(300, 'p').c_str());
         files.SetValue(i, 2, i * 2654435761u);
     }
     db.AddTable(files);
