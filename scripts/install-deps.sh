@@ -8,6 +8,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     unixodbc unixodbc-dev libsqliteodbc odbc-postgresql
     postgresql sqlite3
+    libpugixml-dev rapidjson-dev
 )
 
 missing=()
