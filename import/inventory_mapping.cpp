@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 #include <string_view>
 
@@ -234,35 +235,73 @@ InventoryHwSection& SectionAt(std::vector<InventoryHwSection>& sections, const s
     return sections.back();
 }
 
-bool IsVirtualAdapter(const ContentRecord& network) {
-    const std::string& virtualdev = network.Get("virtualdev");
+bool IsLoopbackAdapter(const ContentRecord& network) {
     const std::string description = FirstOf(network, "description");
-    const std::string type = FirstOf(network, "type");
-    return virtualdev == "1" || type == "loopback" || description == "lo" ||
-           description.rfind("WAN Miniport", 0) == 0;
+    return FirstOf(network, "type") == "loopback" || description == "lo" || description == "lo0" ||
+           description.rfind("Loopback", 0) == 0;
+}
+
+// Dial-up miniports carry made-up MAC addresses, often the same one on several of them.
+bool IsMiniportAdapter(const ContentRecord& network) {
+    return FirstOf(network, "description").rfind("WAN Miniport", 0) == 0;
+}
+
+bool IsVirtualAdapter(const ContentRecord& network) {
+    return network.Get("virtualdev") == "1" || IsLoopbackAdapter(network) || IsMiniportAdapter(network);
+}
+
+// The first usable IPv4 address of an adapter: not 0.0.0.0, not the loopback net, not a
+// link-local address that no one handed out.
+std::string UsableIPv4(const ContentRecord& network) {
+    for (const auto& text : network.All("ipaddress")) {
+        const auto address = ParseIPv4(text);
+        if (address && *address != 0 && (*address >> 24) != 127 && (*address >> 16) != 0xA9FE)
+            return std::string(Trim(text));
+    }
+    return {};
 }
 
 void MapNetworks(const std::vector<const ContentRecord*>& networks, Inventory& inventory) {
-    // A MAC address on several adapters of one machine identifies none of them.
-    std::map<std::string, int> uses;
+    // A MAC address on several physical adapters of one machine identifies none of them. Agents
+    // list an adapter once per address, so adapters are told apart by their description; virtual
+    // drivers bound to a physical adapter repeat its MAC and do not count.
+    std::map<std::string, std::set<std::string>> holders;
     for (const ContentRecord* network : networks)
-        if (const auto mac = NormalizeMac(FirstOf(*network, "macaddr|mac"))) ++uses[*mac];
+        if (const auto mac = NormalizeMac(FirstOf(*network, "macaddr|mac")); mac && !IsVirtualAdapter(*network))
+            holders[*mac].insert(FirstOf(*network, "description"));
+    auto usableMac = [&](const ContentRecord& network) -> std::optional<std::string> {
+        const auto mac = NormalizeMac(FirstOf(network, "macaddr|mac"));
+        if (!mac || holders[*mac].size() > 1) return std::nullopt;
+        return mac;
+    };
+    auto take = [&](const std::string& mac) {
+        auto& macs = inventory.identity.macs;
+        if (std::find(macs.begin(), macs.end(), mac) == macs.end()) macs.push_back(mac);
+    };
     for (const ContentRecord* network : networks) {
         if (IsVirtualAdapter(*network)) continue;
-        const auto mac = NormalizeMac(FirstOf(*network, "macaddr|mac"));
-        if (!mac || uses[*mac] > 1) continue;
-        if (std::find(inventory.identity.macs.begin(), inventory.identity.macs.end(), *mac) ==
-            inventory.identity.macs.end())
-            inventory.identity.macs.push_back(*mac);
-        if (!inventory.record.primaryIPv4.empty()) continue;
-        for (const auto& text : network->All("ipaddress")) {
-            const auto address = ParseIPv4(text);
-            // 0.0.0.0 is no address, 127.x the loopback, 169.254.x an address nobody gave.
-            if (!address || *address == 0 || (*address >> 24) == 127 || (*address >> 16) == 0xA9FE) continue;
-            inventory.record.primaryIPv4 = std::string(Trim(text));
+        const auto mac = usableMac(*network);
+        if (!mac) continue;
+        take(*mac);
+        const std::string address = UsableIPv4(*network);
+        if (inventory.record.primaryIPv4.empty() && !address.empty()) {
+            inventory.record.primaryIPv4 = address;
             inventory.record.primaryMac = *mac;
-            break;
         }
+    }
+    if (!inventory.record.primaryIPv4.empty()) return;
+    // Some agents flag every adapter virtual (macOS, some virtual machines): with no physical
+    // adapter holding an address, the first other adapter that is not a loopback or a miniport
+    // and holds one is the primary interface.
+    for (const ContentRecord* network : networks) {
+        if (IsLoopbackAdapter(*network) || IsMiniportAdapter(*network)) continue;
+        const auto mac = usableMac(*network);
+        const std::string address = UsableIPv4(*network);
+        if (!mac || address.empty()) continue;
+        take(*mac);
+        inventory.record.primaryIPv4 = address;
+        inventory.record.primaryMac = *mac;
+        return;
     }
 }
 
