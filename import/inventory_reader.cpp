@@ -15,8 +15,8 @@ namespace {
 std::size_t ContentStart(std::string_view text) {
     std::size_t start = 0;
     if (text.substr(0, 3) == "\xEF\xBB\xBF") start = 3;
-    while (start < text.size() && (text[start] == ' ' || text[start] == '\t' || text[start] == '\r' ||
-                                   text[start] == '\n'))
+    while (start < text.size() &&
+           (text[start] == ' ' || text[start] == '\t' || text[start] == '\r' || text[start] == '\n'))
         ++start;
     return start;
 }
@@ -44,10 +44,10 @@ bool ReadInventory(const std::string& name, std::string_view text, Inventory& in
         case InventoryFormat::Xml: read = ReadXmlContent(text, content, failure); break;
         case InventoryFormat::Json: read = ReadJsonContent(text, content, failure); break;
         case InventoryFormat::Unknown:
-            failure = ErrorAt(text, ContentStart(text),
-                              ContentStart(text) >= text.size()
-                                  ? "the file is empty"
-                                  : "not an inventory (neither an XML nor a JSON document)");
+            failure =
+                ErrorAt(text, ContentStart(text),
+                        ContentStart(text) >= text.size() ? "the file is empty"
+                                                          : "not an inventory (neither an XML nor a JSON document)");
             break;
     }
     if (!read) {

@@ -19,6 +19,19 @@ const char* const kSystemCategory = "System";
 
 CString Column(const std::string& text) { return CString(CutToColumn(text, kImportColumnLimit).c_str()); }
 
+// A category path with each of its pieces cut to the column.
+std::string ColumnPath(const std::string& path) {
+    std::string cut;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t bar = path.find(kDelimiter, start);
+        cut += CutToColumn(std::string_view(path).substr(start, bar - start), kImportColumnLimit);
+        if (bar == std::string::npos) return cut;
+        cut += kDelimiter;
+        start = bar + 1;
+    }
+}
+
 }  // namespace
 
 CInventoryWriter::CInventoryWriter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
@@ -76,10 +89,9 @@ bool CInventoryWriter::Identify(const Inventory& inventory, CTime when, ImportOu
         }
     }
     if (outcome.asset == 0) {
-        const ULong ipLocation =
-            inventory.record.primaryIPv4.empty()
-                ? 0
-                : m_db.locFindByIP(CIPAddress(CString(inventory.record.primaryIPv4.c_str())));
+        const ULong ipLocation = inventory.record.primaryIPv4.empty()
+                                     ? 0
+                                     : m_db.locFindByIP(CIPAddress(CString(inventory.record.primaryIPv4.c_str())));
         const ULong location = ipLocation ? ipLocation : m_placement.given ? m_placement.location : 0;
         outcome.asset = m_db.AddAsset(name, location, 0, 1, when);
         outcome.newAsset = true;
@@ -199,7 +211,8 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     };
     std::vector<Planned> planned;
     std::set<std::string> names;
-    auto plan = [&](const std::string& path, const std::vector<InventoryHwValue>& values) {
+    auto plan = [&](const std::string& wholePath, const std::vector<InventoryHwValue>& values) {
+        const std::string path = ColumnPath(wholePath);
         for (const auto& value : values) {
             Planned item{path, Column(value.key), Column(value.value), value.display};
             if (names.insert(path + "." + item.key.str()).second) planned.push_back(std::move(item));

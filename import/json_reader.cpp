@@ -74,8 +74,8 @@ bool ReadJsonContent(std::string_view text, InventoryContent& content, ContentEr
     rapidjson::Document document;
     document.Parse<kFlags>(text.data(), text.size());
     if (document.HasParseError()) {
-        const bool truncated = document.GetParseError() != rapidjson::kParseErrorDocumentEmpty &&
-                               document.GetErrorOffset() >= text.size();
+        const bool truncated =
+            document.GetParseError() != rapidjson::kParseErrorDocumentEmpty && document.GetErrorOffset() >= text.size();
         error = ErrorAt(text, document.GetErrorOffset(),
                         truncated ? "the document ends before its values are closed (truncated file)"
                                   : rapidjson::GetParseError_En(document.GetParseError()));

@@ -53,8 +53,9 @@ bool ReadXmlContent(std::string_view text, InventoryContent& content, ContentErr
         const bool truncated = end == std::string_view::npos || text[end] != '>' ||
                                (result.status == pugi::status_end_element_mismatch &&
                                 static_cast<std::size_t>(result.offset) + 1 >= text.size());
-        error = truncated ? ErrorAt(text, text.size(), "the document ends before its elements are closed (truncated file)")
-                          : ErrorAt(text, static_cast<std::size_t>(result.offset), result.description());
+        error = truncated
+                    ? ErrorAt(text, text.size(), "the document ends before its elements are closed (truncated file)")
+                    : ErrorAt(text, static_cast<std::size_t>(result.offset), result.description());
         return false;
     }
     const pugi::xml_node root = document.document_element();

@@ -23,10 +23,14 @@ TEST(Identifiers, MacAddressesTakeOneFormAndRefuseNoAddresses) {
         const char* text;
         const char* mac;  // null: refused
     } cases[] = {
-        {"00:1e:4f:12:34:56", "00:1E:4F:12:34:56"}, {"00-1E-4F-12-34-56", "00:1E:4F:12:34:56"},
-        {" 9c:b6:d0:00:11:22 ", "9C:B6:D0:00:11:22"}, {"00:00:00:00:00:00", nullptr},
-        {"ff:ff:ff:ff:ff:ff", nullptr},            {"00:1e:4f:12:34", nullptr},
-        {"00:1e:4f:12:34:5g", nullptr},            {"001e4f123456", nullptr},
+        {"00:1e:4f:12:34:56", "00:1E:4F:12:34:56"},
+        {"00-1E-4F-12-34-56", "00:1E:4F:12:34:56"},
+        {" 9c:b6:d0:00:11:22 ", "9C:B6:D0:00:11:22"},
+        {"00:00:00:00:00:00", nullptr},
+        {"ff:ff:ff:ff:ff:ff", nullptr},
+        {"00:1e:4f:12:34", nullptr},
+        {"00:1e:4f:12:34:5g", nullptr},
+        {"001e4f123456", nullptr},
         {"00:1e:4f:12:34:56:78", nullptr},
     };
     for (const auto& c : cases) {
@@ -51,9 +55,12 @@ TEST(Identifiers, AgentDateFormsBecomeOneForm) {
         const char* text;
         const char* date;  // null: not a date
     } cases[] = {
-        {"2011-03-02 10:44:46", "2011-03-02 10:44:46"}, {"2016-01-07", "2016-01-07 00:00:00"},
-        {"2009-02-04T00:00:00Z", "2009-02-04 00:00:00"}, {"06/23/2009", "2009-06-23 00:00:00"},
-        {"not a date", nullptr},                          {"2011-13-02", nullptr},
+        {"2011-03-02 10:44:46", "2011-03-02 10:44:46"},
+        {"2016-01-07", "2016-01-07 00:00:00"},
+        {"2009-02-04T00:00:00Z", "2009-02-04 00:00:00"},
+        {"06/23/2009", "2009-06-23 00:00:00"},
+        {"not a date", nullptr},
+        {"2011-13-02", nullptr},
         {"", nullptr},
     };
     for (const auto& c : cases) {
@@ -77,8 +84,8 @@ TEST(Identifiers, NumbersAreReadOnlyInTheirOwnUnit) {
 TEST(Identifiers, CuttingToAColumnNeverSplitsACharacter) {
     EXPECT_EQ(CutToColumn("abcdef", 4), "abcd");
     EXPECT_EQ(CutToColumn("abc", 4), "abc");
-    EXPECT_EQ(CutToColumn("ab\xC3\xA9z", 3), "ab");            // é is two bytes: not cut in half
-    EXPECT_EQ(CutToColumn("ab\xC3\xA9z", 4), "ab\xC3\xA9");    // ... kept whole when it fits
+    EXPECT_EQ(CutToColumn("ab\xC3\xA9z", 3), "ab");                         // é is two bytes: not cut in half
+    EXPECT_EQ(CutToColumn("ab\xC3\xA9z", 4), "ab\xC3\xA9");                 // ... kept whole when it fits
     EXPECT_EQ(CutToColumn("\xE2\x82\xAC\xE2\x82\xAC", 5), "\xE2\x82\xAC");  // a three-byte euro sign
     EXPECT_EQ(CutToColumn("\x80\x80\x80", 2), "");                          // stray continuation bytes
 }

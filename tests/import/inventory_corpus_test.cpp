@@ -3,8 +3,8 @@
 // independently of the readers: by XPath over the XML and straight from the JSON tree.
 #include <gtest/gtest.h>
 
-#include <pugixml.hpp>
 #include <rapidjson/document.h>
+#include <pugixml.hpp>
 
 #include <algorithm>
 #include <filesystem>

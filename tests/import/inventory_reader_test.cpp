@@ -77,7 +77,8 @@ TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
          "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
         {"{\"action\": \"contact\", \"content\": {}}",
          "in: line 1, column 1: not an inventory (its \"action\" is not \"inventory\")"},
-        {"  {\"action\": \"inventory\", \"content\": [1]}", "in: line 1, column 3: not an inventory (no \"content\" object)"},
+        {"  {\"action\": \"inventory\", \"content\": [1]}",
+         "in: line 1, column 3: not an inventory (no \"content\" object)"},
         {"{\"action\": \"inventory\",\n \"content\": {\"hardware\": {\"name\": \"a\",}}}",
          "in: line 2, column 39: Missing a name for object member."},
         {"{\"content\": {\"hardware\": {\"name\": \"a\"}}} trailing",
@@ -127,7 +128,8 @@ TEST(InventoryReader, XmlInventoryMapsIdentityRecordAndOperatingSystem) {
     // The older HARDWARE fields win over the newer OPERATINGSYSTEM section's.
     EXPECT_EQ(Item(inventory, "", "Name"), "Microsoft Windows 7 Entreprise/0");
     EXPECT_EQ(Item(inventory, "", "Comments"), "Service Pack 1/0");
-    EXPECT_EQ(Item(inventory, "", "Registered Owner"), "Soci\xC3\xA9t\xC3\xA9 G\xC3\xA9n\xC3\xA9rale d'\xC3\x89tudes/0");
+    EXPECT_EQ(Item(inventory, "", "Registered Owner"),
+              "Soci\xC3\xA9t\xC3\xA9 G\xC3\xA9n\xC3\xA9rale d'\xC3\x89tudes/0");
     EXPECT_EQ(Item(inventory, "", "Time Zone"), "Europe/Berlin/0");
     EXPECT_EQ(Item(inventory, "", "Install Date"), std::to_string(CTime(2011, 1, 15, 8, 0, 0).GetTime()) + "/4");
 }
@@ -182,7 +184,9 @@ TEST(InventoryReader, XmlSoftwareKeepsBytesEntitiesLongNamesAndFolders) {
     EXPECT_EQ(office->publisher, "Contoso Software");
     EXPECT_EQ(office->version, "14.0");
     EXPECT_EQ(office->folder, "C:\\Program Files\\Office Suite");
-    const InventorySoftware* tool = Software(inventory, "\xC3\x9c" "berwachung Tool");
+    const InventorySoftware* tool = Software(inventory,
+                                             "\xC3\x9c"
+                                             "berwachung Tool");
     ASSERT_NE(tool, nullptr);
     EXPECT_EQ(tool->publisher, "M\xC3\xBCller & S\xC3\xB6hne GmbH");
     EXPECT_EQ(tool->version, "1.2 \xC3\x9F");
@@ -205,7 +209,7 @@ TEST(InventoryReader, PlaceholderIdentifiersAndNoAddressesLeaveIdentityEmpty) {
     EXPECT_EQ(inventory.record.category, "Computer");
     EXPECT_EQ(Item(inventory, "BIOS", "Date"), "not a date/0");
     EXPECT_EQ(Item(inventory, "System", "Memory"), "3 GB/0");  // another unit: kept as text
-    ASSERT_EQ(inventory.software.size(), 1u);  // the entry without a name is left out
+    ASSERT_EQ(inventory.software.size(), 1u);                  // the entry without a name is left out
     EXPECT_EQ(inventory.software[0].name, "bash");
 }
 
