@@ -54,6 +54,7 @@ bool CInventoryWriter::Apply(const Inventory& inventory, ImportOutcome& outcome,
                          WriteHardware(inventory, when, outcome, reason);
     if (written && m_transactions.Commit()) return true;
     m_transactions.Rollback();
+    m_categories.clear();
     error = inventory.hostName + ": " + (written ? "the database refused to commit the inventory" : reason);
     outcome = ImportOutcome{};
     return false;
@@ -199,7 +200,10 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     CHwList before;
     if (!outcome.newAsset) m_db.hwEnumAll(asset, before, 0);
     std::map<std::string, const CHwItem*> old;
-    for (const CHwItem& item : before) old.emplace(item.Name().str(), &item);
+    for (const CHwItem& item : before) {
+        old.emplace(item.Name().str(), &item);
+        m_categories.emplace(item.path.str(), item.parent);
+    }
 
     // The model's values as hwEnumAll will list them, "path.key" made unique (a repeated key in
     // one category keeps its first value, as the tree holds one node per key).
@@ -233,11 +237,10 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
         return false;
     }
 
-    std::map<std::string, ULong> categories;
     CHwList after;
     ULong changes = removed;
     for (const Planned& item : planned) {
-        ULong& category = categories[item.path];
+        ULong& category = m_categories[item.path];
         if (category == 0) category = m_db.hwAdd(item.path.c_str(), kDelimiter, CNorvik::kHwCategory);
         if (category == 0) {
             reason = "the hardware category " + item.path + " cannot be added";

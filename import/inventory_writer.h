@@ -2,6 +2,7 @@
 // works on any back end. One inventory is one transaction: it is written whole or not at all.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "import/import_transactions.h"
@@ -50,4 +51,7 @@ private:
     CNorvik& m_db;
     ImportTransactions& m_transactions;
     ImportPlacement m_placement;
+    // Category path -> HW _ID. The skeleton is shared by every asset and never shrinks, so it is
+    // walked once per path; forgotten when a transaction rolls back (its new nodes are gone).
+    std::map<std::string, ULong> m_categories;
 };
