@@ -39,6 +39,10 @@ CInventoryWriter::CInventoryWriter(CNorvik& db, ImportTransactions& transactions
 
 bool CInventoryWriter::Apply(const Inventory& inventory, ImportOutcome& outcome, std::string& error) {
     outcome = ImportOutcome{};
+    if (inventory.hostName.empty()) {
+        error = "(no name): the inventory names no host";
+        return false;
+    }
     CTime when = CTime::GetCurrentTime();
     if (!inventory.date.empty()) {
         DateTimeParts parts;

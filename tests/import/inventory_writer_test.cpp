@@ -236,6 +236,9 @@ TEST_P(InventoryWriter, FailedInventoryLeavesTheDatabaseAsItWas) {
     EXPECT_EQ(error, "WS-1: the database refused to commit the inventory");
     EXPECT_FALSE(writer.Apply(Machine("WS-NEW", "SER-NEW"), outcome, error));
     EXPECT_EQ(outcome.asset, 0u);
+    SqlImportTransactions committing(*db_);
+    EXPECT_FALSE(CInventoryWriter(*db_, committing).Apply(Machine("", "SER-NEW"), outcome, error));
+    EXPECT_EQ(error, "(no name): the inventory names no host");
     EXPECT_EQ(Count("HW"), hw);
     EXPECT_EQ(Count("HISTORY"), history);
     EXPECT_EQ(Count("ASSET"), assets);
