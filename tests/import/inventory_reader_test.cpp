@@ -196,6 +196,18 @@ TEST(InventoryReader, XmlSoftwareKeepsBytesEntitiesLongNamesAndFolders) {
     EXPECT_EQ(longest->name.size(), 2000u);  // uncut in the model: the writer cuts to the column
 }
 
+TEST(InventoryReader, RenamedFixtureKeepsTheIdentityAndLosesOneSoftware) {
+    const Inventory before = ReadFixture("workstation.xml");
+    const Inventory after = ReadFixture("workstation-renamed.xml");
+    EXPECT_EQ(after.hostName, "WS-BETA");
+    EXPECT_EQ(after.identity.biosSerial, before.identity.biosSerial);
+    EXPECT_EQ(after.identity.systemUuid, before.identity.systemUuid);
+    EXPECT_EQ(after.software.size() + 1, before.software.size());
+    EXPECT_EQ(Software(after, "Removed Later"), nullptr);
+    EXPECT_EQ(Item(after, "Processors|Processor 1", "Speed"), "2600/7");
+    EXPECT_EQ(Section(after, "Printers|Office Laser"), nullptr);
+}
+
 TEST(InventoryReader, PlaceholderIdentifiersAndNoAddressesLeaveIdentityEmpty) {
     const Inventory inventory = ReadFixture("placeholders.ocs");
     EXPECT_EQ(inventory.hostName, "OCS-NODE");
