@@ -98,5 +98,6 @@ int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
+int RunApp(Context& context);       // cmd_app.cpp
 
 }  // namespace cli

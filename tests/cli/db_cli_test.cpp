@@ -229,6 +229,60 @@ TEST_P(DbTool, Upgrade) {
               "Administrator\n");
 }
 
+TEST_P(DbTool, AppMergeDuplicatesLosesNothing) {
+    Seeder& db = Db();
+    const CTime when(1700000000);
+    const ULong pc = db.AddAsset("PC1", 0, 0, 0, when);
+    const ULong pc2 = db.AddAsset("PC2", 0, 0, 0, when);
+    const ULong kept = db.applicationAdd("Acme", "Editor", 1);
+    const ULong dup = db.InsertRecord("APPS", "_MFR,_APP,_LICTYPE,_LICCOUNT", "'Acme','Editor',3,25");
+    const ULong fan = db.applicationAdd("Acme", "Fan", 1);
+    db.applicationSetAlias(fan, dup);
+    const ULong keptInst = db.applicationAddInstance(pc, kept, "", "1.0", 0);
+    const ULong dupInst = db.applicationAddInstance(pc2, dup, "S-9", "2.0", 0);
+    const ULong file = db.InsertRecord("SWFILE", "_NAME,_APPID", CString::Formatted("'e.exe',%d", int(dup)));
+    db_.reset();
+
+    EXPECT_NE(Ok({"app", "duplicates"}).find("Acme Editor"), std::string::npos);
+    EXPECT_EQ(Ok({"app", "merge-duplicates"}), "merged 1 duplicate row(s)\n");
+    Seeder& after = Db();
+    EXPECT_EQ(after.applicationGetName(dup, 0, 1), "");
+    EXPECT_EQ(after.SelectNumber("APPINST", "_APP", keptInst), kept);
+    EXPECT_EQ(after.SelectNumber("APPINST", "_APP", dupInst), kept);
+    EXPECT_EQ(after.SelectText("APPINST", "_SERIAL", dupInst), "S-9");
+    EXPECT_EQ(after.SelectNumber("SWFILE", "_APPID", file), kept);
+    EXPECT_EQ(after.applicationGetAlias(fan), kept);
+    EXPECT_EQ(after.SelectNumber("APPS", "_LICTYPE", kept), 3u);
+    EXPECT_EQ(after.SelectNumber("APPS", "_LICCOUNT", kept), 25u);
+    db_.reset();
+    EXPECT_EQ(Ok({"app", "merge-duplicates"}), "merged 0 duplicate row(s)\n");
+    EXPECT_EQ(Ok({"--json", "app", "list", "--asset", "PC2"}),
+              "[{\"id\": " + std::to_string(kept) +
+                  ", \"publisher\": \"Acme\", \"name\": \"Editor\", \"version\": \"2.0\", \"files\": 0, "
+                  "\"instance\": " +
+                  std::to_string(dupInst) + ", \"serial\": \"S-9\"}]\n");
+}
+
+TEST_P(DbTool, AppNamesAndRefusals) {
+    EXPECT_EQ(Ok({"asset", "add", "PC1"}).empty(), false);
+    const std::string editor = Ok({"app", "add", "Acme", "Editor"});
+    EXPECT_EQ(Ok({"app", "add", "Acme", "Editor"}), editor);
+    Ok({"app", "add", "Beta", "Editor"});
+    Ok({"app", "add", "Acme", "Caf\xe9 100%"});
+    ExpectRefused(Run({"app", "install", "PC1", "Editor"}), 1, "2 applications are named 'Editor'");
+    EXPECT_FALSE(Ok({"app", "install", "PC1", "Acme Editor", "--version", "2.0"}).empty());
+    ExpectRefused(Run({"app", "install", "PC1", "Acme Editor"}), 1, "already");
+    Ok({"app", "install", "PC1", "Caf\xe9 100%"});
+    Ok({"app", "alias", "Beta Editor", "Acme Editor"});
+    ExpectRefused(Run({"app", "alias", "Acme Editor", "Beta Editor"}), 1, "cycle");
+    ExpectRefused(Run({"app", "add", "Acme", ""}), 2);
+    ExpectRefused(Run({"app", "remove", "PC1", "Beta Editor"}), 1, "no instance");
+    EXPECT_EQ(Ok({"app", "rename-publisher", "Acme", "Acme's"}), "renamed the publisher of 2 application(s)\n");
+    EXPECT_EQ(Ok({"app", "publishers", "--asset", "PC1"}), "Acme's\n");
+    Ok({"app", "remove", "PC1", "Acme's Editor"});
+    EXPECT_EQ(Ok({"app", "purge-unreferenced"}), "deleted 2 unreferenced application(s)\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(, DbTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
                          [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
 

@@ -1,0 +1,278 @@
+// The application catalogue and instances on both engines: the two stored procedures, display
+// names and aliases, the instance cache, the labels of the enumerations, and hostile texts.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "kb/kb_files.h"
+#include "support/engine_test.h"
+
+namespace {
+
+class Applications : public EngineTest {
+protected:
+    ULong Asset(const char* name) { return db_->AddAsset(name, 0, 0, 0, CTime(1700000000)); }
+
+    static std::vector<std::string> Texts(const CSortList& list) {
+        std::vector<std::string> texts;
+        for (const CSortItem& item : list) texts.push_back(item.text.str());
+        return texts;
+    }
+};
+
+TEST_P(Applications, AddAppFindsTheExistingRowOrCreatesOneWithTheFlags) {
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 5);
+    ASSERT_NE(editor, 0u);
+    EXPECT_EQ(db_->applicationAdd("Acme", "Editor", 9), editor);
+    EXPECT_EQ(db_->applicationGetFlags(editor), 5u);  // the existing row keeps its flags
+    const ULong other = db_->applicationAdd("Acme", "editor", 0);
+    EXPECT_NE(other, editor);  // names compare exactly
+    EXPECT_NE(db_->applicationAdd("", "Editor", 0), editor);
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, AddInstanceCreatesThenCountsFiles) {
+    const ULong pc = Asset("PC1");
+    const ULong app = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong manual = db_->applicationAddInstance(pc, app, "SER-1", "2.0", 0);
+    ASSERT_NE(manual, 0u);
+    db_->applicationFindInst(pc, app);
+    EXPECT_EQ(db_->newGetAppInstSerial(manual), "SER-1");  // the first text is the serial
+    EXPECT_EQ(db_->applicationGetVersion(manual), "2.0");  // the second the version
+    EXPECT_EQ(db_->newGetAppInstFiles(manual), 0u);
+    EXPECT_EQ(db_->applicationAddInstance(pc, app, "other", "3.0", 2), manual);
+    EXPECT_EQ(db_->applicationGetVersion(manual), "2.0");  // an existing instance keeps its texts
+
+    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 1);
+    const ULong fromFile = db_->applicationAddInstance(pc, viewer, "", "", 2);
+    db_->applicationAddInstance(pc, viewer, "", "", 2);
+    db_->applicationAddInstance(pc, viewer, "", "", 2);
+    db_->applicationFindInst(pc, viewer);
+    EXPECT_EQ(db_->newGetAppInstFiles(fromFile), 3u);
+    EXPECT_EQ(db_->newGetAppInstFlags(fromFile), 2u);
+    EXPECT_EQ(db_->newGetAppInstAppID(fromFile), viewer);
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, DisplayNameJoinsPublisherAndNameAndFollowsAliasesByDepth) {
+    const ULong a = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong b = db_->applicationAdd("Beta", "Writer", 1);
+    const ULong c = db_->applicationAdd("", "Tool", 1);
+    EXPECT_EQ(db_->applicationGetName(a, 0, 1), "Acme Editor");
+    EXPECT_EQ(db_->applicationGetName(a, 0, 0), "Editor");
+    EXPECT_EQ(db_->applicationGetName(c, 0, 1), "Tool");
+    EXPECT_EQ(db_->applicationGetName(9999, 0, 1), "");
+    ASSERT_EQ(db_->applicationSetAlias(a, b), 1);
+    ASSERT_EQ(db_->applicationSetAlias(b, c), 1);
+    EXPECT_EQ(db_->applicationGetAlias(a), b);
+    EXPECT_EQ(db_->applicationGetName(a, 0, 1), "Acme Editor");
+    EXPECT_EQ(db_->applicationGetName(a, 1, 1), "Beta Writer");
+    EXPECT_EQ(db_->applicationGetName(a, 5, 1), "Tool");
+    // A publisher never follows the alias, whatever the depth.
+    EXPECT_EQ(db_->GetAppPublisher(a, 0), "Acme");
+    EXPECT_EQ(db_->GetAppPublisher(a, 3), "Acme");
+    // The aliases of c: b directly, then a found below b.
+    CDynaList<ULong> aliases;
+    EXPECT_EQ(db_->newEnumAppAliases(c, aliases), 2u);
+    EXPECT_EQ(aliases[0], b);
+    EXPECT_EQ(aliases[1], a);
+}
+
+TEST_P(Applications, FindInstReturnsZeroAndTheCacheKeepsItsDescribedResets) {
+    const ULong pc = Asset("PC1");
+    const ULong app = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong other = db_->applicationAdd("Acme", "Viewer", 1);
+    const ULong inst = db_->applicationAddInstance(pc, app, "S-1", "", 2);
+    EXPECT_EQ(db_->applicationFindInst(pc, app), 0u);
+    EXPECT_EQ(db_->applicationFindInst(pc, other), 0u);  // not found: the cache keeps the last row
+    EXPECT_EQ(db_->newGetAppInstAppID(inst), app);
+    EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
+    // applicationAddInstance leaves the cache alone: it still answers the count it read.
+    db_->applicationAddInstance(pc, app, "", "", 2);
+    EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
+    // applicationRemove empties the cache key; the next read goes to the table.
+    const ULong second = db_->applicationAddInstance(pc, other, "S-2", "", 0);
+    ASSERT_EQ(db_->applicationRemove(pc, other), 1);
+    EXPECT_EQ(db_->applicationIsInstalled(pc, other), 0);
+    EXPECT_EQ(db_->applicationIsInstalled(pc, app), 1);
+    EXPECT_EQ(db_->newGetAppInstFiles(inst), 2u);
+    // A missing instance leaves the values the cache held.
+    EXPECT_EQ(db_->newGetAppInstSerial(second), "S-1");
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
+    const ULong pc = Asset("PC1");
+    const ULong pc2 = Asset("PC2");
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 3);
+    const ULong old = db_->applicationAdd("Acme", "Old Editor", 1);
+    db_->applicationSetAlias(old, editor);
+    const ULong i1 = db_->applicationAddInstance(pc, editor, "123", "2.0", 0);
+    const ULong i2 = db_->applicationAddInstance(pc, viewer, "", "", 0);
+    const ULong i3 = db_->applicationAddInstance(pc2, old, "", "1.0", 0);
+
+    CSortList withVersion;
+    EXPECT_EQ(db_->EnumApplicationInstances(pc, 1, withVersion, 0, 0), 2u);
+    EXPECT_EQ(Texts(withVersion), (std::vector<std::string>{"Editor [2.0]", "Viewer"}));
+    EXPECT_EQ(withVersion[0].id, i1);
+    CSortList masked;  // every bit of the mask is needed
+    db_->EnumApplicationInstances(pc, 0, masked, 3, 0);
+    EXPECT_EQ(Texts(masked), std::vector<std::string>{"Viewer"});
+    CSortList aliased;  // named through one alias level
+    db_->EnumApplicationInstances(pc2, 1, aliased, 0, 0);
+    EXPECT_EQ(Texts(aliased), std::vector<std::string>{"Editor [1.0]"});
+
+    CSortList labelled, plain;
+    EXPECT_EQ(db_->newEnumAppInstByApp(editor, labelled, "Office"), 2u);
+    // The aliased row's instances first; the item's ID is the asset, the extra the instance.
+    EXPECT_EQ(Texts(labelled), (std::vector<std::string>{"Office", "Office [123]"}));
+    EXPECT_EQ(labelled[0].id, pc2);
+    EXPECT_EQ(labelled[0].extra, i3);
+    EXPECT_EQ(labelled[1].extra, i1);
+    db_->newEnumAppInstByApp(editor, plain, nullptr);
+    EXPECT_EQ(Texts(plain), (std::vector<std::string>{"", "123"}));
+    (void)i2;
+}
+
+TEST_P(Applications, FlagsRoundTripAllThirtyTwoBits) {
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0x80000001);
+    EXPECT_EQ(db_->applicationGetFlags(app), 0x80000001u);
+    EXPECT_EQ(db_->applicationGetFlag(app, 0x80000000), 1);
+    EXPECT_EQ(db_->applicationGetFlag(app, 0x6), 0);
+    ASSERT_EQ(db_->applicationSetFlag(app, 0x4, 1), 1);
+    ASSERT_EQ(db_->applicationSetFlag(app, 0x80000000, 0), 1);
+    EXPECT_EQ(db_->applicationGetFlags(app), 0x5u);
+    const ULong pc = Asset("PC1");
+    const ULong inst = db_->applicationAddInstance(pc, app, "", "", 0xFFFFFFFE);
+    EXPECT_EQ(db_->newGetAppInstFlags(inst), 0xFFFFFFFEu);
+}
+
+TEST_P(Applications, DeletionsTakeTheInstancesWithThem) {
+    const ULong pc = Asset("PC1");
+    const ULong pc2 = Asset("PC2");
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 1);
+    db_->applicationAddInstance(pc, editor, "", "", 0);
+    db_->applicationAddInstance(pc2, editor, "", "", 0);
+    db_->applicationAddInstance(pc, viewer, "", "", 0);
+    ASSERT_EQ(db_->applicationDelete(editor), 1);
+    EXPECT_EQ(db_->applicationGetName(editor, 0, 1), "");
+    EXPECT_EQ(db_->applicationIsInstalled(pc2, editor), 0);
+    EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 1);
+    db_->ExecuteStatement(CString::Formatted("insert into SWLINK (_ASSET,_FOLDER,_FILE) values (%d,1,0)", int(pc)));
+    ASSERT_EQ(db_->DeleteSw(pc), 1);
+    EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 0);
+    CSortList orphans;
+    EXPECT_EQ(db_->enumOrphans(orphans), 0u);
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, FindMatchesTheFullDisplayNameOfInstalledFlaggedRows) {
+    const ULong pc = Asset("PC1");
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong unflagged = db_->applicationAdd("Acme", "Viewer", 4);
+    db_->applicationAdd("Acme", "Uninstalled", 2);
+    db_->applicationAddInstance(pc, editor, "", "", 0);
+    db_->applicationAddInstance(pc, unflagged, "", "", 0);
+    EXPECT_EQ(db_->applicationFind("Acme Editor"), editor);
+    EXPECT_EQ(db_->applicationFind("Editor"), 0u);
+    EXPECT_EQ(db_->applicationFind("acme editor"), 0u);
+    EXPECT_EQ(db_->applicationFind("Acme Viewer"), 0u);
+    EXPECT_EQ(db_->applicationFind("Acme Uninstalled"), 0u);
+}
+
+TEST_P(Applications, HostileTextsRoundTripInPublishersNamesAndInstances) {
+    const std::string quote = "O'Neil ''x'' 100% a_b \\";
+    const std::string high = "Caf\xe9 \xff\x80";
+    const std::string longName(300, 'n');
+    const ULong pc = Asset("PC1");
+    for (const auto& [publisher, name] :
+         {std::pair{quote, high}, std::pair{high, longName}, std::pair{std::string("%"), std::string("_")}}) {
+        const ULong app = db_->applicationAdd(publisher.c_str(), name.c_str(), 1);
+        ASSERT_NE(app, 0u) << AllMessages();
+        EXPECT_EQ(db_->applicationAdd(publisher.c_str(), name.c_str(), 1), app);
+        EXPECT_EQ(db_->applicationGetName(app, 0, 1).str(), publisher + " " + name);
+        EXPECT_EQ(db_->GetAppPublisher(app, 0).str(), publisher);
+        const ULong inst = db_->applicationAddInstance(pc, app, quote.c_str(), high.c_str(), 0);
+        db_->applicationFindInst(pc, app);
+        EXPECT_EQ(db_->newGetAppInstSerial(inst).str(), quote);
+        EXPECT_EQ(db_->applicationGetVersion(inst).str(), high);
+        CSortList byPublisher;
+        db_->EnumAppsByPublisher(pc, publisher.c_str(), 0, byPublisher, 1);
+        EXPECT_EQ(Texts(byPublisher), std::vector<std::string>{name});
+    }
+    // Wildcards are plain characters: "%" does not match every publisher.
+    CSortList percent;
+    db_->EnumAppsByPublisher(0, "%", 0, percent, 1);
+    EXPECT_EQ(percent.GetCount(), 1u);
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, MergeKbAppsConvertsReferencesFrom65535On) {
+    kbtest::ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    kbtest::WriteCurrentFile(path);
+    ASSERT_EQ(kb_.Open(path.c_str()), 1);
+    const ULong existing = db_->applicationAdd("Acme", "Editor", 0);
+    // SWAPP 3 "7.2" lies below 2 "Scribe" below 1 "Quillsoft": the row is named after the parent
+    // and the grandparent. 65535 carries reference 0, which has neither.
+    ULong ids[] = {existing, 65534, 65535, 3u << 16, 2u << 16};
+    db_->newMergeKBApps(ids, 5);
+    EXPECT_EQ(ids[0], existing);
+    EXPECT_EQ(ids[1], 65534u);
+    EXPECT_EQ(db_->applicationGetName(ids[2], 0, 1), "");
+    EXPECT_NE(ids[2], 0u);
+    EXPECT_EQ(db_->applicationGetName(ids[3], 0, 1), "Quillsoft Scribe");
+    EXPECT_EQ(db_->applicationGetFlags(ids[3]), 1u);
+    EXPECT_EQ(db_->applicationGetName(ids[4], 0, 1), "Quillsoft");  // parent only: no publisher
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, ReRecogniseAssignsUnassignedFilesAndCountsThemIntoInstances) {
+    kbtest::ScratchFolder folder;
+    const std::string path = folder.File("kb.ids");
+    // SWAPP 3 "7.2" lies below "Scribe" below "Quillsoft": its files make "Quillsoft Scribe".
+    kbtest::WriteCurrentFile(path, kbtest::SysFileTable({{"scribe.exe", "3", "0", "0", "0", "0", "2"},
+                                                         {"scribe.dll", "3", "0", "0", "0", "0", "0"},
+                                                         {"lonely.dll", "2", "0", "0", "0", "0", "0"}}));
+    ASSERT_EQ(kb_.Open(path.c_str()), 1);
+    const ULong pc = Asset("PC1");
+    const ULong pc2 = Asset("PC2");
+    const ULong mine = db_->applicationAdd("Site", "Own", 1);
+    auto file = [&](const char* name, ULong app) {
+        return db_->InsertRecord("SWFILE", "_NAME,_SIZE,_CRC,_APPID",
+                                 CString::Formatted("'%s',10,0,%d", name, int(app)));
+    };
+    auto link = [&](ULong asset, ULong f) {
+        db_->InsertRecord("SWLINK", "_ASSET,_FOLDER,_FILE,_FDATE", CString::Formatted("%d,1,%d,0", int(asset), int(f)));
+    };
+    const ULong exe = file("scribe.exe", 0);
+    const ULong dll = file("scribe.dll", 0);
+    const ULong lonely = file("lonely.dll", 0);
+    const ULong kept = file("scribe.exe", mine);  // assigned by hand: stays
+    link(pc, exe);
+    link(pc, dll);
+    link(pc, lonely);
+    link(pc, kept);
+    link(pc2, dll);
+
+    EXPECT_EQ(db_->ReRecognise(pc), 2u);
+    const ULong scribe = db_->SelectNumber("SWFILE", "_APPID", exe);
+    EXPECT_EQ(db_->applicationGetName(scribe, 0, 1), "Quillsoft Scribe");
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", dll), scribe);
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", lonely), 0u);  // no key file of its application
+    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", kept), mine);
+    CDynaList<ULong> instances;
+    db_->EnumIds("APPINST", CString::Formatted("_ASSET=%d and _APP=%d", int(pc), int(scribe)), instances);
+    ASSERT_EQ(instances.GetCount(), 1u);
+    EXPECT_EQ(db_->newGetAppInstFiles(instances[0]), 2u);
+    EXPECT_EQ(db_->applicationIsInstalled(pc2, scribe), 1);  // the shared file's other holder
+    EXPECT_EQ(db_->ReRecognise(pc), 0u);                     // nothing left to assign
+    EXPECT_EQ(AllMessages(), "");
+}
+
+NORVIK_ON_BOTH_ENGINES(Applications);
+
+}  // namespace
