@@ -3,11 +3,13 @@
 // record and leaves every other row alone.
 #include "import/inventory_writer.h"
 
+#include <cctype>
 #include <map>
 #include <set>
 
 #include "common/hw_list.h"
 #include "common/ipaddress.h"
+#include "common/publishers.h"
 #include "common/sortlist.h"
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
@@ -30,6 +32,27 @@ std::string ColumnPath(const std::string& path) {
         cut += kDelimiter;
         start = bar + 1;
     }
+}
+
+// One spelling per company: the publisher table's full name when the text is one of its keys or
+// starts with one as a whole word ("Microsoft Corporation" -> MICROSOFT), else the text as given.
+std::string NormalisedPublisher(const std::string& publisher) {
+    std::string upper = publisher;
+    for (char& c : upper)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    const PublisherName* table = PublisherTable();
+    for (int i = 0; i < kPublisherTableSize && table[i].key[0] != '\0'; ++i) {
+        const std::string_view key = table[i].key;
+        if (upper.compare(0, key.size(), key) != 0) continue;
+        const unsigned char next = upper.size() > key.size() ? static_cast<unsigned char>(upper[key.size()]) : ' ';
+        if (!(std::isalnum(next) || next >= 0x80)) return table[i].name;
+    }
+    return publisher;
+}
+
+// How EnumApplicationInstances (with versions) lists an instance.
+std::string InstanceText(const std::string& name, const std::string& version) {
+    return version.empty() ? name : name + " [" + version + "]";
 }
 
 }  // namespace
@@ -55,7 +78,8 @@ bool CInventoryWriter::Apply(const Inventory& inventory, ImportOutcome& outcome,
     std::string reason;
     const bool written = Identify(inventory, when, outcome, reason) && WriteRecord(inventory, when, outcome, reason) &&
                          WriteCatalogue(inventory, when, outcome, reason) &&
-                         WriteHardware(inventory, when, outcome, reason);
+                         WriteHardware(inventory, when, outcome, reason) &&
+                         WriteSoftware(inventory, when, outcome, reason);
     if (written && m_transactions.Commit()) return true;
     m_transactions.Rollback();
     m_categories.clear();
@@ -263,5 +287,66 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     if (outcome.newAsset) return true;
     outcome.hardwareChanges = changes;
     if (changes > 0) m_db.StoreHwHistory(asset, before, after, when);
+    return true;
+}
+
+bool CInventoryWriter::WriteSoftware(const Inventory& inventory, CTime when, ImportOutcome& outcome,
+                                     std::string& reason) {
+    const ULong asset = outcome.asset;
+    // The asset's instances are read once and compared by their listed text (name and version)
+    // with the inventory's entries; only the differences reach the database.
+    CSortList before;
+    if (!outcome.newAsset) m_db.EnumApplicationInstances(asset, 1, before, 0, 0);
+    std::map<std::string, std::vector<ULong>> old;  // listed text -> instance _IDs
+    for (const CSortItem& item : before) old[item.text.str()].push_back(item.id);
+
+    // One instance per application per asset: an application listed twice keeps its first version.
+    struct Planned {
+        std::string publisher;
+        std::string name;
+        std::string version;
+    };
+    std::map<std::string, std::vector<Planned>> wanted;  // listed text -> entries
+    std::set<std::pair<std::string, std::string>> applications;
+    for (const InventorySoftware& entry : inventory.software) {
+        Planned item{CutToColumn(NormalisedPublisher(entry.publisher), kImportColumnLimit),
+                     CutToColumn(entry.name, kImportColumnLimit), CutToColumn(entry.version, kImportColumnLimit)};
+        if (item.name.empty() || !applications.emplace(item.publisher, item.name).second) continue;
+        wanted[InstanceText(item.name, item.version)].push_back(std::move(item));
+    }
+    outcome.applications = static_cast<ULong>(applications.size());
+
+    // Removals first: a new version of an installed application replaces its instance, and
+    // applicationAddInstance would keep the old one.
+    for (auto& [text, instances] : old) {
+        const auto found = wanted.find(text);
+        const std::size_t kept = found == wanted.end() ? 0 : found->second.size();
+        for (std::size_t i = kept; i < instances.size(); ++i) {
+            const ULong app = m_db.newGetAppInstAppID(instances[i]);
+            if (app == 0 || !m_db.applicationRemove(asset, app)) {
+                reason = "the application " + text + " cannot be removed";
+                return false;
+            }
+            ++outcome.applicationsRemoved;
+        }
+    }
+    CSortList after;
+    for (const auto& [text, items] : wanted) {
+        const auto found = old.find(text);
+        const std::size_t present = found == old.end() ? 0 : found->second.size();
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            after.Add(CString(text.c_str()), 0, 0);
+            if (i < present) continue;
+            const Planned& item = items[i];
+            const ULong app = m_db.applicationAdd(item.publisher.c_str(), item.name.c_str(), 1);
+            if (app == 0 || m_db.applicationAddInstance(asset, app, "", item.version.c_str(), 0) == 0) {
+                reason = "the application " + text + " cannot be stored";
+                return false;
+            }
+            ++outcome.applicationsAdded;
+        }
+    }
+    if (outcome.newAsset || (outcome.applicationsAdded == 0 && outcome.applicationsRemoved == 0)) return true;
+    m_db.StoreAppHistory(asset, before, after, when);
     return true;
 }

@@ -19,10 +19,13 @@ struct ImportPlacement {
 struct ImportOutcome {
     ULong asset = 0;
     bool newAsset = false;
-    std::string renamedFrom;     // the asset's former name when it was recognised renamed
-    ULong hardwareValues = 0;    // values the inventory holds
-    ULong hardwareChanges = 0;   // values added, changed or removed (0 for a new asset)
-    bool recordChanged = false;  // serial, addresses, catalogue or location changed
+    std::string renamedFrom;        // the asset's former name when it was recognised renamed
+    ULong hardwareValues = 0;       // values the inventory holds
+    ULong hardwareChanges = 0;      // values added, changed or removed (0 for a new asset)
+    bool recordChanged = false;     // serial, addresses, catalogue or location changed
+    ULong applications = 0;         // distinct applications the inventory holds
+    ULong applicationsAdded = 0;    // instances added (new application or new version)
+    ULong applicationsRemoved = 0;  // instances removed (gone, or replaced by another version)
 };
 
 // The caller keeps `db` open and `transactions` bound to it for the writer's lifetime; one
@@ -38,12 +41,11 @@ public:
 
 private:
     // The steps of Apply, in order; each answers false with a reason when a write failed.
-    // (The software step, applications and instances with their history, slots in after
-    // WriteHardware when the applications operations are available.)
     bool Identify(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
     bool WriteRecord(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
     bool WriteCatalogue(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
     bool WriteHardware(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
+    bool WriteSoftware(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
 
     // The one asset whose "System" item `key` is exactly `value`; 0 for none or several.
     ULong FindBySystemItem(const char* key, const std::string& value);

@@ -245,6 +245,79 @@ TEST_P(InventoryWriter, FailedInventoryLeavesTheDatabaseAsItWas) {
     EXPECT_TRUE(HardwareOf(asset).count("Processors|Processor 1|Speed=2400"));
 }
 
+// ---- Software ----
+
+std::set<std::string> SoftwareOf(CNorvik& db, ULong asset) {
+    CSortList list;
+    db.EnumApplicationInstances(asset, 1, list, 0, 0);
+    std::set<std::string> names;
+    for (const CSortItem& item : list) names.insert(item.text.str());
+    return names;
+}
+
+TEST_P(InventoryWriter, NewAssetGetsAnInstancePerApplicationAndNoSoftwareHistory) {
+    Inventory inventory = Machine("WS-1", "SER-1");
+    inventory.software = {{"Microsoft Corporation", "Office", "16.0", "", {}},
+                          {"", "Tool", "", "", {}},
+                          {"Other", "Tool", "2", "", {}},
+                          {"", "Tool", "3", "", {}},  // the same application again: its first version stays
+                          {"", "", "1", "", {}}};     // no name: left out
+    const ImportOutcome outcome = Apply(inventory);
+    EXPECT_EQ(outcome.applications, 3u);
+    EXPECT_EQ(outcome.applicationsAdded, 3u);
+    EXPECT_EQ(SoftwareOf(*db_, outcome.asset), (std::set<std::string>{"Office [16.0]", "Tool", "Tool [2]"}));
+    const ULong office = db_->applicationAdd("Microsoft Corporation, Inc.", "Office", 1);
+    EXPECT_EQ(db_->applicationIsInstalled(outcome.asset, office), 1);
+    EXPECT_EQ(HistoryOf(outcome.asset), std::vector<std::string>{"Initial Audit"});
+}
+
+TEST_P(InventoryWriter, SoftwareAddedRemovedAndUpgradedBetweenAuditsIsWrittenWithHistory) {
+    Inventory first = Machine("WS-1", "SER-1");
+    first.software = {{"Acme", "Editor", "1.0", "", {}}, {"Acme", "Viewer", "", "", {}}, {"Acme", "Old", "", "", {}}};
+    const ULong asset = Apply(first).asset;
+    Inventory second = first;
+    second.software = {{"Acme", "Editor", "2.0", "", {}}, {"Acme", "Viewer", "", "", {}}, {"Acme", "New", "", "", {}}};
+    const ImportOutcome outcome = Apply(second);
+    EXPECT_EQ(outcome.applicationsAdded, 2u);
+    EXPECT_EQ(outcome.applicationsRemoved, 2u);
+    EXPECT_EQ(SoftwareOf(*db_, asset), (std::set<std::string>{"Editor [2.0]", "New", "Viewer"}));
+    const std::vector<std::string> history = HistoryOf(asset);
+    const std::set<std::string> rows(history.begin(), history.end());
+    EXPECT_EQ(history.size(), 6u);
+    for (const char* row : {"Re-Audit", "Added Editor [2.0]", "Added New", "Deleted Editor [1.0]", "Deleted Old"})
+        EXPECT_TRUE(rows.count(row)) << row << " missing from the history";
+}
+
+TEST_P(InventoryWriter, UnchangedSoftwareReimportAddsOnlyTheReAuditRow) {
+    Inventory inventory = Machine("WS-1", "SER-1");
+    for (int i = 0; i < 50; ++i)
+        inventory.software.push_back({"Acme", "App " + std::to_string(i), "1." + std::to_string(i), "", {}});
+    const ULong asset = Apply(inventory).asset;
+    const ULong instances = Count("APPINST"), apps = Count("APPS"), history = Count("HISTORY");
+    const ImportOutcome again = Apply(inventory);
+    EXPECT_EQ(again.applications, 50u);
+    EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved, 0u);
+    EXPECT_EQ(Count("APPINST"), instances);
+    EXPECT_EQ(Count("APPS"), apps);
+    EXPECT_EQ(Count("HISTORY"), history + 1);
+    EXPECT_EQ(HistoryOf(asset).back(), "Re-Audit");
+}
+
+TEST_P(InventoryWriter, OverlongAndNonAsciiSoftwareNamesAreStoredCutAndRoundTrip) {
+    Inventory inventory = Machine("WS-1", "SER-1");
+    const std::string longName(2000, 'n');
+    const std::string accented = "Caf\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x98\x80 \"quoted\" 50% _x_ *";
+    inventory.software = {{"Acme", longName, std::string(600, '9'), "", {}}, {"M\xC3\xBCller", accented, "1", "", {}}};
+    const ULong asset = Apply(inventory).asset;
+    const std::set<std::string> names = SoftwareOf(*db_, asset);
+    ASSERT_EQ(names.size(), 2u);
+    EXPECT_TRUE(names.count(accented + " [1]"));
+    EXPECT_TRUE(names.count(std::string(255, 'n') + " [" + std::string(255, '9') + "]"));
+    // The cut names compare equal on the next audit: nothing changes.
+    const ImportOutcome again = Apply(inventory);
+    EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved, 0u);
+}
+
 NORVIK_ON_BOTH_ENGINES(InventoryWriter);
 
 }  // namespace
