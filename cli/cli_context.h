@@ -99,5 +99,6 @@ int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
 int RunApp(Context& context);       // cmd_app.cpp
+int RunImport(Context& context);    // cmd_import.cpp
 
 }  // namespace cli
