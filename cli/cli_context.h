@@ -107,5 +107,6 @@ int RunDiscover(Context& context);  // cmd_discover.cpp
 int RunNote(Context& context);      // cmd_note.cpp
 int RunSchedule(Context& context);  // cmd_schedule.cpp
 int RunApp(Context& context);       // cmd_app.cpp
+int RunImport(Context& context);    // cmd_import.cpp
 
 }  // namespace cli

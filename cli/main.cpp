@@ -53,6 +53,7 @@ const char kUsage[] =
     "  app list|add|install|remove|alias|rename-publisher|publishers|delete|duplicates|\n"
     "      merge-duplicates|purge-unreferenced|orphans ...  the application catalogue and\n"
     "                              each asset's application instances\n"
+    "  import [--location L] PATH...  agent inventory files, folders or - into the database\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -81,6 +82,7 @@ const Verb kVerbs[] = {
     {"note", cli::RunNote},
     {"schedule", cli::RunSchedule},
     {"app", cli::RunApp},
+    {"import", cli::RunImport},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

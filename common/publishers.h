@@ -17,8 +17,8 @@ constexpr int kPublisherCount = 27;
 
 // The table in its fixed order (not strictly alphabetical: "INTEL" precedes "INSTALLSHIELD").
 // Callers that scan it stop at the first pair whose key is empty. Always kPublisherTableSize pairs.
-const PublisherName* PublisherTable();
+NORVIK_API const PublisherName* PublisherTable();
 
 // The full name of the first pair whose key equals `key`, ignoring case; "" when none does, and
 // for an empty or null key (the closing pairs never match).
-CString FindPublisherName(const char* key);
+NORVIK_API CString FindPublisherName(const char* key);

@@ -543,6 +543,11 @@ public:
     // "Added", "Deleted", "Changed", "Alert: Internet Activity", "Alert: Folder/File Changes"
     // for operations 1, 2, 4, 5, 6; "Unknown Operation" for any other. Not virtual.
     static CString GetHistoryOperation(ULong operation);
+    // Writes the "Re-Audit" record of an asset audited again (operation 4, kind 3, empty key)
+    // dated `when`, as the logon user. Returns the row's _ID; 0 on failure (reported).
+    ULong historyAddReAudit(ULong asset, CTime when) {
+        return historyAdd(asset, when, kHistChanged, kIconAsset, "", nullptr, nullptr, nullptr);
+    }
 
     // ---- Security switch ----
     // 1 when console log-on is switched on for the site, else 0 (also on failure).

@@ -10,6 +10,7 @@ packages=(
     postgresql sqlite3
     libsodium-dev
     help2man pkgconf dpkg-dev
+    libpugixml-dev rapidjson-dev
 )
 
 missing=()

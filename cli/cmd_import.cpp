@@ -1,0 +1,245 @@
+// norvik import: agent inventory files into the Audit Database, one transaction per inventory.
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "cli/cli_context.h"
+#include "cli/resolve_location.h"
+#include "cli/words.h"
+#include "import/import_transactions.h"
+#include "import/inventory_reader.h"
+#include "import/inventory_writer.h"
+#include "platform/ui_hooks.h"
+
+namespace cli {
+
+namespace {
+
+const char kHelp[] =
+    "usage: norvik import [--location LOCATION] [--json] PATH...\n"
+    "Imports agent inventories (XML <REQUEST> documents, .xml or .ocs, and JSON inventories;\n"
+    "the format is told from the content). A PATH is a file, a folder (every .xml, .ocs and\n"
+    ".json file below it, in name order) or - for standard input. Each inventory is one\n"
+    "transaction: its asset, record, hardware and applications with their history. One line\n"
+    "is printed per inventory (--json: one object each). A damaged file changes nothing and is\n"
+    "reported; the others are still imported and the exit code is then 1.\n"
+    "LOCATION (an id or a path) places assets that no address range claims.\n";
+
+// Attempts of one inventory when the engine reports the database busy or locked.
+constexpr int kBusyAttempts = 20;
+
+bool ImportableName(const std::filesystem::path& path) {
+    std::string ext = path.extension().string();
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    return ext == ".xml" || ext == ".ocs" || ext == ".json";
+}
+
+// "1,816"
+std::string Grouped(ULong value) {
+    const std::string digits = std::to_string(value);
+    std::string grouped;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
+        grouped += digits[i];
+    }
+    return grouped;
+}
+
+std::string Counted(ULong value, const char* one, const char* many) {
+    return Grouped(value) + " " + (value == 1 ? one : many);
+}
+
+std::string Duration(double seconds) {
+    const long whole = static_cast<long>(seconds + 0.5);
+    char text[32];
+    std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
+    return text;
+}
+
+// Collects the library's messages of one attempt, so a busy engine can be told from a failure.
+struct Messages {
+    std::string text;
+    static int Collect(const char* message, unsigned int, CallbackValue context) {
+        auto* self = reinterpret_cast<Messages*>(context);
+        if (message) self->text += std::string(message) + " ";
+        return platform::kIdOk;
+    }
+    bool Busy() const {
+        return text.find("locked") != std::string::npos || text.find("busy") != std::string::npos ||
+               text.find("could not serialize") != std::string::npos || text.find("deadlock") != std::string::npos;
+    }
+};
+
+struct Result {
+    std::string file, name, status, line, error;
+    ImportOutcome outcome;
+};
+
+std::string Describe(const ImportOutcome& o) {
+    if (o.newAsset)
+        return "new asset, " + Counted(o.applications, "application", "applications") + ", " +
+               Counted(o.hardwareValues, "hardware value", "hardware values");
+    if (o.applicationsAdded == 0 && o.applicationsRemoved == 0 && o.hardwareChanges == 0 && !o.recordChanged &&
+        o.renamedFrom.empty())
+        return "unchanged";
+    std::string text = Counted(o.applicationsAdded, "application", "applications") + " added, " +
+                       Grouped(o.applicationsRemoved) + " removed, " +
+                       Counted(o.hardwareChanges, "hardware change", "hardware changes");
+    if (o.recordChanged) text += ", record changed";
+    if (!o.renamedFrom.empty()) text += ", renamed from " + o.renamedFrom;
+    return text;
+}
+
+std::string JsonOf(const Result& r) {
+    std::string json = "{\"file\": " + JsonText(r.file) + ", \"status\": " + JsonText(r.status);
+    if (r.status == "failed") return json + ", \"error\": " + JsonText(r.error) + "}";
+    const ImportOutcome& o = r.outcome;
+    json += ", \"name\": " + JsonText(r.name) + ", \"asset\": " + std::to_string(o.asset) +
+            ", \"applications\": " + std::to_string(o.applications) +
+            ", \"applicationsAdded\": " + std::to_string(o.applicationsAdded) +
+            ", \"applicationsRemoved\": " + std::to_string(o.applicationsRemoved) +
+            ", \"hardwareValues\": " + std::to_string(o.hardwareValues) +
+            ", \"hardwareChanges\": " + std::to_string(o.hardwareChanges) +
+            ", \"recordChanged\": " + (o.recordChanged ? "true" : "false") +
+            ", \"renamedFrom\": " + (o.renamedFrom.empty() ? "null" : JsonText(o.renamedFrom));
+    return json + "}";
+}
+
+class Progress {
+public:
+    Progress(std::size_t total, bool shown)
+        : m_total(total), m_shown(shown), m_start(std::chrono::steady_clock::now()) {}
+    void Clear() const {
+        if (m_shown) std::cerr << "\r\033[K" << std::flush;
+    }
+    void Show(std::size_t done) const {
+        if (!m_shown) return;
+        const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+        const double rate = elapsed > 0 ? done / elapsed : 0;
+        const std::size_t width = 30, filled = m_total ? done * width / m_total : width;
+        char line[160];
+        std::snprintf(line, sizeof line, "\r[%s%s] %zu/%zu  %.1f/s  %s left", std::string(filled, '#').c_str(),
+                      std::string(width - filled, '.').c_str(), done, m_total, rate,
+                      rate > 0 ? Duration((m_total - done) / rate).c_str() : "?");
+        std::cerr << line << std::flush;
+    }
+
+private:
+    std::size_t m_total;
+    bool m_shown;
+    std::chrono::steady_clock::time_point m_start;
+};
+
+}  // namespace
+
+int RunImport(Context& context) {
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
+    Words words;
+    const std::string problem =
+        SplitWords(context.args, WordRules{{"--json"}, {"--location"}, 1, static_cast<std::size_t>(-1)}, &words);
+    if (!problem.empty()) {
+        PrintError(problem + " (see norvik import --help)");
+        return kExitUsage;
+    }
+    const bool json = context.options.json || words.Has("--json");
+
+    // The files, in command-line order; a folder's files in name order.
+    bool failed = false;
+    std::vector<std::string> files;
+    for (const std::string& path : words.positional) {
+        std::error_code error;
+        if (path == "-" || std::filesystem::is_regular_file(path, error)) {
+            files.push_back(path);
+        } else if (std::filesystem::is_directory(path, error)) {
+            std::vector<std::string> found;
+            for (auto it = std::filesystem::recursive_directory_iterator(path, error);
+                 !error && it != std::filesystem::recursive_directory_iterator(); it.increment(error))
+                if (it->is_regular_file(error) && ImportableName(it->path())) found.push_back(it->path().string());
+            std::sort(found.begin(), found.end());
+            files.insert(files.end(), found.begin(), found.end());
+        } else {
+            PrintError(path + ": no such file or folder");
+            failed = true;
+        }
+    }
+
+    CNorvikSql* db = context.OpenDatabase();
+    if (db == nullptr) return kExitFailed;
+    ImportPlacement placement;
+    if (words.Has("--location")) {
+        const Resolved location = ResolveLocation(*db, words.Value("--location"), true);
+        if (!location.ok()) return Fail(location);
+        placement = {true, location.id};
+    }
+    Messages messages;
+    db->SetMsgBoxCallback(Messages::Collect, reinterpret_cast<CallbackValue>(&messages));
+    SqlImportTransactions transactions(*db);
+    CInventoryWriter writer(*db, transactions, placement);
+
+    const Progress progress(files.size(), files.size() > 1 && isatty(STDERR_FILENO));
+    std::vector<Result> results;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        progress.Show(i);
+        Result result;
+        result.file = files[i] == "-" ? "(standard input)" : files[i];
+        std::string text;
+        Inventory inventory;
+        bool read = true;
+        if (files[i] == "-") {
+            text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+        } else {
+            std::ifstream in(files[i], std::ios::binary);
+            std::ostringstream whole;
+            whole << in.rdbuf();
+            text = whole.str();
+            if (!in) {
+                read = false;
+                result.error = files[i] + ": cannot be read";
+            }
+        }
+        if (read) read = ReadInventory(result.file, text, inventory, result.error);
+        bool applied = false;
+        if (read) {
+            for (int attempt = 1; attempt <= kBusyAttempts; ++attempt) {
+                messages.text.clear();
+                applied = writer.Apply(inventory, result.outcome, result.error);
+                // A refused begin or commit is the engine's lock too: nothing else refuses them.
+                if (applied || !(messages.Busy() || result.error.find(" refused to ") != std::string::npos)) break;
+                std::this_thread::sleep_for(std::chrono::milliseconds(20 * attempt));
+            }
+            if (!applied && !messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
+        }
+        progress.Clear();
+        if (!applied) {
+            failed = true;
+            result.status = "failed";
+            PrintError(result.error);
+        } else {
+            result.name = inventory.hostName;
+            result.status = result.outcome.newAsset                   ? "new"
+                            : Describe(result.outcome) == "unchanged" ? "unchanged"
+                                                                      : "changed";
+            if (!json) std::cout << result.name << ": " << Describe(result.outcome) << std::endl;
+        }
+        results.push_back(std::move(result));
+    }
+    progress.Clear();
+    if (json) {
+        std::cout << "[";
+        for (std::size_t i = 0; i < results.size(); ++i) std::cout << (i ? ",\n " : "") << JsonOf(results[i]);
+        std::cout << "]\n";
+    }
+    return failed ? kExitFailed : kExitOk;
+}
+
+}  // namespace cli

@@ -1,0 +1,64 @@
+// The format-neutral inventory model: what one agent inventory says about one computer, already
+// mapped to the places it takes in the Audit Database (import/MAPPING.md). Readers fill it; the
+// writer applies it. Text is kept as the document's bytes (UTF-8 stays UTF-8), uncut.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/types.h"
+
+// One hardware value: the item's key, its stored text and the display type of the HW row
+// (one of CNorvik::kHwShow*, 0 for plain text). Numbers are stored as decimal text.
+struct InventoryHwValue {
+    std::string key;
+    std::string value;
+    ULong display = 0;
+
+    bool operator==(const InventoryHwValue&) const = default;
+};
+
+// One hardware category below the tree's roots, named as a path joined by '|'
+// ("Processors|Processor 1"), with the values it holds, in the document's order.
+struct InventoryHwSection {
+    std::string path;
+    std::vector<InventoryHwValue> values;
+};
+
+// One installed software entry. Folder and file names are present only where the format
+// carries them (an install location, an executable); they are empty otherwise.
+struct InventorySoftware {
+    std::string publisher;
+    std::string name;
+    std::string version;
+    std::string folder;
+    std::vector<std::string> files;
+};
+
+// Identifiers used to recognise a machine under a new name. Placeholder values (the list in
+// MAPPING.md) never get here: an empty text means "no usable identifier".
+struct InventoryIdentity {
+    std::string biosSerial;
+    std::string systemUuid;
+    std::vector<std::string> macs;  // distinct, usable MAC addresses, upper case "AA:BB:..."
+};
+
+// The columns of the asset's own record.
+struct InventoryAssetRecord {
+    std::string serial;        // _SERIAL: the system serial, placeholders left out
+    std::string primaryMac;    // _MACADDR: the primary interface's MAC
+    std::string primaryIPv4;   // _IPADDR: the primary interface's dotted IPv4 address
+    std::string manufacturer;  // the make, through the catalogue
+    std::string model;         // the model, through the catalogue
+    std::string category;      // the category, through the catalogue ("Desktop", "Laptop" ...)
+};
+
+struct Inventory {
+    std::string hostName;
+    std::string date;  // the inventory's own date "YYYY-MM-DD hh:mm:ss", empty when it has none
+    InventoryIdentity identity;
+    InventoryAssetRecord record;
+    std::vector<InventoryHwValue> operatingSystem;  // items directly under "Operating System"
+    std::vector<InventoryHwSection> hardware;
+    std::vector<InventorySoftware> software;
+};

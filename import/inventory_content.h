@@ -1,0 +1,48 @@
+// The document as both formats carry it, before mapping: the sections below the document's
+// content element, each entry one record of named scalar fields. Readers fill it; the mapping
+// (inventory_mapping.h) turns it into the model.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// One scalar field. Names are lower case; a field of a nested element or object is named
+// "outer.inner" (OPERATINGSYSTEM/TIMEZONE/NAME -> "timezone.name"); each value of a list
+// of scalars is a field of its own under the same name. Values are the document's bytes.
+struct ContentField {
+    std::string name;
+    std::string value;
+};
+
+// One entry of a section (one <SOFTWARES> element, one object of "softwares"). A section that
+// is a bare value ("versionclient") is one record with one field named after the section.
+struct ContentRecord {
+    std::string section;  // lower case
+    std::vector<ContentField> fields;
+
+    // The first field of that name; null when absent.
+    const std::string* Find(std::string_view name) const;
+    // The first field of that name, or the empty text.
+    const std::string& Get(std::string_view name) const;
+    // Every value of that name, in order.
+    std::vector<std::string> All(std::string_view name) const;
+};
+
+struct InventoryContent {
+    std::vector<ContentRecord> records;  // in document order
+};
+
+// How deep a reader follows nested elements or objects inside one record; deeper ones are
+// skipped, so hostile nesting cannot exhaust the stack.
+constexpr int kContentMaxDepth = 8;
+
+// A reader's failure: where (1-based line and column of the byte) and why.
+struct ContentError {
+    unsigned line = 0;
+    unsigned column = 0;
+    std::string reason;
+};
+
+// Line and column (1-based, columns count bytes) of byte `offset` of `text`.
+ContentError ErrorAt(std::string_view text, std::size_t offset, std::string reason);

@@ -1,0 +1,78 @@
+// Format detection and the one message form of every reading failure.
+#include "import/inventory_reader.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "import/inventory_mapping.h"
+#include "import/json_reader.h"
+#include "import/xml_reader.h"
+
+namespace {
+
+std::size_t ContentStart(std::string_view text) {
+    std::size_t start = 0;
+    if (text.substr(0, 3) == "\xEF\xBB\xBF") start = 3;
+    while (start < text.size() &&
+           (text[start] == ' ' || text[start] == '\t' || text[start] == '\r' || text[start] == '\n'))
+        ++start;
+    return start;
+}
+
+std::string Located(const std::string& name, const ContentError& error) {
+    return name + ": line " + std::to_string(error.line) + ", column " + std::to_string(error.column) + ": " +
+           error.reason;
+}
+
+}  // namespace
+
+InventoryFormat DetectInventoryFormat(std::string_view text) {
+    const std::size_t start = ContentStart(text);
+    if (start >= text.size()) return InventoryFormat::Unknown;
+    if (text[start] == '<') return InventoryFormat::Xml;
+    if (text[start] == '{') return InventoryFormat::Json;
+    return InventoryFormat::Unknown;
+}
+
+bool ReadInventory(const std::string& name, std::string_view text, Inventory& inventory, std::string& error) {
+    InventoryContent content;
+    ContentError failure;
+    bool read = false;
+    switch (DetectInventoryFormat(text)) {
+        case InventoryFormat::Xml: read = ReadXmlContent(text, content, failure); break;
+        case InventoryFormat::Json: read = ReadJsonContent(text, content, failure); break;
+        case InventoryFormat::Unknown:
+            failure =
+                ErrorAt(text, ContentStart(text),
+                        ContentStart(text) >= text.size() ? "the file is empty"
+                                                          : "not an inventory (neither an XML nor a JSON document)");
+            break;
+    }
+    if (!read) {
+        error = Located(name, failure);
+        return false;
+    }
+    std::string reason;
+    if (!MapInventory(content, inventory, reason)) {
+        error = Located(name, ErrorAt(text, ContentStart(text), reason));
+        return false;
+    }
+    return true;
+}
+
+bool ReadInventoryFile(const std::string& path, Inventory& inventory, std::string& error) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        error = path + ": " + std::strerror(errno);
+        return false;
+    }
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    if (file.bad()) {
+        error = path + ": the file cannot be read";
+        return false;
+    }
+    return ReadInventory(path, bytes.str(), inventory, error);
+}

@@ -1,0 +1,23 @@
+// Reading an inventory document of any supported format into the model. The format is told
+// from the content (the first byte that is not a blank or a byte-order mark), never from the
+// file's name; adding a format is one more reader behind ReadInventory.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "import/inventory.h"
+
+enum class InventoryFormat { Unknown, Xml, Json };
+
+// The format of a document: '<' XML, '{' JSON, anything else Unknown.
+InventoryFormat DetectInventoryFormat(std::string_view text);
+
+// Reads the document `text` (named `name` in messages). False when it cannot be imported, with
+// `error` set to "NAME: line L, column C: reason" (damaged, truncated, not an inventory, no
+// host name); `inventory` is then left partly filled and must not be used.
+bool ReadInventory(const std::string& name, std::string_view text, Inventory& inventory, std::string& error);
+
+// Reads the file at `path` (named by its path in messages); a file that cannot be read gives
+// "PATH: reason".
+bool ReadInventoryFile(const std::string& path, Inventory& inventory, std::string& error);

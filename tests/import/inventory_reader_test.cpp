@@ -1,0 +1,307 @@
+// The readers and the mapping, without a database: damaged documents from a table with their
+// exact messages, and the project's fixtures mapped section by section.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "import/inventory_reader.h"
+#include "interface/norvik.h"
+
+namespace {
+
+const std::string kFixtures = NORVIK_INVENTORY_FIXTURES;
+
+Inventory ReadFixture(const char* name) {
+    Inventory inventory;
+    std::string error;
+    EXPECT_TRUE(ReadInventoryFile(kFixtures + "/" + name, inventory, error)) << error;
+    return inventory;
+}
+
+const InventoryHwSection* Section(const Inventory& inventory, const std::string& path) {
+    for (const auto& section : inventory.hardware)
+        if (section.path == path) return &section;
+    return nullptr;
+}
+
+// "value/display" of item `key` of the section (or of "Operating System" for path ""), or
+// "(absent)".
+std::string Item(const Inventory& inventory, const std::string& path, const std::string& key) {
+    const std::vector<InventoryHwValue>* values = &inventory.operatingSystem;
+    if (!path.empty()) {
+        const InventoryHwSection* section = Section(inventory, path);
+        if (!section) return "(no section " + path + ")";
+        values = &section->values;
+    }
+    for (const auto& value : *values)
+        if (value.key == key) return value.value + "/" + std::to_string(value.display >> 12);
+    return "(absent)";
+}
+
+const InventorySoftware* Software(const Inventory& inventory, const std::string& name) {
+    for (const auto& software : inventory.software)
+        if (software.name == name) return &software;
+    return nullptr;
+}
+
+TEST(InventoryReader, FormatIsToldFromTheContentNotTheName) {
+    EXPECT_EQ(DetectInventoryFormat("<?xml version=\"1.0\"?><REQUEST/>"), InventoryFormat::Xml);
+    EXPECT_EQ(DetectInventoryFormat("\xEF\xBB\xBF \r\n {\"action\":1}"), InventoryFormat::Json);
+    EXPECT_EQ(DetectInventoryFormat("  \n"), InventoryFormat::Unknown);
+    EXPECT_EQ(DetectInventoryFormat("[1]"), InventoryFormat::Unknown);
+}
+
+TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
+    const struct {
+        const char* text;
+        const char* message;
+    } cases[] = {
+        {"", "in: line 1, column 1: the file is empty"},
+        {"\n\n  hello", "in: line 3, column 3: not an inventory (neither an XML nor a JSON document)"},
+        {"<html>\n<body/></html>", "in: line 1, column 1: not an inventory (no <REQUEST><CONTENT> element)"},
+        {"<REQUEST><QUERY>INVENTORY</QUERY></REQUEST>",
+         "in: line 1, column 1: not an inventory (no <REQUEST><CONTENT> element)"},
+        {"<REQUEST>\n<CONTENT><HARDWARE><NAME>a</NAME></HARDWARE></CONTENT>\n</REQUEST",
+         "in: line 3, column 10: the document ends before its elements are closed (truncated file)"},
+        {"<REQUEST>\n<CONTENT><HARDWARE><NAME a=1>a</NAME></HARDWARE></CONTENT>\n</REQUEST>",
+         "in: line 2, column 28: Error parsing element attribute"},
+        {"<REQUEST>\n  <CONTENT><HARDWARE><NAME>a</NAM></HARDWARE></CONTENT></REQUEST>",
+         "in: line 2, column 31: Start-end tags mismatch"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>a",
+         "in: line 1, column 36: the document ends before its elements are closed (truncated file)"},
+        {"<REQUEST><CONTENT><BIOS><SSN>1</SSN></BIOS></CONTENT></REQUEST>",
+         "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>  </NAME></HARDWARE></CONTENT></REQUEST>",
+         "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
+        {"{\"action\": \"contact\", \"content\": {}}",
+         "in: line 1, column 1: not an inventory (its \"action\" is not \"inventory\")"},
+        {"  {\"action\": \"inventory\", \"content\": [1]}",
+         "in: line 1, column 3: not an inventory (no \"content\" object)"},
+        {"{\"action\": \"inventory\",\n \"content\": {\"hardware\": {\"name\": \"a\",}}}",
+         "in: line 2, column 39: Missing a name for object member."},
+        {"{\"content\": {\"hardware\": {\"name\": \"a\"}}} trailing",
+         "in: line 1, column 42: The document root must not be followed by other values."},
+        {"{\"action\": \"inventory\", \"content\": {\"hardware\": {\"name\": \"a",
+         "in: line 1, column 60: the document ends before its values are closed (truncated file)"},
+        {"{\"content\": {\"hardware\": {\"uuid\": \"x\"}}}",
+         "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
+    };
+    for (const auto& c : cases) {
+        Inventory inventory;
+        std::string error;
+        EXPECT_FALSE(ReadInventory("in", c.text, inventory, error)) << c.text;
+        EXPECT_EQ(error, c.message) << c.text;
+    }
+}
+
+TEST(InventoryReader, TruncatedFixturesAreRefusedWhereTheyEnd) {
+    for (const char* name : {"truncated.xml", "truncated.json"}) {
+        Inventory inventory;
+        std::string error;
+        EXPECT_FALSE(ReadInventoryFile(kFixtures + "/" + name, inventory, error));
+        EXPECT_NE(error.find(kFixtures + "/" + name + ": line "), std::string::npos) << error;
+        EXPECT_NE(error.find("(truncated file)"), std::string::npos) << error;
+    }
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(ReadInventoryFile(kFixtures + "/missing.xml", inventory, error));
+    EXPECT_EQ(error, kFixtures + "/missing.xml: No such file or directory");
+}
+
+TEST(InventoryReader, XmlInventoryMapsIdentityRecordAndOperatingSystem) {
+    const Inventory inventory = ReadFixture("workstation.xml");
+    EXPECT_EQ(inventory.hostName, "WS-ALPHA");
+    EXPECT_EQ(inventory.date, "2011-03-02 10:44:46");
+    EXPECT_EQ(inventory.identity.biosSerial, "CZC1234XYZ");
+    EXPECT_EQ(inventory.identity.systemUuid, "4c4c4544-0034-3010-8048-b6c04f503732");
+    // Loopback, WAN Miniports (sharing one MAC) and the virtual adapter are left out; the
+    // wireless adapter has no address, so the wired one is primary.
+    EXPECT_EQ(inventory.identity.macs, (std::vector<std::string>{"00:21:5C:AA:BB:01", "00:1E:4F:12:34:56"}));
+    EXPECT_EQ(inventory.record.primaryMac, "00:1E:4F:12:34:56");
+    EXPECT_EQ(inventory.record.primaryIPv4, "10.1.2.33");
+    EXPECT_EQ(inventory.record.serial, "CZC1234XYZ");
+    EXPECT_EQ(inventory.record.manufacturer, "Contoso Computers");
+    EXPECT_EQ(inventory.record.model, "Desk 5000");
+    EXPECT_EQ(inventory.record.category, "Desktop");
+    // The older HARDWARE fields win over the newer OPERATINGSYSTEM section's.
+    EXPECT_EQ(Item(inventory, "", "Name"), "Microsoft Windows 7 Entreprise/0");
+    EXPECT_EQ(Item(inventory, "", "Comments"), "Service Pack 1/0");
+    EXPECT_EQ(Item(inventory, "", "Registered Owner"),
+              "Soci\xC3\xA9t\xC3\xA9 G\xC3\xA9n\xC3\xA9rale d'\xC3\x89tudes/0");
+    EXPECT_EQ(Item(inventory, "", "Time Zone"), "Europe/Berlin/0");
+    EXPECT_EQ(Item(inventory, "", "Install Date"), std::to_string(CTime(2011, 1, 15, 8, 0, 0).GetTime()) + "/4");
+}
+
+TEST(InventoryReader, XmlHardwareSectionsBecomeCategoriesWithDisplayTypes) {
+    const Inventory inventory = ReadFixture("workstation.xml");
+    const struct {
+        const char* path;
+        const char* key;
+        std::string expected;
+    } cases[] = {
+        {"System", "Serial Number", "CZC1234XYZ/0"},
+        {"System", "Asset Tag", "Default string/0"},  // kept as hardware, never used to match
+        {"System", "Memory", "8192/3"},
+        {"BIOS", "Date", std::to_string(CTime(2009, 6, 23, 0, 0, 0).GetTime()) + "/4"},
+        {"Motherboard", "Serial Number", "MB77-000123/0"},
+        {"Network", "Default Gateway", "167838209/5"},
+        {"Processors|Processor 1", "Speed", "2400/7"},
+        {"Processors|Processor 2", "Cores", "4/0"},
+        {"Memory|DIMM 0", "Capacity", "4096/3"},
+        {"Memory|DIMM 0", "Speed", "1333/7"},
+        {"Storage|sda", "Model", "Disk|Pro 500/0"},
+        {"Storage|sda", "Size", "476940/3"},
+        {"Drives|C:", "Free Space", "200000/3"},
+        {"Controllers|SATA AHCI Controller", "PCI ID", "8086:3a22/0"},
+        {"Network Adapters|Gigabit Ethernet", "IP Address", "167838241/5"},
+        {"Network Adapters|Gigabit Ethernet", "Subnet Mask", "4294967040/5"},
+        {"Network Adapters|Gigabit Ethernet", "MAC Address", "00:1e:4f:12:34:56/0"},
+        {"Network Adapters|WAN Miniport (IPv6)", "MAC Address", "50:50:54:50:30:30/0"},
+        {"Monitors|Wide 24", "Serial Number", "MON-24-77/0"},
+        {"Printers|Office Laser", "Port", "IP_10.1.2.50/0"},
+        {"Sound|High Definition Audio", "Manufacturer", "Contoso/0"},
+        {"Video|Contoso Graphics 900", "Memory", "1024/3"},
+        {"USB Devices|USB Keyboard", "Vendor ID", "046D/0"},
+        {"Batteries|UPS Battery", "Date", std::to_string(CTime(2010, 4, 1, 0, 0, 0).GetTime()) + "/4"},
+        {"Modems|Fax Modem", "Type", "External/0"},
+        {"Ports|COM1", "Type", "Serial/0"},
+        {"Slots|PCIE1", "Status", "In Use/0"},
+        {"Input Devices|HID Mouse", "Pointing Type", "3/0"},
+        {"Security|Antivirus|Shield Antivirus", "Up To Date", "1/0"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Item(inventory, c.path, c.key), c.expected) << c.path << " " << c.key;
+    for (const auto& section : inventory.hardware) EXPECT_FALSE(section.values.empty()) << section.path;
+    EXPECT_EQ(Section(inventory, "Processes|Processes 1"), nullptr);
+}
+
+TEST(InventoryReader, XmlSoftwareKeepsBytesEntitiesLongNamesAndFolders) {
+    const Inventory inventory = ReadFixture("workstation.xml");
+    ASSERT_EQ(inventory.software.size(), 6u);
+    const InventorySoftware* office = Software(inventory, "Office Suite");
+    ASSERT_NE(office, nullptr);
+    EXPECT_EQ(office->publisher, "Contoso Software");
+    EXPECT_EQ(office->version, "14.0");
+    EXPECT_EQ(office->folder, "C:\\Program Files\\Office Suite");
+    const InventorySoftware* tool = Software(inventory,
+                                             "\xC3\x9c"
+                                             "berwachung Tool");
+    ASSERT_NE(tool, nullptr);
+    EXPECT_EQ(tool->publisher, "M\xC3\xBCller & S\xC3\xB6hne GmbH");
+    EXPECT_EQ(tool->version, "1.2 \xC3\x9F");
+    EXPECT_NE(Software(inventory, "Tom & Jerry <Player>"), nullptr);
+    const auto longest = std::max_element(inventory.software.begin(), inventory.software.end(),
+                                          [](const auto& a, const auto& b) { return a.name.size() < b.name.size(); });
+    EXPECT_EQ(longest->name.size(), 2000u);  // uncut in the model: the writer cuts to the column
+}
+
+TEST(InventoryReader, RenamedFixtureKeepsTheIdentityAndLosesOneSoftware) {
+    const Inventory before = ReadFixture("workstation.xml");
+    const Inventory after = ReadFixture("workstation-renamed.xml");
+    EXPECT_EQ(after.hostName, "WS-BETA");
+    EXPECT_EQ(after.identity.biosSerial, before.identity.biosSerial);
+    EXPECT_EQ(after.identity.systemUuid, before.identity.systemUuid);
+    EXPECT_EQ(after.software.size() + 1, before.software.size());
+    EXPECT_EQ(Software(after, "Removed Later"), nullptr);
+    EXPECT_EQ(Item(after, "Processors|Processor 1", "Speed"), "2600/7");
+    EXPECT_EQ(Section(after, "Printers|Office Laser"), nullptr);
+}
+
+TEST(InventoryReader, PlaceholderIdentifiersAndNoAddressesLeaveIdentityEmpty) {
+    const Inventory inventory = ReadFixture("placeholders.ocs");
+    EXPECT_EQ(inventory.hostName, "OCS-NODE");
+    EXPECT_EQ(inventory.identity.biosSerial, "");
+    EXPECT_EQ(inventory.identity.systemUuid, "");
+    EXPECT_TRUE(inventory.identity.macs.empty());  // one MAC on two adapters, and the broadcast one
+    EXPECT_EQ(inventory.record.serial, "");
+    EXPECT_EQ(inventory.record.primaryIPv4, "");  // 169.254.x and 0.0.0.0 are no addresses
+    EXPECT_EQ(inventory.record.manufacturer, "");
+    EXPECT_EQ(inventory.record.model, "");
+    EXPECT_EQ(inventory.record.category, "Computer");
+    EXPECT_EQ(Item(inventory, "BIOS", "Date"), "not a date/0");
+    EXPECT_EQ(Item(inventory, "System", "Memory"), "3 GB/0");  // another unit: kept as text
+    ASSERT_EQ(inventory.software.size(), 1u);                  // the entry without a name is left out
+    EXPECT_EQ(inventory.software[0].name, "bash");
+}
+
+TEST(InventoryReader, JsonInventoryMapsLikeTheXmlOne) {
+    const Inventory inventory = ReadFixture("laptop.json");
+    EXPECT_EQ(inventory.hostName, "LAPTOP-7");
+    EXPECT_EQ(inventory.date, "2020-06-12 14:19:54");
+    EXPECT_EQ(inventory.identity.biosSerial, "");  // "System Serial Number"
+    EXPECT_EQ(inventory.identity.systemUuid, "");  // "@@@...@@@"
+    EXPECT_EQ(inventory.identity.macs, (std::vector<std::string>{"9C:B6:D0:00:11:22"}));
+    EXPECT_EQ(inventory.record.primaryIPv4, "192.168.1.142");  // the first IPv4 of the list
+    EXPECT_EQ(inventory.record.category, "Laptop");
+    EXPECT_EQ(inventory.record.model, "Book 13");
+    const struct {
+        const char* path;
+        const char* key;
+        std::string expected;
+    } cases[] = {
+        {"", "Name", "Fedora/0"},
+        {"", "Kernel Version", "5.6.15-200.fc31.x86_64/0"},
+        {"", "Time Zone", "CEST/0"},
+        {"BIOS", "Date", std::to_string(CTime(2016, 2, 6, 0, 0, 0).GetTime()) + "/4"},
+        {"Motherboard", "Serial Number", "@@@@@@@@@@@@/0"},
+        {"System", "Memory", "7800/3"},
+        {"Processors|Processor 1", "Speed", "2300/7"},
+        {"Memory|DIMM0", "Speed", "1866/7"},
+        {"Drives|/", "Total Size", "50268/3"},
+        {"Drives|/home", "Volume", "/dev/mapper/home/0"},
+        {"Storage|Logical Volumes|home", "Size", "193516/3"},
+        {"Storage|Physical Volumes|/dev/nvme0n1p3", "Format", "lvm2/0"},
+        {"Storage|Volume Groups|fedora", "Logical Volumes", "3/0"},
+        {"Network Adapters|wlp58s0", "IP Address", "3232235918/5"},
+        {"Network Adapters|wlp58s0", "Virtual", "0/0"},
+        {"Network Adapters|lo", "Virtual", "1/0"},
+        {"Virtual Machines|test-vm", "Memory", "2048/3"},
+        {"Security|Firewall|Firewall 1", "Status", "on/0"},
+        {"Security|Antivirus|ClamAV", "Enabled", "1/0"},
+        {"Remote Management|teamviewer", "ID", "123456789/0"},
+        {"Batteries|BAT0", "Capacity", "56000/0"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Item(inventory, c.path, c.key), c.expected) << c.path << " " << c.key;
+    ASSERT_EQ(inventory.software.size(), 3u);
+    EXPECT_EQ(inventory.software[1].name, "caf\xC3\xA9-tools");
+    EXPECT_EQ(inventory.software[1].publisher, "\xC3\x9Cmlaut \xC3\x96pen Source");
+    EXPECT_EQ(inventory.software[2].publisher, "");  // null
+}
+
+TEST(InventoryReader, InstanceNamesAreUniqueAndFreeOfThePathDelimiter) {
+    const char* text =
+        "<REQUEST><CONTENT><HARDWARE><NAME>h</NAME></HARDWARE>"
+        "<PRINTERS><NAME>HP|Laser</NAME><PORT>a</PORT></PRINTERS>"
+        "<PRINTERS><NAME>HP|Laser</NAME><PORT>b</PORT></PRINTERS>"
+        "<PRINTERS><PORT>c</PORT></PRINTERS></CONTENT></REQUEST>";
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(ReadInventory("in", text, inventory, error)) << error;
+    EXPECT_EQ(Item(inventory, "Printers|HP/Laser", "Port"), "a/0");
+    EXPECT_EQ(Item(inventory, "Printers|HP/Laser (2)", "Port"), "b/0");
+    EXPECT_EQ(Item(inventory, "Printers|Printer 3", "Port"), "c/0");
+}
+
+TEST(InventoryReader, HostileNestingIsSkippedNotFollowed) {
+    std::string xml = "<REQUEST><CONTENT><HARDWARE><NAME>h</NAME>";
+    std::string json = "{\"content\":{\"hardware\":{\"name\":\"h\",\"x\":";
+    for (int i = 0; i < 100000; ++i) {
+        xml += "<A>";
+        json += "[";
+    }
+    for (int i = 0; i < 100000; ++i) {
+        xml += "</A>";
+        json += "]";
+    }
+    xml += "</HARDWARE></CONTENT></REQUEST>";
+    json += "}}}";
+    for (const std::string& text : {xml, json}) {
+        Inventory inventory;
+        std::string error;
+        EXPECT_TRUE(ReadInventory("in", text, inventory, error)) << error;
+        EXPECT_EQ(inventory.hostName, "h");
+    }
+}
+
+}  // namespace
