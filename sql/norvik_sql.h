@@ -120,6 +120,31 @@ public:
     ULong AddModel(ULong make, const char* name) override;
     void DeleteModel(ULong id) override;
 
+    // ---- Licences ----
+    ULong GetAppLicenceCount(ULong app) override;
+    ULong GetAppLicenceType(ULong app) override;
+    ULong GetLicenceDetails(ULong type, CString& name, ULong* flags) override;
+    CString GetLicenceName(ULong type) override;
+    ULong EnumLicenceTypes(CSortList& list) override;
+    int GetLicenceTypeFlag(ULong type, ULong mask) override;
+    int SetLicenceTypeFlag(ULong type, ULong mask, int set) override;
+    void SetLicenceTypeName(ULong type, const char* name) override;
+    int DeleteLicenceType(ULong type) override;
+    ULong AddLicenceType(const char* name) override;
+    void SetAppLicence(ULong app, int type, int count) override;
+
+    // ---- Licence totals by application text (SWLIC; not virtual) ----
+    // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
+    // is the caller's.
+    // Stores the row of (type, app): an existing one is updated in place. Its _ID, 0 on failure.
+    ULong AddSwLicence(const char* app, int type, int total, int authorized);
+    // The row's total; 0 when there is none.
+    ULong GetLicenceDetails(CString& app, int type);
+    // The row's authorised value; 0 when there is none.
+    int GetAuthorizedState(CString& app, int type);
+    // Appends every row of the type to three parallel lists. Returns the count of `apps`.
+    ULong EnumAppLicence(int type, CDynaList<CString>& apps, CDynaList<ULong>& totals, CDynaList<ULong>& authorized);
+
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
     void historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) override;
@@ -142,6 +167,15 @@ public:
     void GetEventDetails(ULong event, CString& text, ULong* hist) override;
     void DeleteEvent(ULong event) override;
 
+    // ---- Licence alerts ----
+    ULong EnumLicenseAlerts(CDynaList<ULong>& ids) override;
+    ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) override;
+    ULong licensealertFind(int type, ULong app) override;
+    void licensealertDeleteAll() override;
+    ULong licensealertGetCount() override;
+    ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) override;
+    void licensealertDelete(ULong alert) override;
+
     // (Of the History family; it compares hardware snapshots.)
     void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) override;
 
@@ -162,6 +196,17 @@ public:
     ULong hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) override;
     ULong hwSetVal(ULong node, const char* value, int history, CTime when) override;
     int hwDelete(ULong asset) override;
+
+    // ---- Serial-number scan records ----
+    ULong EnumSSRecs(CDynaList<ULong>& ids, int unused) override;
+    ULong AddSSRec(const char* appName, const char* regKey, const char* regItem) override;
+    void DeleteSSRec(ULong record) override;
+    CString GetSSAppName(ULong record) override;
+    CString GetSSRegKey(ULong record) override;
+    CString GetSSRegItem(ULong record) override;
+    void SetSSAppName(ULong record, const char* text) override;
+    void SetSSRegKey(ULong record, const char* text) override;
+    void SetSSRegItem(ULong record, const char* text) override;
     // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
     // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
     // The text is read as a 32-bit integer first (leading blanks, an optional sign and the
