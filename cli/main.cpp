@@ -39,6 +39,8 @@ const char kUsage[] =
     "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
     "                              files, name the applications of a list or a folder of files\n"
     "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
+    "  licence type|alerts ...     licence types and the licence alerts raised\n"
+    "  serial list|add|delete ...  where audits read applications' serial numbers\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -58,6 +60,8 @@ const Verb kVerbs[] = {
     {"kb", cli::RunKb},
     {"hw", cli::RunHw},
     {"upgrade", cli::RunUpgrade},
+    {"licence", cli::RunLicence},
+    {"serial", cli::RunSerial},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.
