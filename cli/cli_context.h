@@ -98,6 +98,7 @@ int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
+int RunApp(Context& context);       // cmd_app.cpp
 int RunLicence(Context& context);   // cmd_licence.cpp
 int RunSerial(Context& context);    // cmd_serial.cpp
 

@@ -39,6 +39,9 @@ const char kUsage[] =
     "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
     "                              files, name the applications of a list or a folder of files\n"
     "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
+    "  app list|add|install|remove|alias|rename-publisher|publishers|delete|duplicates|\n"
+    "      merge-duplicates|purge-unreferenced|orphans ...  the application catalogue and\n"
+    "                              each asset's application instances\n"
     "  licence type|alerts ...     licence types and the licence alerts raised\n"
     "  serial list|add|delete ...  where audits read applications' serial numbers\n"
     "\n"
@@ -60,6 +63,7 @@ const Verb kVerbs[] = {
     {"kb", cli::RunKb},
     {"hw", cli::RunHw},
     {"upgrade", cli::RunUpgrade},
+    {"app", cli::RunApp},
     {"licence", cli::RunLicence},
     {"serial", cli::RunSerial},
 };

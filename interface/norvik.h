@@ -347,6 +347,50 @@ public:
     virtual ULong AddModel(ULong make, const char* name) = 0;
     virtual void DeleteModel(ULong id) = 0;
 
+    // ---- Application instances and applications ----
+    // APPS is the site's application catalogue (publisher _MFR, name _APP, _FLAGS, _ALIAS: the row
+    // it is shown as); APPINST holds one instance per application per asset. Display names are
+    // "PUBLISHER NAME", or NAME alone for an empty publisher or without the publisher.
+    // Bit of APPS._FLAGS (and APPINST._FLAGS) that hides a row from the publisher listings.
+    static constexpr ULong kAppHidden = 0x8;
+    // Appends the asset's instances whose application _FLAGS hold every bit of `mask` (0 = all), as
+    // (name through one alias level [+ " [VERSION]" with withVersion], instance _ID, 0), in the
+    // database's order. `unused` is ignored. Returns the list's count.
+    virtual ULong EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int unused) = 0;
+    // Appends the instances of `app` and of every row aliased to it (at any depth; aliased rows
+    // first): (serial, or "LABEL [SERIAL]" / "LABEL" with a label; asset _ID; instance _ID).
+    virtual ULong newEnumAppInstByApp(ULong app, CSortList& list, const char* label) = 0;
+    // Loads the asset's instance of `app` into the instance cache when there is one. Returns 0
+    // whether found or not: read the instance through the cache (newGetAppInst*).
+    virtual ULong applicationFindInst(ULong asset, ULong app) = 0;
+    // The instance's serial, flags, file count and application, read through the one-entry cache
+    // (a missing instance gives what the cache last held).
+    virtual CString newGetAppInstSerial(ULong instance) = 0;
+    virtual ULong newGetAppInstFlags(ULong instance) = 0;
+    virtual ULong newGetAppInstFiles(ULong instance) = 0;
+    virtual ULong newGetAppInstAppID(ULong instance) = 0;
+    // usp_AddAppInst: the asset's instance of `app`, created with this serial, version and flags
+    // (_FILES 1 when flags hold 0x2, else 0) or, when it exists, unchanged but for one more in
+    // _FILES. Returns the instance _ID; 0 on failure.
+    virtual ULong applicationAddInstance(ULong asset, ULong app, const char* serial, const char* version,
+                                         ULong flags) = 0;
+    // 1 when the asset has an instance of `app`, else 0.
+    virtual int applicationIsInstalled(ULong asset, ULong app) = 0;
+    // Deletes the asset's instances of `app` and empties the instance cache. 1; 0 on failure.
+    virtual int applicationRemove(ULong asset, ULong app) = 0;
+    // Deletes the catalogue row and every instance of it, in one transaction. 1; 0 on failure.
+    virtual int applicationDelete(ULong app) = 0;
+    // The first application, in sorted display-name order, whose name with publisher (through one
+    // alias level) is exactly `name`, among those installed somewhere with _FLAGS bit 0x1 or 0x2.
+    virtual ULong applicationFind(const char* name) = 0;
+    // The display name; with aliasDepth > 0 an aliased row gives its alias's name (aliasDepth - 1
+    // levels further). Empty for a missing row.
+    virtual CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) = 0;
+    // The instance's version text.
+    virtual CString applicationGetVersion(ULong instance) = 0;
+    // Appends (empty, _ID, _LICCOUNT) for every application whose licence type has bit 0x1.
+    virtual ULong applicationEnumLicenceCounts(CSortList& list) = 0;
+
     // ---- Licences ----
     // LICTYPE holds the licence types; each application (APPS) carries one (_LICTYPE) and a
     // declared count of licences (_LICCOUNT). Type 1 stands for "no licence specified": it is
@@ -382,6 +426,28 @@ public:
     virtual void SetAppLicence(ULong app, int type, int count) = 0;
     // "Per PC", "Hidden", "Per PC, Hidden" or empty for the bits kLicencePerPc and kLicenceHidden.
     static CString FormatLicenseFlags(int flags);
+
+    // ---- Application flags, aliases, recognition ----
+    // 1 when the application's _FLAGS share a bit with `mask`, else 0.
+    virtual int applicationGetFlag(ULong app, ULong mask) = 0;
+    // Sets (set != 0) or clears the bits of `mask`. 1 when written, 0 on failure.
+    virtual int applicationSetFlag(ULong app, ULong mask, int set) = 0;
+    virtual ULong applicationGetFlags(ULong app) = 0;
+    // usp_AddApp: the _ID of the first row with exactly this publisher and name, created with
+    // `flags` when there is none. 0 on failure.
+    virtual ULong applicationAdd(const char* publisher, const char* name, ULong flags) = 0;
+    // Rewrites `ids` in place: values of 0xFFFF or more are Knowledge Base references (application
+    // number << 16) and become catalogue rows "PUBLISHER NAME" (applicationAdd with flags 1) named
+    // from the application's parent and grandparent; smaller values stay.
+    virtual void newMergeKBApps(ULong* ids, int count);
+    // `app` is shown as `alias` (0 = itself). Never create a cycle of aliases. 1; 0 on failure.
+    virtual int applicationSetAlias(ULong app, ULong alias) = 0;
+    virtual ULong applicationGetAlias(ULong app) = 0;
+    // Appends the rows aliased to `app` at any depth (direct ones without duplicates first, then
+    // those found below every listed item). Returns the list's count.
+    virtual ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) = 0;
+    // Deletes all the asset's instances, then its folder and file links. 1; 0 on failure.
+    virtual int DeleteSw(ULong asset) = 0;
 
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
@@ -424,13 +490,40 @@ public:
     virtual int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) = 0;
     // The asset of a row; 0 for an unknown row.
     virtual ULong historyGetAsset(ULong hist) = 0;
-    // (historyAdd is protected, below; PurgeUnreferencedApplications, of the applications
-    // family, stands here.)
+    // (historyAdd is protected, below.)
+    // Deletes (applicationDelete) every application enumUnreferencedApps lists, in name order.
+    // Returns how many were listed.
+    virtual ULong PurgeUnreferencedApplications();
     // The latest date in the asset's history; 0 when it has none.
     virtual CTime historyGetLastDate(ULong asset) = 0;
     // "Added", "Deleted", "Changed", "Alert: Internet Activity", "Alert: Folder/File Changes"
     // for operations 1, 2, 4, 5, 6; "Unknown Operation" for any other. Not virtual.
     static CString GetHistoryOperation(ULong operation);
+
+    // ---- Global (site-wide) enumerations ----
+    // A scope is 0 for the whole site, or a location _ID: the assets of that location and of every
+    // location below it, with their child assets at any depth (assetEnum(scope, 0, list, 1)).
+    // An asset set is a list of asset _IDs; an empty set stands for the whole site.
+    // Appends every catalogue row as (display name, _ID, _FLAGS). Returns the list's count.
+    virtual ULong enumApplications(CSortList& list, int withPublisher) = 0;
+    // The applications of the scope's assets: the asset set of `scope`, then the overload below.
+    // A location holding no asset gives nothing.
+    virtual ULong EnumGlobalSwApplications(ULong scope, CSortList& list, ULong mask, int withPublisher,
+                                           unsigned int aliasDepth, int installedOnly, const char* publisher,
+                                           ULong excludeMask);
+    // Appends each application once as (display name through aliasDepth alias levels, with the
+    // publisher when withPublisher; _ID; number of its instances on the assets) for applications
+    // whose _FLAGS share a bit with `mask` (0 = any) and none with `excludeMask`. `publisher`
+    // null or "All Publishers" = any, "Unknown" = the empty one, else exactly that text. With a
+    // non-empty asset set or installedOnly, only applications installed on the set's assets;
+    // otherwise every catalogue row. Returns the list's count.
+    virtual ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask,
+                                           int withPublisher, unsigned int aliasDepth, int installedOnly,
+                                           const char* publisher, ULong excludeMask) = 0;
+    // Appends the scope's assets holding an instance of `app` (with withAliases, also of the rows
+    // aliased to it at any depth): (asset name [+ " [VERSION]" with withVersion], asset _ID,
+    // instance _ID), ordered by asset name. Returns the list's count.
+    virtual ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) = 0;
 
     // ---- Events ----
     // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with
@@ -468,6 +561,46 @@ public:
     virtual ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared,
                                          int* instances) = 0;
     virtual void licensealertDelete(ULong alert) = 0;
+
+    // ---- Publishers ----
+    // Appends each publisher of the applications installed on the scope's assets once, as (text, 0,
+    // number of instances), for applications without kAppHidden whose _FLAGS hold every bit of
+    // `mask`; an empty publisher is listed as "Unknown". Returns the list's count.
+    virtual ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) = 0;
+    // Appends each non-empty publisher of the asset's instances (asset 0: of every instance) once,
+    // as (text, 0, 0), for applications without kAppHidden whose _FLAGS hold every bit of `mask`.
+    virtual ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) = 0;
+    // The application's own publisher, whatever aliasDepth (an alias is never followed here).
+    virtual CString GetAppPublisher(ULong app, unsigned int aliasDepth) = 0;
+    // Appends (name [+ " [VERSION]"], instance _ID, instance _FLAGS) for the asset's instances
+    // without kAppHidden (asset 0: every instance of applications without kAppHidden) whose
+    // application _FLAGS share a bit with `mask`, of `publisher` ("Unknown" = the empty one, "All
+    // Publishers" = any), skipping items already in the list. Returns the list's count.
+    virtual ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
+                                      ULong mask) = 0;
+    // all != 0: every row of publisher `oldPublisher` gets `newPublisher`; else only `app` does.
+    // Returns 0 (a failure is reported).
+    virtual ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) = 0;
+
+    // ---- Housekeeping of applications ----
+    // Appends (name, _ID, 0) for each application with licence type 0 or 1 that no instance and no
+    // file refers to. Returns the list's count.
+    virtual ULong enumUnreferencedApps(CSortList& list) = 0;
+    // Appends (display name, lowest _ID, number of rows) for each publisher and name held by more
+    // than one row, most rows first. Returns the list's count.
+    virtual ULong enumDuplicateApps(CSortList& list) = 0;
+    // Appends rows that point nowhere: ("APPINST", instance _ID, its asset) for instances whose
+    // asset or application is missing, then ("SWLINK", link _ID, its asset) for links whose asset
+    // is missing, each in _ID order. Returns the list's count.
+    virtual ULong enumOrphans(CSortList& list) = 0;
+    // Deletes the later rows (higher _ID) of app's publisher and name. Kept as callers have always
+    // had it: app's instances are first re-pointed to each later row in turn before that row is
+    // deleted, and the later rows' own instances are left pointing at deleted rows. 0; 0xFFFFFFFF
+    // when `app` is missing.
+    virtual ULong FixupDuplicateApps(ULong app) = 0;
+    // Appends ("NAME on ASSET", lowest instance _ID, number of instances) for each asset holding
+    // more than one instance of one application, in asset and application order. Returns the count.
+    virtual ULong enumDuplicateAppInstances(CSortList& list) = 0;
 
     // (Of the History family, declared beside the hardware operations it serves.)
     // Records what an audit changed in an asset's hardware, comparing the snapshot `oldList`
@@ -612,6 +745,9 @@ protected:
     // 0 when the caller asked to cancel at this step, else 1.
     int ProgCheck();
     void ProgComplete();
+    // The asset set of a scope (see the global enumerations) into `assets`: false for a location
+    // holding no asset; true with an empty set for the whole site.
+    bool ScopeAssets(ULong scope, CDynaList<ULong>& assets);
 
     int m_bOpen = 0;
     int m_nReserved = 0;

@@ -120,6 +120,23 @@ public:
     ULong AddModel(ULong make, const char* name) override;
     void DeleteModel(ULong id) override;
 
+    // ---- Application instances and applications ----
+    ULong EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int unused) override;
+    ULong newEnumAppInstByApp(ULong app, CSortList& list, const char* label) override;
+    ULong applicationFindInst(ULong asset, ULong app) override;
+    CString newGetAppInstSerial(ULong instance) override;
+    ULong newGetAppInstFlags(ULong instance) override;
+    ULong newGetAppInstFiles(ULong instance) override;
+    ULong newGetAppInstAppID(ULong instance) override;
+    ULong applicationAddInstance(ULong asset, ULong app, const char* serial, const char* version, ULong flags) override;
+    int applicationIsInstalled(ULong asset, ULong app) override;
+    int applicationRemove(ULong asset, ULong app) override;
+    int applicationDelete(ULong app) override;
+    ULong applicationFind(const char* name) override;
+    CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) override;
+    CString applicationGetVersion(ULong instance) override;
+    ULong applicationEnumLicenceCounts(CSortList& list) override;
+
     // ---- Licences ----
     ULong GetAppLicenceCount(ULong app) override;
     ULong GetAppLicenceType(ULong app) override;
@@ -144,6 +161,16 @@ public:
     int GetAuthorizedState(CString& app, int type);
     // Appends every row of the type to three parallel lists. Returns the count of `apps`.
     ULong EnumAppLicence(int type, CDynaList<CString>& apps, CDynaList<ULong>& totals, CDynaList<ULong>& authorized);
+
+    // ---- Application flags, aliases, recognition ----
+    int applicationGetFlag(ULong app, ULong mask) override;
+    int applicationSetFlag(ULong app, ULong mask, int set) override;
+    ULong applicationGetFlags(ULong app) override;
+    ULong applicationAdd(const char* publisher, const char* name, ULong flags) override;
+    int applicationSetAlias(ULong app, ULong alias) override;
+    ULong applicationGetAlias(ULong app) override;
+    ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) override;
+    int DeleteSw(ULong asset) override;
 
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
@@ -175,6 +202,29 @@ public:
     ULong licensealertGetCount() override;
     ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) override;
     void licensealertDelete(ULong alert) override;
+
+    // ---- Global (site-wide) enumerations ----
+    ULong enumApplications(CSortList& list, int withPublisher) override;
+    using CNorvik::EnumGlobalSwApplications;
+    ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask, int withPublisher,
+                                   unsigned int aliasDepth, int installedOnly, const char* publisher,
+                                   ULong excludeMask) override;
+    ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
+
+    // ---- Publishers ----
+    ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) override;
+    ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) override;
+    CString GetAppPublisher(ULong app, unsigned int aliasDepth) override;
+    ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
+                              ULong mask) override;
+    ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) override;
+
+    // ---- Housekeeping of applications ----
+    ULong enumUnreferencedApps(CSortList& list) override;
+    ULong enumDuplicateApps(CSortList& list) override;
+    ULong enumOrphans(CSortList& list) override;
+    ULong FixupDuplicateApps(ULong app) override;
+    ULong enumDuplicateAppInstances(CSortList& list) override;
 
     // (Of the History family; it compares hardware snapshots.)
     void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) override;
@@ -262,6 +312,9 @@ protected:
     // Makes the cache hold `asset` (the columns its schema version has): true when it does, false
     // for a missing asset or a failed read (reported), the cache then empty.
     bool LoadAssetCache(ULong asset);
+    // Makes the instance cache hold `instance` unless it already does; a missing instance leaves
+    // the cache as it was. Throws CDBException.
+    void LoadAppInstCache(ULong instance);
 
 private:
     // Steps of the asset operations. The first two throw CDBException, the failing statement left
@@ -300,5 +353,14 @@ private:
     int m_nVersion = 0;
     ULong m_assetCacheId = 0;
     ULong m_appInstCacheId = 0;
+    // The row of instance m_appInstCacheId (the one-entry instance cache).
+    struct AppInstCacheEntry {
+        ULong asset = 0;
+        ULong app = 0;
+        CString serial;
+        ULong files = 0;
+        ULong flags = 0;
+    };
+    AppInstCacheEntry m_appInstCache;
     ULong m_swFileCacheId = 0;
 };

@@ -26,10 +26,12 @@ CDBException ProcedureError(const char* name, const char* message) {
     return CDBException(-1, CString::Formatted("%s: %s", name, message), "State:42000,Native:0,Origin:Procedure");
 }
 
-// The single integer a "select" of one value gives (the driver hands some as text).
+// The single integer a "select" of one value gives (the driver hands some as text); 0 when
+// there is no row.
 std::int32_t FirstValueAsInt32(CDatabase& db, const char* statement) {
     CRecordset rs(&db);
     rs.Open(CRecordset::forwardOnly, statement, CRecordset::executeDirect);
+    if (rs.IsEOF()) return 0;
     const CDBVariant& value = rs.Field(0);
     return value.m_dwType == CDBVariant::DBVT_LONG ? value.m_lVal
                                                    : static_cast<std::int32_t>(std::atoll(value.m_strVal.c_str()));
@@ -90,17 +92,64 @@ std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* 
     return 0;
 }
 
+// usp_AddApp(mfr, app, flags, OUT id): the steps of postgresql/usp_addapp.sql.
+std::int32_t AddApp(CDatabase& db, const Arguments& args, std::int32_t* out) {
+    long flags = 0;
+    if (args.size() != 3 || !IntegerArgument(args[2], &flags))
+        throw ProcedureError("usp_AddApp", "expects a publisher, a name and an integer");
+    const CString mfr = CSqlDatabase::SqlQuote(args[0]);
+    const CString app = CSqlDatabase::SqlQuote(args[1]);
+    std::int32_t id = FirstValueAsInt32(
+        db, "select _ID from APPS where _MFR = " + mfr + " and _APP = " + app + " order by _ID limit 1");
+    if (id == 0) {
+        db.ExecuteSQL(CString::Formatted("insert into APPS (_MFR, _APP, _FLAGS) values (%s, %s, %ld)", mfr.c_str(),
+                                         app.c_str(), flags));
+        id = FirstValueAsInt32(db, "select last_insert_rowid()");
+    }
+    if (out) *out = id;
+    return 0;
+}
+
+// usp_AddAppInst(asset, app, serial, version, flags, OUT id): the steps of
+// postgresql/usp_addappinst.sql, which says what the arguments mean.
+std::int32_t AddAppInst(CDatabase& db, const Arguments& args, std::int32_t* out) {
+    long asset = 0, app = 0, flags = 0;
+    if (args.size() != 5 || !IntegerArgument(args[0], &asset) || !IntegerArgument(args[1], &app) ||
+        !IntegerArgument(args[4], &flags))
+        throw ProcedureError("usp_AddAppInst", "expects an asset, an application, two texts and an integer");
+    std::int32_t id = FirstValueAsInt32(
+        db, CString::Formatted("select _ID from APPINST where _ASSET = %ld and _APP = %ld order by _ID limit 1", asset,
+                               app));
+    if (id == 0) {
+        db.ExecuteSQL(CString::Formatted(
+            "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) values (%ld, %ld, %s, %s, %d, %ld)",
+            asset, app, CSqlDatabase::SqlQuote(args[2]).c_str(), CSqlDatabase::SqlQuote(args[3]).c_str(),
+            (flags & 2) != 0 ? 1 : 0, flags));
+        id = FirstValueAsInt32(db, "select last_insert_rowid()");
+    } else {
+        db.ExecuteSQL(
+            CString::Formatted("update APPINST set _FILES = _FILES + 1 where _ID = %d", static_cast<int>(id)));
+    }
+    if (out) *out = id;
+    return 0;
+}
+
 struct Entry {
     const char* name;
     Procedure run;
     bool atomic;  // several statements that must all happen or none
 };
 
+// One entry a line, so that procedures are added and removed line by line.
+// clang-format off
 const Entry kProcedures[] = {
     {"usp_Insert", Insert, false},
     {"usp_Clean", Clean, true},
     {"usp_PurgeAssetHist", PurgeAssetHist, true},
+    {"usp_AddApp", AddApp, true},
+    {"usp_AddAppInst", AddAppInst, true},
 };
+// clang-format on
 
 std::vector<std::pair<std::string, Procedure>>& TestProcedures() {
     static std::vector<std::pair<std::string, Procedure>> procedures;
