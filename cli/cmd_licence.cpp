@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/resolve_app.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
-#include "sql/sql_recordset.h"
+#include "report/licence_report.h"
 
 namespace cli {
 
@@ -19,6 +20,9 @@ const char kLicenceHelp[] =
     "       norvik licence type add NAME [--per-pc] [--hidden]\n"
     "       norvik licence type rename TYPE NAME\n"
     "       norvik licence type delete TYPE\n"
+    "       norvik licence set APP [--type TYPE] [--count N]\n"
+    "       norvik licence report [--location LOCATION] [--json]\n"
+    "       norvik licence check\n"
     "       norvik licence alerts [--json]\n"
     "       norvik licence alerts delete ID\n"
     "Licence types say how an application is licensed; a \"Per PC\" type compares the number\n"
@@ -29,6 +33,13 @@ const char kLicenceHelp[] =
     "                  the lists of the auditing programs) and prints its id\n"
     "  type rename     renames a type; its flags are cleared, as for a new kind of licence\n"
     "  type delete     deletes a type that no application uses\n"
+    "  set             gives an application (an id, \"PUBLISHER NAME\" or a name only one\n"
+    "                  application has) a licence type and/or a declared number of licences\n"
+    "  report          every application with a licence type: declared licences, assets it is\n"
+    "                  installed on (within LOCATION and below it, default: the whole site),\n"
+    "                  the difference for per-PC licences; over-used applications first\n"
+    "  check           raises an alert for each per-PC application installed on more assets\n"
+    "                  than declared (once per application) and prints the new alerts\n"
     "  alerts          the licence alerts raised so far (type 1: installed more often than\n"
     "                  licensed)\n"
     "  alerts delete   deletes one alert\n";
@@ -168,6 +179,7 @@ struct AlertRow {
     ULong id = 0;
     int type = 0;
     int app = 0;
+    std::string name;  // the application's display name
     CTime date;
     int declared = 0;
     int instances = 0;
@@ -180,26 +192,27 @@ int AlertList(CNorvikSql& db, bool json) {
     for (ULong id : ids) {
         AlertRow row;
         row.id = id;
-        if (db.licensealertGetDetails(id, &row.type, &row.app, &row.date, &row.declared, &row.instances))
-            rows.push_back(row);
+        if (!db.licensealertGetDetails(id, &row.type, &row.app, &row.date, &row.declared, &row.instances)) continue;
+        row.name = db.applicationGetName(static_cast<ULong>(row.app), 0, 1).str();
+        rows.push_back(row);
     }
     if (json) {
         std::cout << "[";
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const AlertRow& r = rows[i];
             std::cout << (i ? ", " : "") << "{\"id\": " << r.id << ", \"type\": " << r.type << ", \"app\": " << r.app
-                      << ", \"date\": " << JsonText(IsoDateTime(r.date)) << ", \"declared\": " << r.declared
-                      << ", \"installed\": " << r.instances << "}";
+                      << ", \"application\": " << JsonText(r.name) << ", \"date\": " << JsonText(IsoDateTime(r.date))
+                      << ", \"declared\": " << r.declared << ", \"installed\": " << r.instances << "}";
         }
         std::cout << "]\n";
         return kExitOk;
     }
-    TextTable table({"Id", "Type", "App", "Date", "Declared", "Installed"});
+    TextTable table({"Id", "Type", "App", "Application", "Date", "Declared", "Installed"});
     for (const AlertRow& r : rows) {
-        table.AddRow({std::to_string(r.id), std::to_string(r.type), std::to_string(r.app), IsoDateTime(r.date),
+        table.AddRow({std::to_string(r.id), std::to_string(r.type), std::to_string(r.app), r.name, IsoDateTime(r.date),
                       std::to_string(r.declared), std::to_string(r.instances)});
     }
-    table.Print(std::cout, {0, 1, 2, 4, 5});
+    table.Print(std::cout, {0, 1, 2, 5, 6});
     return kExitOk;
 }
 
@@ -226,6 +239,101 @@ int RunAlerts(Context& context) {
     return watch.Shown() ? kExitFailed : kExitOk;
 }
 
+// A declared number of licences: decimal digits up to the largest count a row holds. Negative
+// and non-numeric counts are refused: -1 would leave the count unchanged, not set it.
+bool ParseCount(const std::string& word, int* count) {
+    if (word.empty() || word.size() > 10 || word.find_first_not_of("0123456789") != std::string::npos) return false;
+    const unsigned long long value = std::stoull(word);
+    if (value > static_cast<unsigned long long>(INT_MAX)) return false;
+    *count = static_cast<int>(value);
+    return true;
+}
+
+int RunSet(Context& context) {
+    Words words;
+    if (!SplitSubCommandWords(context.args, {{}, {"--type", "--count"}, 1, 1},
+                              "licence set APP [--type TYPE] [--count N]", &words))
+        return kExitUsage;
+    if (!words.Has("--type") && !words.Has("--count")) return UsageError("licence set needs --type or --count");
+    int count = -1;
+    if (words.Has("--count") && !ParseCount(words.Value("--count"), &count))
+        return UsageError("not a number of licences (0 to 2147483647): " + words.Value("--count"));
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    const MessageWatch watch(*db, context.options);
+    const Resolved app = ResolveApp(*db, words.positional[0]);
+    if (!app.ok()) return Fail(app);
+    int type = -1;
+    if (words.Has("--type")) {
+        const Resolved resolved = ResolveLicenceType(*db, words.Value("--type"));
+        if (!resolved.ok()) return Fail(resolved);
+        type = static_cast<int>(resolved.id);
+    }
+    if (watch.Shown()) return kExitFailed;
+    db->SetAppLicence(app.id, type, count);
+    const CString description = db->GetAppLicenceDesc(app.id);
+    if (watch.Shown()) return kExitFailed;
+    std::cout << db->applicationGetName(app.id, 0, 1).c_str() << ": " << description.c_str() << '\n';
+    return kExitOk;
+}
+
+int RunReport(Context& context) {
+    Words words;
+    if (!SplitSubCommandWords(context.args, {{}, {"--location"}, 0, 0}, "licence report [--location LOCATION] [--json]",
+                              &words))
+        return kExitUsage;
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    const MessageWatch watch(*db, context.options);
+    ULong scope = 0;
+    if (words.Has("--location")) {
+        const Resolved location = ResolveLocation(*db, words.Value("--location"), true);
+        if (!location.ok()) return Fail(location);
+        scope = location.id;
+    }
+    const std::vector<LicenceReportRow> rows = BuildLicenceReport(*db, scope);
+    if (watch.Shown()) return kExitFailed;
+    if (context.options.json) {
+        std::cout << "[";
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const LicenceReportRow& r = rows[i];
+            std::cout << (i ? ", " : "") << "{\"app\": " << r.app << ", \"publisher\": " << JsonText(r.publisher)
+                      << ", \"name\": " << JsonText(r.name) << ", \"type\": " << JsonText(r.type)
+                      << ", \"declared\": " << r.declared << ", \"installed\": " << r.installed
+                      << ", \"difference\": " << r.difference << ", \"overUsed\": " << (r.overUsed ? "true" : "false")
+                      << "}";
+        }
+        std::cout << "]\n";
+        return kExitOk;
+    }
+    TextTable table({"Publisher", "Name", "Type", "Declared", "Installed", "Difference", "Over-used"});
+    for (const LicenceReportRow& r : rows) {
+        table.AddRow({r.publisher, r.name, r.type, std::to_string(r.declared), std::to_string(r.installed),
+                      std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""});
+    }
+    table.Print(std::cout, {3, 4, 5});
+    return kExitOk;
+}
+
+int RunCheck(Context& context) {
+    Words words;
+    if (!SplitSubCommandWords(context.args, {{}, {}, 0, 0}, "licence check", &words)) return kExitUsage;
+    CNorvikSql* db = context.OpenDatabase();
+    if (!db) return kExitFailed;
+    const MessageWatch watch(*db, context.options);
+    CDynaList<ULong> added;
+    const ULong overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &added);
+    if (watch.Shown()) return kExitFailed;
+    for (const ULong alert : added) {
+        int app = 0, declared = 0, instances = 0;
+        db->licensealertGetDetails(alert, nullptr, &app, nullptr, &declared, &instances);
+        std::cout << "alert " << alert << ": " << db->applicationGetName(static_cast<ULong>(app), 0, 1).c_str()
+                  << " is installed on " << instances << " assets; " << declared << " licences declared\n";
+    }
+    std::cout << overUsed << " over-used application(s), " << added.GetCount() << " new alert(s)\n";
+    return watch.Shown() ? kExitFailed : kExitOk;
+}
+
 }  // namespace
 
 int RunLicence(Context& context) {
@@ -233,6 +341,9 @@ int RunLicence(Context& context) {
     const std::string sub = context.args.empty() ? "" : context.args[0];
     if (sub == "type") return RunType(context);
     if (sub == "alerts") return RunAlerts(context);
+    if (sub == "set") return RunSet(context);
+    if (sub == "report") return RunReport(context);
+    if (sub == "check") return RunCheck(context);
     return UsageError((sub.empty() ? std::string("licence needs a command") : "unknown licence command " + sub) +
                       " (see norvik licence --help)");
 }

@@ -42,7 +42,8 @@ const char kUsage[] =
     "  app list|add|install|remove|alias|rename-publisher|publishers|delete|duplicates|\n"
     "      merge-duplicates|purge-unreferenced|orphans ...  the application catalogue and\n"
     "                              each asset's application instances\n"
-    "  licence type|alerts ...     licence types and the licence alerts raised\n"
+    "  licence type|set|report|check|alerts ...  licence types, each application's licence,\n"
+    "                              the compliance report, over-use alerts\n"
     "  serial list|add|delete ...  where audits read applications' serial numbers\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";

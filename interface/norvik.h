@@ -402,7 +402,13 @@ public:
     // The application's licence as shown: "NAME [COUNT]" for a per-PC type, the type's name
     // otherwise, "Not Specified" for type 1 (empty for a type that has no row).
     virtual CString GetAppLicenceDesc(ULong app);
-    // (GetAppLicenceStats stands here; it is declared with the global enumerations it counts with.)
+    // The licence statistics of `app` within `scope` (0: the whole site; a location _ID: the
+    // assets of that location and every location below it, child assets included). instances =
+    // the scope's assets holding the app or a row aliased to it (EnumGlobalSwAssets); for a
+    // per-PC type difference = declared count - instances (negative when over-used), else 0.
+    // Returns 0 with type 1 (not specified) and difference 0, else 1.
+    virtual int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances,
+                                   int& difference) = 0;
     virtual ULong GetAppLicenceCount(ULong app) = 0;
     // The application's licence type; 0 for a missing application.
     virtual ULong GetAppLicenceType(ULong app) = 0;
@@ -448,6 +454,11 @@ public:
     virtual ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) = 0;
     // Deletes all the asset's instances, then its folder and file links. 1; 0 on failure.
     virtual int DeleteSw(ULong asset) = 0;
+    // (Of the licences.) The licence of `app` within `scope` (as GetAppLicenceStats): each output
+    // is written only when its pointer is given; instances are counted only when asked for.
+    // description as GetAppLicenceDesc; a missing app gives type 0 and declared 0. Returns 0.
+    virtual ULong GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
+                                               int* instances, int* declared, int* difference) = 0;
 
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
@@ -716,6 +727,21 @@ public:
 
     // ---- Users ----
     virtual void SetLogonUser(const char* name) { m_strLogonUser = name ? name : ""; }
+
+    // ---- Licence compliance (beyond the operations above) ----
+    // The LICALERTS._TYPE of an alert raised because an application is installed on more assets
+    // than its per-PC licence count declares.
+    static constexpr int kLicenceAlertOverUse = 1;
+    // Appends (empty, application _ID, installations) for every application whose licence type is
+    // above 1 (one that is specified), installations counted within `scope` as GetAppLicenceStats
+    // counts them, for all applications in one pass. Returns the list's count.
+    virtual ULong licenceEnumInstallations(ULong scope, CSortList& list) = 0;
+    // The over-use check: for every per-PC application (applicationEnumLicenceCounts) installed on
+    // more assets of the site than declared, adds an alert kLicenceAlertOverUse dated `date` with
+    // the declared and installed counts, unless one of that type exists for the application; the
+    // new alerts' _IDs are appended to `added` when given. Changes nothing else. Returns the
+    // number of over-used applications, alerted before or now.
+    virtual ULong licensealertCheckOverUse(const CTime& date, CDynaList<ULong>* added);
 
     // ---- Not virtual ----
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

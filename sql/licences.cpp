@@ -3,7 +3,72 @@
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
+namespace {
+
+// The assets of `scope` holding `app` or a row aliased to it: what the statistics count.
+int CountInstallations(CNorvik& db, ULong scope, ULong app) {
+    CSortList assets;
+    return static_cast<int>(db.EnumGlobalSwAssets(scope, app, 0, assets, 1));
+}
+
+}  // namespace
+
 // ---- Reads ----
+
+int CNorvikSql::GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances, int& difference) {
+    type = 0;
+    flags = 0;
+    instances = 0;
+    difference = 0;
+    instances = CountInstallations(*this, scope, app);
+    type = GetAppLicenceType(app);
+    if (type == kLicenceNotSpecified) return 0;
+    CString name;
+    GetLicenceDetails(type, name, &flags);
+    if (flags & kLicencePerPc) difference = static_cast<int>(GetAppLicenceCount(app)) - instances;
+    return 1;
+}
+
+ULong CNorvikSql::GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
+                                               int* instances, int* declared, int* difference) {
+    const int installed = instances ? CountInstallations(*this, scope, app) : 0;
+    if (instances) *instances = installed;
+    // Two blanks before "where", as the statement has always been stored.
+    CString statement =
+        CString::Formatted("select APPS._LICTYPE, APPS._LICCOUNT from APPS  where APPS._ID=%d", static_cast<int>(app));
+    ULong licenceType = 0;
+    int count = 0;
+    CString name;
+    ULong licenceFlags = 0;
+    try {
+        {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) {
+                licenceType = rs.NumberAt(0);
+                count = static_cast<int>(rs.NumberAt(1));
+            }
+        }
+        if (licenceType == kLicenceNotSpecified) {
+            name = kLicenceNotSpecifiedName;
+        } else {
+            statement = CString::Formatted("select LICTYPE._NAME ,LICTYPE._FLAGS from LICTYPE where LICTYPE._ID = %d",
+                                           static_cast<int>(licenceType));
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) {
+                name = rs.TextAt(0);
+                licenceFlags = rs.NumberAt(1);
+            }
+        }
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    if (type) *type = licenceType;
+    if (declared) *declared = count;
+    if (flags) *flags = licenceFlags;
+    if (difference) *difference = (licenceFlags & kLicencePerPc) ? count - installed : 0;
+    description = LicenceDescription(name, licenceFlags, count);
+    return 0;
+}
 
 ULong CNorvikSql::GetAppLicenceCount(ULong app) { return SelectNumberReported("APPS", "_LICCOUNT", app); }
 

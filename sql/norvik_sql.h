@@ -138,6 +138,7 @@ public:
     ULong applicationEnumLicenceCounts(CSortList& list) override;
 
     // ---- Licences ----
+    int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances, int& difference) override;
     ULong GetAppLicenceCount(ULong app) override;
     ULong GetAppLicenceType(ULong app) override;
     ULong GetLicenceDetails(ULong type, CString& name, ULong* flags) override;
@@ -171,6 +172,8 @@ public:
     ULong applicationGetAlias(ULong app) override;
     ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) override;
     int DeleteSw(ULong asset) override;
+    ULong GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
+                                       int* instances, int* declared, int* difference) override;
 
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
@@ -257,6 +260,10 @@ public:
     void SetSSAppName(ULong record, const char* text) override;
     void SetSSRegKey(ULong record, const char* text) override;
     void SetSSRegItem(ULong record, const char* text) override;
+
+    // ---- Licence compliance ----
+    ULong licenceEnumInstallations(ULong scope, CSortList& list) override;
+
     // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
     // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
     // The text is read as a 32-bit integer first (leading blanks, an optional sign and the

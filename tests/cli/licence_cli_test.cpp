@@ -42,14 +42,17 @@ TEST_P(LicenceTool, Alerts) {
     EXPECT_EQ(Ok({"--json", "licence", "alerts"}), "[]\n");
     const ULong alert = Db().licensealertAdd(1, 7, CTime(2024, 3, 1, 9, 30, 0), 10, 12);
     Db().licensealertAdd(2, 8, CTime(2024, 3, 2, 10, 0, 0), 1, 3);
+    Db().applicationAdd("Acme", "Editor", 0);
+    Db().applicationAdd("", "Tool", 0);
+    Db().ExecuteStatement("update APPS set _ID = _ID + 6");
     EXPECT_EQ(Ok({"licence", "alerts"}),
-              "Id  Type  App  Date                 Declared  Installed\n"
-              " 1     1    7  2024-03-01 09:30:00        10         12\n"
-              " 2     2    8  2024-03-02 10:00:00         1          3\n");
+              "Id  Type  App  Application  Date                 Declared  Installed\n"
+              " 1     1    7  Acme Editor  2024-03-01 09:30:00        10         12\n"
+              " 2     2    8  Tool         2024-03-02 10:00:00         1          3\n");
     EXPECT_EQ(Ok({"licence", "alerts", "delete", std::to_string(alert)}), "");
     EXPECT_EQ(Ok({"--json", "licence", "alerts"}),
-              "[{\"id\": 2, \"type\": 2, \"app\": 8, \"date\": \"2024-03-02 10:00:00\", \"declared\": 1, "
-              "\"installed\": 3}]\n");
+              "[{\"id\": 2, \"type\": 2, \"app\": 8, \"application\": \"Tool\", \"date\": \"2024-03-02 "
+              "10:00:00\", \"declared\": 1, \"installed\": 3}]\n");
     ExpectRefused(Run({"licence", "alerts", "delete", "1"}), 1, "no licence alert 1");
     ExpectRefused(Run({"licence", "alerts", "delete", "-1"}), 2, "not an alert id: -1");
     ExpectRefused(Run({"licence", "alerts", "remove", "2"}), 2, "usage");
@@ -69,6 +72,56 @@ TEST_P(LicenceTool, SerialNumberPlaces) {
     ExpectRefused(Run({"serial", "delete", "1"}), 1, "no serial-number place 1");
     ExpectRefused(Run({"serial", "delete", "x"}), 2, "not a record id: x");
     ExpectRefused(Run({"serial", "add", "Editor", "Key"}), 2, "wrong number of arguments");
+}
+
+TEST_P(LicenceTool, SetReportAndCheck) {
+    Seeder& db = Db();
+    const CTime when(2024, 3, 1, 9, 30, 0);
+    const ULong hq = db.locAdd("HQ", 0, 0, CIPAddress(), CIPAddress());
+    const ULong editor = db.applicationAdd("Acme", "Editor", 0);
+    const ULong viewer = db.applicationAdd("Acme", "Viewer", 0);
+    const ULong tool = db.applicationAdd("", "Tool", 0);
+    db.applicationAdd("Acme", "Unlicensed", 0);
+    for (int i = 1; i <= 3; ++i) {
+        const ULong pc = db.AddAsset(CString::Formatted("PC%d", i), i == 1 ? hq : 0, 0, 0, when);
+        db.applicationAddInstance(pc, editor, "", "", 0);
+        db.applicationAddInstance(pc, viewer, "", "", 0);
+        if (i == 1) db.applicationAddInstance(pc, tool, "", "", 0);
+    }
+    EXPECT_EQ(Ok({"licence", "type", "add", "Seat", "--per-pc"}), "2\n");
+    EXPECT_EQ(Ok({"licence", "type", "add", "Site"}), "3\n");
+
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "-1"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "ten"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "2147483648"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor"}), 2, "needs --type or --count");
+    ExpectRefused(Run({"licence", "set", "Nothing", "--count", "2"}), 1, "no application 'Nothing'");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--type", "Gold", "--count", "2"}), 1,
+                  "no licence type 'Gold'");
+    EXPECT_EQ(db.GetAppLicenceCount(editor), 0u) << "nothing written by a refused command";
+
+    EXPECT_EQ(Ok({"licence", "set", "Acme Editor", "--type", "Seat", "--count", "2"}), "Acme Editor: Seat [2]\n");
+    EXPECT_EQ(Ok({"licence", "set", std::to_string(viewer), "--type", "2", "--count", "5"}), "Acme Viewer: Seat [5]\n");
+    EXPECT_EQ(Ok({"licence", "set", "Tool", "--type", "Site"}), "Tool: Site\n");
+    EXPECT_EQ(Ok({"licence", "set", "Tool", "--count", "1"}), "Tool: Site\n");
+
+    EXPECT_EQ(Ok({"licence", "report"}),
+              "Publisher  Name    Type  Declared  Installed  Difference  Over-used\n"
+              "Acme       Editor  Seat         2          3          -1  OVER-USED\n"
+              "           Tool    Site         1          1           0  \n"
+              "Acme       Viewer  Seat         5          3           2  \n");
+    EXPECT_EQ(Ok({"--json", "licence", "report", "--location", "HQ"}),
+              "[{\"app\": 3, \"publisher\": \"\", \"name\": \"Tool\", \"type\": \"Site\", \"declared\": 1, "
+              "\"installed\": 1, \"difference\": 0, \"overUsed\": false}, {\"app\": 1, \"publisher\": \"Acme\", "
+              "\"name\": \"Editor\", \"type\": \"Seat\", \"declared\": 2, \"installed\": 1, \"difference\": 1, "
+              "\"overUsed\": false}, {\"app\": 2, \"publisher\": \"Acme\", \"name\": \"Viewer\", \"type\": "
+              "\"Seat\", \"declared\": 5, \"installed\": 1, \"difference\": 4, \"overUsed\": false}]\n");
+    ExpectRefused(Run({"licence", "report", "--location", "Nowhere"}), 1, "no location 'Nowhere'");
+
+    EXPECT_EQ(Ok({"licence", "check"}),
+              "alert 1: Acme Editor is installed on 3 assets; 2 licences declared\n"
+              "1 over-used application(s), 1 new alert(s)\n");
+    EXPECT_EQ(Ok({"licence", "check"}), "1 over-used application(s), 0 new alert(s)\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(, LicenceTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),

@@ -137,6 +137,152 @@ TEST_P(Licences, SwLicenceRowIsUpdatedInPlace) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+// ---- Statistics, details and the over-use check, over real installations ----
+
+class LicenceUsage : public Licences {
+protected:
+    ULong Asset(const char* name, ULong location = 0) { return db_->AddAsset(name, location, 0, 0, when_); }
+    ULong Place(const char* name, ULong parent = 0) { return db_->locAdd(name, parent, 0, CIPAddress(), CIPAddress()); }
+    // `app` on `count` new assets named PREFIX1, PREFIX2 ...
+    void InstallOnNew(ULong app, int count, const char* prefix) {
+        for (int i = 1; i <= count; ++i)
+            db_->applicationAddInstance(Asset(CString::Formatted("%s%d", prefix, i)), app, "", "", 0);
+    }
+    ULong Installed(ULong scope, ULong app) {
+        CSortList list;
+        db_->licenceEnumInstallations(scope, list);
+        for (const CSortItem& item : list)
+            if (item.id == app) return item.extra;
+        return 0xFFFFFFFF;
+    }
+
+    const CTime when_ = CTime(2024, 3, 1, 9, 30, 0);
+};
+
+TEST_P(LicenceUsage, PerPcCountTenOnTwelveAssetsIsTwoShort) {
+    const ULong seat = AddType("Seat", CNorvik::kLicencePerPc);
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    db_->SetAppLicence(app, static_cast<int>(seat), 10);
+    InstallOnNew(app, 12, "PC");
+    ULong type = 0, flags = 0;
+    int instances = 0, difference = 0;
+    EXPECT_EQ(db_->GetAppLicenceStats(0, app, type, flags, instances, difference), 1);
+    EXPECT_EQ(type, seat);
+    EXPECT_EQ(flags, CNorvik::kLicencePerPc);
+    EXPECT_EQ(instances, 12);
+    EXPECT_EQ(difference, -2);
+
+    CString description;
+    int declared = 0;
+    type = flags = 0;
+    instances = difference = 0;
+    EXPECT_EQ(db_->GetApplicationLicenseDetails(0, app, &type, description, &flags, &instances, &declared, &difference),
+              0u);
+    EXPECT_EQ(description.str(), "Seat [10]");
+    EXPECT_EQ(type, seat);
+    EXPECT_EQ(declared, 10);
+    EXPECT_EQ(instances, 12);
+    EXPECT_EQ(difference, -2);
+    EXPECT_EQ(Installed(0, app), 12u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(LicenceUsage, NotSpecifiedHasNoDifferenceWhateverItsCount) {
+    const ULong app = db_->applicationAdd("Acme", "Viewer", 0);
+    db_->SetAppLicence(app, -1, 1);
+    InstallOnNew(app, 3, "PC");
+    ULong type = 9, flags = 9;
+    int instances = 0, difference = 9;
+    EXPECT_EQ(db_->GetAppLicenceStats(0, app, type, flags, instances, difference), 0);
+    EXPECT_EQ(type, 1u);
+    EXPECT_EQ(flags, 0u);
+    EXPECT_EQ(instances, 3);
+    EXPECT_EQ(difference, 0);
+    CString description;
+    difference = 9;
+    db_->GetApplicationLicenseDetails(0, app, nullptr, description, &flags, nullptr, nullptr, &difference);
+    EXPECT_EQ(description.str(), "Not Specified");
+    EXPECT_EQ(difference, 0) << "instances not asked for are not counted either";
+    // A site licence (no per-PC flag) is never short either.
+    db_->SetAppLicence(app, static_cast<int>(AddType("Site", 0)), -1);
+    EXPECT_EQ(db_->GetAppLicenceStats(0, app, type, flags, instances, difference), 1);
+    EXPECT_EQ(difference, 0);
+    EXPECT_EQ(Installed(0, app), 3u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(LicenceUsage, ScopeIsALocationSubtreeWithChildAssetsAndAliasesCount) {
+    const ULong hq = Place("HQ");
+    const ULong floor = Place("Floor", hq);
+    const ULong other = Place("Other");
+    const ULong inHq = Asset("in HQ", hq);
+    const ULong onFloor = Asset("on floor", floor);
+    const ULong child = Asset("peripheral", floor);
+    db_->SetAssetParent(child, onFloor, 1, 0, when_);
+    const ULong elsewhere = Asset("elsewhere", other);
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong renamed = db_->applicationAdd("Acme Corp", "Editor", 0);
+    db_->applicationSetAlias(renamed, app);
+    db_->SetAppLicence(app, static_cast<int>(AddType("Seat", CNorvik::kLicencePerPc)), 2);
+    for (const ULong asset : {inHq, onFloor, child, elsewhere}) db_->applicationAddInstance(asset, app, "", "", 0);
+    db_->applicationAddInstance(elsewhere, renamed, "", "", 0);
+    db_->applicationAddInstance(inHq, db_->applicationAdd("Other", "Tool", 0), "", "", 0);
+
+    struct Case {
+        ULong scope;
+        int instances;
+    };
+    for (const Case& c : {Case{0, 5}, Case{hq, 3}, Case{floor, 2}, Case{other, 2}, Case{Place("Empty"), 0}}) {
+        ULong type = 0, flags = 0;
+        int instances = -1, difference = 0;
+        db_->GetAppLicenceStats(c.scope, app, type, flags, instances, difference);
+        EXPECT_EQ(instances, c.instances) << "scope " << c.scope;
+        EXPECT_EQ(difference, 2 - c.instances) << "scope " << c.scope;
+        EXPECT_EQ(Installed(c.scope, app), static_cast<ULong>(c.instances)) << "one pass counts as the statistics";
+    }
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(LicenceUsage, OverUseCheckAlertsOncePerOverUsedApplication) {
+    const ULong seat = AddType("Seat", CNorvik::kLicencePerPc);
+    const ULong over = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong within = db_->applicationAdd("Acme", "Viewer", 0);
+    const ULong siteWide = db_->applicationAdd("Acme", "Suite", 0);
+    db_->SetAppLicence(over, static_cast<int>(seat), 1);
+    db_->SetAppLicence(within, static_cast<int>(seat), 2);
+    db_->SetAppLicence(siteWide, static_cast<int>(AddType("Site", 0)), 0);
+    InstallOnNew(over, 2, "E");
+    InstallOnNew(within, 2, "V");
+    InstallOnNew(siteWide, 3, "S");
+
+    CDynaList<ULong> added;
+    EXPECT_EQ(db_->licensealertCheckOverUse(when_, &added), 1u);
+    ASSERT_EQ(added.GetCount(), 1u);
+    int type = 0, app = 0, declared = 0, instances = 0;
+    CTime date;
+    ASSERT_EQ(db_->licensealertGetDetails(added[0], &type, &app, &date, &declared, &instances), 1u);
+    EXPECT_EQ(type, CNorvik::kLicenceAlertOverUse);
+    EXPECT_EQ(static_cast<ULong>(app), over);
+    EXPECT_EQ(date, when_);
+    EXPECT_EQ(declared, 1);
+    EXPECT_EQ(instances, 2);
+
+    CountUpdates("APPS");
+    added.RemoveAll();
+    EXPECT_EQ(db_->licensealertCheckOverUse(when_, &added), 1u) << "still over-used";
+    EXPECT_EQ(added.GetCount(), 0u) << "but alerted already";
+    EXPECT_EQ(db_->licensealertGetCount(), 1u);
+    EXPECT_EQ(CountedUpdates(), 0u);
+
+    // Another alert type about the same application does not count as the over-use alert.
+    db_->licensealertDelete(db_->licensealertFind(CNorvik::kLicenceAlertOverUse, over));
+    db_->licensealertAdd(7, over, when_, 0, 0);
+    EXPECT_EQ(db_->licensealertCheckOverUse(when_, nullptr), 1u);
+    EXPECT_NE(db_->licensealertFind(CNorvik::kLicenceAlertOverUse, over), 0u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 NORVIK_ON_BOTH_ENGINES(Licences);
+NORVIK_ON_BOTH_ENGINES(LicenceUsage);
 
 }  // namespace
