@@ -1,5 +1,6 @@
 // Licence compliance: the installations of every licensed application counted in one pass,
 // for the over-use check and the licence report.
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -12,6 +13,9 @@ namespace {
 // The rows that can count for a licensed application: the licensed ones themselves and every
 // aliased row, whose installations count for the rows up its alias chain.
 const char kCountedRows[] = "select _ID from APPS where _LICTYPE > 1 or _ALIAS <> 0";
+
+// How many asset _IDs one statement names.
+constexpr ULong kAssetsPerStatement = 500;
 
 }  // namespace
 
@@ -29,23 +33,28 @@ ULong CNorvikSql::licenceEnumInstallations(ULong scope, CSortList& list) {
                 if (rs.NumberAt(2) > 1) licensed.push_back(rs.NumberAt(0));
             }
         }
-        // Instances per catalogue row, of the scope's assets only.
+        // Instances per catalogue row, of the scope's assets only. The counts come from the
+        // indexes alone: no ASSET row is read, as every instance's asset exists (deleting an
+        // asset deletes its instances).
         std::unordered_map<ULong, ULong> perRow;
-        if (anyAsset && !licensed.empty()) {
-            const CString join = CString(" from APPINST,ASSET where ASSET._ID=APPINST._ASSET and APPINST._APP in (") +
-                                 kCountedRows + ")";
-            if (scope == 0) {
-                statement = "select APPINST._APP ,count(*)" + join + " group by APPINST._APP";
-                CSqlRecordset rs(this, statement);
-                for (; !rs.IsEOF(); rs.MoveNext()) perRow[rs.NumberAt(0)] = rs.NumberAt(1);
-            } else {
-                // One read of the instances, filtered here: the scope's asset list can be as long
-                // as the site, too long to spell out in the statement.
-                const std::unordered_set<ULong> inScope(assets.begin(), assets.end());
-                statement = "select APPINST._APP ,APPINST._ASSET" + join;
-                CSqlRecordset rs(this, statement);
-                for (; !rs.IsEOF(); rs.MoveNext())
-                    if (inScope.count(rs.NumberAt(1))) ++perRow[rs.NumberAt(0)];
+        const CString counted = CString(" and APPINST._APP in (") + kCountedRows + ") group by APPINST._APP";
+        const auto readCounts = [&](const CString& text) {
+            statement = text;
+            CSqlRecordset rs(this, statement);
+            for (; !rs.IsEOF(); rs.MoveNext()) perRow[rs.NumberAt(0)] += rs.NumberAt(1);
+        };
+        if (!licensed.empty() && scope == 0) {
+            readCounts("select APPINST._APP ,count(*) from APPINST where APPINST._APP <> 0" + counted);
+        } else if (!licensed.empty() && anyAsset) {
+            // The scope's assets spelled out, a slice at a time to keep each statement short.
+            for (ULong from = 0; from < assets.GetCount(); from += kAssetsPerStatement) {
+                std::string in;
+                for (ULong i = from; i < assets.GetCount() && i < from + kAssetsPerStatement; ++i)
+                    in += (in.empty() ? "" : ",") + std::to_string(static_cast<int>(assets[i]));
+                // Every application of these assets, from the (asset, application) index alone;
+                // rows that count for nothing are passed over below.
+                readCounts("select APPINST._APP ,count(*) from APPINST where APPINST._ASSET in (" + CString(in) +
+                           ") group by APPINST._APP");
             }
         }
         // A row's instances count for itself and for every row up its alias chain, each once
