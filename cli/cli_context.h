@@ -108,5 +108,7 @@ int RunNote(Context& context);      // cmd_note.cpp
 int RunSchedule(Context& context);  // cmd_schedule.cpp
 int RunApp(Context& context);       // cmd_app.cpp
 int RunImport(Context& context);    // cmd_import.cpp
+int RunLicence(Context& context);   // cmd_licence.cpp
+int RunSerial(Context& context);    // cmd_serial.cpp
 
 }  // namespace cli

@@ -54,6 +54,9 @@ const char kUsage[] =
     "      merge-duplicates|purge-unreferenced|orphans ...  the application catalogue and\n"
     "                              each asset's application instances\n"
     "  import [--location L] PATH...  agent inventory files, folders or - into the database\n"
+    "  licence type|set|report|check|alerts ...  licence types, each application's licence,\n"
+    "                              the compliance report, over-use alerts\n"
+    "  serial list|add|delete ...  where audits read applications' serial numbers\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -83,6 +86,8 @@ const Verb kVerbs[] = {
     {"schedule", cli::RunSchedule},
     {"app", cli::RunApp},
     {"import", cli::RunImport},
+    {"licence", cli::RunLicence},
+    {"serial", cli::RunSerial},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

@@ -12,18 +12,16 @@ int Fail(const Resolved& resolved) {
     return resolved.exitCode;
 }
 
-namespace {
-
-bool IsSeparator(char c) { return c == ';' || c == '\\'; }
-
-// The value of a word of decimal digits that could be an _ID (the statements write ids with
-// "%d"); 0 for anything else.
 ULong IdFromDigits(const std::string& word) {
     if (word.empty() || word.size() > 9 || word.find_first_not_of("0123456789") != std::string::npos) return 0;
     return static_cast<ULong>(std::strtoul(word.c_str(), nullptr, 10));
 }
 
 bool RowExists(CNorvikSql& db, const char* table, ULong id) { return db.SelectNumber(table, "_ID", id) == id; }
+
+namespace {
+
+bool IsSeparator(char c) { return c == ';' || c == '\\'; }
 
 Resolved Found(ULong id) { return Resolved{id, kExitOk, std::string()}; }
 

@@ -25,6 +25,12 @@ struct Resolved {
 // Prints the error of a failed resolution and returns its exit code.
 int Fail(const Resolved& resolved);
 
+// The value of a word of decimal digits that could be an _ID (the statements write ids with
+// "%d"); 0 for anything else.
+ULong IdFromDigits(const std::string& word);
+// Whether `table` has the row `id`. Throws CDBException.
+bool RowExists(CNorvikSql& db, const char* table, ULong id);
+
 // A location named by its _ID (decimal digits) or by its path of names separated by ';' or
 // '\', from the top level down. Digits name an _ID when that location exists and are taken
 // as a path otherwise; a trailing separator ("2024;") always makes a path. "0" names the

@@ -463,6 +463,48 @@ public:
     // Appends (empty, _ID, _LICCOUNT) for every application whose licence type has bit 0x1.
     virtual ULong applicationEnumLicenceCounts(CSortList& list) = 0;
 
+    // ---- Licences ----
+    // LICTYPE holds the licence types; each application (APPS) carries one (_LICTYPE) and a
+    // declared count of licences (_LICCOUNT). Type 1 stands for "no licence specified": it is
+    // never looked up and is described as "Not Specified".
+    static constexpr ULong kLicenceNotSpecified = 1;
+    static constexpr ULong kLicencePerPc = 0x1;   // the declared count is compared with installations
+    static constexpr ULong kLicenceHidden = 0x2;  // kept out of the caller's lists
+    static constexpr const char* kLicenceNotSpecifiedName = "Not Specified";
+    // The application's licence as shown: "NAME [COUNT]" for a per-PC type, the type's name
+    // otherwise, "Not Specified" for type 1 (empty for a type that has no row).
+    virtual CString GetAppLicenceDesc(ULong app);
+    // The licence statistics of `app` within `scope` (0: the whole site; a location _ID: the
+    // assets of that location and every location below it, child assets included). instances =
+    // the scope's assets holding the app or a row aliased to it (EnumGlobalSwAssets); for a
+    // per-PC type difference = declared count - instances (negative when over-used), else 0.
+    // Returns 0 with type 1 (not specified) and difference 0, else 1.
+    virtual int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances,
+                                   int& difference) = 0;
+    virtual ULong GetAppLicenceCount(ULong app) = 0;
+    // The application's licence type; 0 for a missing application.
+    virtual ULong GetAppLicenceType(ULong app) = 0;
+    // name and *flags (flags may be null) of the type; 1 when it exists, else 0 and both unchanged.
+    virtual ULong GetLicenceDetails(ULong type, CString& name, ULong* flags) = 0;
+    virtual CString GetLicenceName(ULong type) = 0;
+    // Appends every type as (name, _ID, _FLAGS), type 1 included. Returns the list's count.
+    virtual ULong EnumLicenceTypes(CSortList& list) = 0;
+    // 1 when the type's flags share a bit with `mask`, else 0.
+    virtual int GetLicenceTypeFlag(ULong type, ULong mask) = 0;
+    // Sets (set != 0) or clears `mask` and returns the previous GetLicenceTypeFlag; the row is
+    // written only when the state changes.
+    virtual int SetLicenceTypeFlag(ULong type, ULong mask, int set) = 0;
+    // Renames the type and clears its flags: a renamed type is a new kind of licence.
+    virtual void SetLicenceTypeName(ULong type, const char* name) = 0;
+    // Deletes the type unless an application uses it: 1 when deleted, 0 when in use or on failure.
+    virtual int DeleteLicenceType(ULong type) = 0;
+    // Adds a type without flags; the new _ID, 0 on failure.
+    virtual ULong AddLicenceType(const char* name) = 0;
+    // Sets the application's licence type and declared count; -1 leaves either as it is.
+    virtual void SetAppLicence(ULong app, int type, int count) = 0;
+    // "Per PC", "Hidden", "Per PC, Hidden" or empty for the bits kLicencePerPc and kLicenceHidden.
+    static CString FormatLicenseFlags(int flags);
+
     // ---- Application flags, aliases, recognition ----
     // 1 when the application's _FLAGS share a bit with `mask`, else 0.
     virtual int applicationGetFlag(ULong app, ULong mask) = 0;
@@ -492,6 +534,11 @@ public:
     // (applicationAddInstance with flags 2), all in one transaction. Files already assigned
     // stay as they are. Returns the number of files assigned; 0 also on failure (reported).
     virtual ULong ReRecognise(ULong asset) = 0;
+    // (Of the licences.) The licence of `app` within `scope` (as GetAppLicenceStats): each output
+    // is written only when its pointer is given; instances are counted only when asked for.
+    // description as GetAppLicenceDesc; a missing app gives type 0 and declared 0. Returns 0.
+    virtual ULong GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
+                                               int* instances, int* declared, int* difference) = 0;
 
     // ---- History ----
     // History codes: operation << 16 | (kind & 0xFFFF). Operations: 1 added, 2 deleted,
@@ -604,6 +651,25 @@ public:
     // leaves both as they were.
     virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
     virtual void DeleteEvent(ULong event) = 0;
+
+    // ---- Licence alerts ----
+    // LICALERTS: one row per alert raised about an application's installations; the type is
+    // the caller's (kLicenceAlertOverUse is the one this library raises).
+    // Empties `ids`, then fills it with every alert's _ID. Returns the count.
+    virtual ULong EnumLicenseAlerts(CDynaList<ULong>& ids) = 0;
+    // Records an alert; the new _ID, 0 on failure.
+    virtual ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) = 0;
+    // The first alert of this type about `app`; 0 when none.
+    virtual ULong licensealertFind(int type, ULong app) = 0;
+    // Sends "delete * from LICALERTS", which the supported engines refuse: the failure is
+    // reported and nothing is deleted. Kept as it is; delete alerts one by one instead.
+    virtual void licensealertDeleteAll() = 0;
+    virtual ULong licensealertGetCount() = 0;
+    // The alert's stored values through the pointers given (each may be null); 1 when the
+    // alert exists, else 0 and nothing written.
+    virtual ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared,
+                                         int* instances) = 0;
+    virtual void licensealertDelete(ULong alert) = 0;
 
     // ---- Publishers ----
     // Appends each publisher of the applications installed on the scope's assets once, as (text, 0,
@@ -784,6 +850,22 @@ public:
     virtual int ieCookieDeleteAll(ULong asset) = 0;
     virtual int ieCookieDelete(ULong row) = 0;
 
+    // ---- Serial-number scan records ----
+    // SWSERIAL: where the auditor reads an application's serial number (a registry key and the
+    // value name within it).
+    // Empties `ids`, then fills it with every record's _ID; `unused` is ignored. Returns the count.
+    virtual ULong EnumSSRecs(CDynaList<ULong>& ids, int unused) = 0;
+    // The new record's _ID, 0 on failure.
+    virtual ULong AddSSRec(const char* appName, const char* regKey, const char* regItem) = 0;
+    virtual void DeleteSSRec(ULong record) = 0;
+    // The record's texts; empty for a missing record.
+    virtual CString GetSSAppName(ULong record) = 0;
+    virtual CString GetSSRegKey(ULong record) = 0;
+    virtual CString GetSSRegItem(ULong record) = 0;
+    virtual void SetSSAppName(ULong record, const char* text) = 0;
+    virtual void SetSSRegKey(ULong record, const char* text) = 0;
+    virtual void SetSSRegItem(ULong record, const char* text) = 0;
+
     // ---- Users ----
     // Console users with their level, the location they are restricted to and their profile.
     // With the site option kOptionPasswordHashing set to "1", userSetPassword stores a salted
@@ -882,6 +964,21 @@ public:
     // *data and *text (either may be null) of the note; returns `note`, or 0 for a missing note.
     virtual ULong notesGetDetails(ULong note, int* data, CString* text) = 0;
 
+    // ---- Licence compliance (beyond the operations above) ----
+    // The LICALERTS._TYPE of an alert raised because an application is installed on more assets
+    // than its per-PC licence count declares.
+    static constexpr int kLicenceAlertOverUse = 1;
+    // Appends (empty, application _ID, installations) for every application whose licence type is
+    // above 1 (one that is specified), installations counted within `scope` as GetAppLicenceStats
+    // counts them, for all applications in one pass. Returns the list's count.
+    virtual ULong licenceEnumInstallations(ULong scope, CSortList& list) = 0;
+    // The over-use check: for every per-PC application (applicationEnumLicenceCounts) installed on
+    // more assets of the site than declared, adds an alert kLicenceAlertOverUse dated `date` with
+    // the declared and installed counts, unless one of that type exists for the application; the
+    // new alerts' _IDs are appended to `added` when given. Changes nothing else. Returns the
+    // number of over-used applications, alerted before or now.
+    virtual ULong licensealertCheckOverUse(const CTime& date, CDynaList<ULong>* added);
+
     // ---- Not virtual ----
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The location that holds an asset, following asset parents upward.
@@ -903,6 +1000,9 @@ protected:
     // Shows a failure with style 48: the ODBC form for database exceptions (with the failed
     // statement `context` when given), "An Error has occurred" with `context` otherwise.
     void HandleException(const CException& e, const char* context) const;
+    // "NAME [DECLARED]" for flags with kLicencePerPc, else the name: an application's licence
+    // as GetAppLicenceDesc and GetApplicationLicenseDetails describe it.
+    static CString LicenceDescription(const CString& name, ULong flags, int declared);
     void ProgStart(ULong total, const char* title, ULong step);
     // 0 when the caller asked to cancel at this step, else 1.
     int ProgCheck();

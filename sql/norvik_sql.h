@@ -173,6 +173,32 @@ public:
     CString applicationGetVersion(ULong instance) override;
     ULong applicationEnumLicenceCounts(CSortList& list) override;
 
+    // ---- Licences ----
+    int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances, int& difference) override;
+    ULong GetAppLicenceCount(ULong app) override;
+    ULong GetAppLicenceType(ULong app) override;
+    ULong GetLicenceDetails(ULong type, CString& name, ULong* flags) override;
+    CString GetLicenceName(ULong type) override;
+    ULong EnumLicenceTypes(CSortList& list) override;
+    int GetLicenceTypeFlag(ULong type, ULong mask) override;
+    int SetLicenceTypeFlag(ULong type, ULong mask, int set) override;
+    void SetLicenceTypeName(ULong type, const char* name) override;
+    int DeleteLicenceType(ULong type) override;
+    ULong AddLicenceType(const char* name) override;
+    void SetAppLicence(ULong app, int type, int count) override;
+
+    // ---- Licence totals by application text (SWLIC; not virtual) ----
+    // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
+    // is the caller's.
+    // Stores the row of (type, app): an existing one is updated in place. Its _ID, 0 on failure.
+    ULong AddSwLicence(const char* app, int type, int total, int authorized);
+    // The row's total; 0 when there is none.
+    ULong GetLicenceDetails(CString& app, int type);
+    // The row's authorised value; 0 when there is none.
+    int GetAuthorizedState(CString& app, int type);
+    // Appends every row of the type to three parallel lists. Returns the count of `apps`.
+    ULong EnumAppLicence(int type, CDynaList<CString>& apps, CDynaList<ULong>& totals, CDynaList<ULong>& authorized);
+
     // ---- Application flags, aliases, recognition ----
     int applicationGetFlag(ULong app, ULong mask) override;
     int applicationSetFlag(ULong app, ULong mask, int set) override;
@@ -183,6 +209,8 @@ public:
     ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) override;
     int DeleteSw(ULong asset) override;
     ULong ReRecognise(ULong asset) override;
+    ULong GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
+                                       int* instances, int* declared, int* difference) override;
 
     // ---- History ----
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
@@ -209,6 +237,15 @@ public:
     ULong GetEventCount() override;
     void GetEventDetails(ULong event, CString& text, ULong* hist) override;
     void DeleteEvent(ULong event) override;
+
+    // ---- Licence alerts ----
+    ULong EnumLicenseAlerts(CDynaList<ULong>& ids) override;
+    ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) override;
+    ULong licensealertFind(int type, ULong app) override;
+    void licensealertDeleteAll() override;
+    ULong licensealertGetCount() override;
+    ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) override;
+    void licensealertDelete(ULong alert) override;
 
     // ---- Global (site-wide) enumerations ----
     ULong enumApplications(CSortList& list, int withPublisher) override;
@@ -312,6 +349,21 @@ public:
     int notesDelete(ULong note) override;
     ULong enumNotes(const int* type, const int* table, const ULong* record, CDynaList<ULong>& notes) override;
     ULong notesGetDetails(ULong note, int* data, CString* text) override;
+
+    // ---- Serial-number scan records ----
+    ULong EnumSSRecs(CDynaList<ULong>& ids, int unused) override;
+    ULong AddSSRec(const char* appName, const char* regKey, const char* regItem) override;
+    void DeleteSSRec(ULong record) override;
+    CString GetSSAppName(ULong record) override;
+    CString GetSSRegKey(ULong record) override;
+    CString GetSSRegItem(ULong record) override;
+    void SetSSAppName(ULong record, const char* text) override;
+    void SetSSRegKey(ULong record, const char* text) override;
+    void SetSSRegItem(ULong record, const char* text) override;
+
+    // ---- Licence compliance ----
+    ULong licenceEnumInstallations(ULong scope, CSortList& list) override;
+
     // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
     // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
     // The text is read as a 32-bit integer first (leading blanks, an optional sign and the

@@ -9,46 +9,9 @@
 
 #include "kb/auditdbsys.h"
 #include "sql/norvik_sql.h"
-#include "support/cli_runner.h"
-#include "support/scratch_database.h"
+#include "support/db_tool_test.h"
 
 namespace {
-
-// Seeds and checks the database the way the library's own families do.
-class Seeder : public CNorvikSql {
-public:
-    using CNorvikSql::CNorvikSql;
-    using CNorvikSql::historyAdd;
-};
-
-class DbTool : public ::testing::TestWithParam<Engine> {
-protected:
-    void TearDown() override { db_.reset(); }
-
-    ToolResult Run(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--dsn", scratch_->ConnectionString()});
-        return RunTool(dir_.path, args);
-    }
-    // Runs a command that must succeed and returns what it printed.
-    std::string Ok(const std::vector<std::string>& args) {
-        const ToolResult result = Run(args);
-        EXPECT_EQ(result.exitCode, 0) << args[0] << " " << args[1] << ": " << result.err;
-        EXPECT_EQ(result.err, "");
-        return result.out;
-    }
-    Seeder& Db() {
-        if (!db_) {
-            db_ = std::make_unique<Seeder>(kb_);
-            EXPECT_NE(db_->Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
-        }
-        return *db_;
-    }
-
-    ToolDir dir_{"norvik_db_cli"};
-    std::unique_ptr<ScratchDatabase> scratch_ = std::make_unique<ScratchDatabase>(GetParam());
-    CAuditDBSys kb_;
-    std::unique_ptr<Seeder> db_;
-};
 
 TEST_P(DbTool, Options) {
     EXPECT_EQ(Ok({"option", "set", "O'Neil's", "50% * done"}), "");

@@ -36,21 +36,8 @@ protected:
             rows.push_back(rs.TextAt(0).str() + "|" + rs.TextAt(1).str() + "|" + rs.TextAt(2).str());
         return rows;
     }
-    // Counts every UPDATE of an ASSET row from now on, whoever sends it, in table UPDLOG.
-    void CountAssetUpdates() {
-        db_->ExecuteStatement("create table UPDLOG (_N integer)");
-        if (IsSqlite()) {
-            db_->ExecuteStatement(
-                "create trigger ASSET_UPD after update on ASSET begin insert into UPDLOG values (1); end");
-        } else {
-            db_->ExecuteStatement(
-                "create function asset_upd() returns trigger language plpgsql as $$ begin insert into UPDLOG values "
-                "(1); return null; end; $$");
-            db_->ExecuteStatement(
-                "create trigger ASSET_UPD after update on ASSET for each row execute function asset_upd()");
-        }
-    }
-    ULong AssetUpdates() { return Number("select count(*) from UPDLOG"); }
+    void CountAssetUpdates() { CountUpdates("ASSET"); }
+    ULong AssetUpdates() { return CountedUpdates(); }
 
     const CTime when_ = CTime(2024, 3, 1, 9, 30, 0);
 };

@@ -1,6 +1,8 @@
 // The two-engine fixture.
 #include "support/engine_test.h"
 
+#include "sql/sql_recordset.h"
+
 void EngineTest::SetUp() {
     scratch_ = std::make_unique<ScratchDatabase>(GetParam(), SchemaVersion());
     db_ = MakeBackEnd();
@@ -21,6 +23,25 @@ std::unique_ptr<TestableNorvikSql> EngineTest::MakeBackEnd() {
 
 bool EngineTest::OpenBackEnd(TestableNorvikSql& db) {
     return db.Open(scratch_->ConnectionString().c_str(), nullptr, 0x4) != 0;
+}
+
+void EngineTest::CountUpdates(const char* table) {
+    db_->ExecuteStatement("create table UPDLOG (_N integer)");
+    if (IsSqlite()) {
+        db_->ExecuteStatement(CString::Formatted(
+            "create trigger COUNT_UPD after update on %s begin insert into UPDLOG values (1); end", table));
+    } else {
+        db_->ExecuteStatement(
+            "create function count_upd() returns trigger language plpgsql as $$ begin insert into UPDLOG values "
+            "(1); return null; end; $$");
+        db_->ExecuteStatement(CString::Formatted(
+            "create trigger COUNT_UPD after update on %s for each row execute function count_upd()", table));
+    }
+}
+
+ULong EngineTest::CountedUpdates() {
+    CSqlRecordset rs(db_.get(), "select count(*) from UPDLOG");
+    return rs.IsEOF() ? 0 : rs.NumberAt(0);
 }
 
 std::string EngineTest::AllMessages() const {

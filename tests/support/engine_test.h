@@ -36,6 +36,11 @@ protected:
     // Everything shown through the message box so far, joined.
     std::string AllMessages() const;
 
+    // Counts every UPDATE of a row of `table` from now on, whoever sends it (a trigger writing
+    // into table UPDLOG); CountedUpdates tells how many there were. One table per test.
+    void CountUpdates(const char* table);
+    ULong CountedUpdates();
+
     // The schema version the scratch database is created at.
     virtual const char* SchemaVersion() const { return "7.14"; }
     // Whether SetUp opens db_ (tests of Open itself say no).

@@ -1,0 +1,130 @@
+// The licence and serial verbs end to end on both engines: licence types with their flags,
+// licence alerts, serial-number places, with readable and JSON output and one-line failures.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/db_tool_test.h"
+
+namespace {
+
+class LicenceTool : public DbTool {};
+
+TEST_P(LicenceTool, LicenceTypes) {
+    EXPECT_EQ(Ok({"licence", "type", "add", "Seat", "--per-pc"}), "2\n");
+    EXPECT_EQ(Ok({"licence", "type", "add", "O'Neil's site", "--hidden", "--per-pc"}), "3\n");
+    EXPECT_EQ(Ok({"licence", "type", "list"}),
+              "Id  Name           Flags\n"
+              " 1  Not Specified  \n"
+              " 2  Seat           Per PC\n"
+              " 3  O'Neil's site  Per PC, Hidden\n");
+    ExpectRefused(Run({"licence", "type", "add", "Seat"}), 1, "a licence type named 'Seat' already exists (id 2)");
+    ExpectRefused(Run({"licence", "type", "add", ""}), 1, "may not be empty");
+    ExpectRefused(Run({"licence", "type", "add", "X", "--per-seat"}), 2, "unknown option --per-seat");
+
+    EXPECT_EQ(Ok({"licence", "type", "rename", "O'Neil's site", "Site"}), "flags cleared (were Per PC, Hidden)\n");
+    EXPECT_EQ(Ok({"--json", "licence", "type", "list"}),
+              "[{\"id\": 1, \"name\": \"Not Specified\", \"flags\": 0, \"flagNames\": \"\"}, {\"id\": 2, \"name\": "
+              "\"Seat\", \"flags\": 1, \"flagNames\": \"Per PC\"}, {\"id\": 3, \"name\": \"Site\", \"flags\": 0, "
+              "\"flagNames\": \"\"}]\n");
+    ExpectRefused(Run({"licence", "type", "rename", "Site", "Seat"}), 1, "already exists (id 2)");
+    ExpectRefused(Run({"licence", "type", "delete", "1"}), 1, "is built in");
+    ExpectRefused(Run({"licence", "type", "delete", "Nothing"}), 1, "no licence type 'Nothing'");
+
+    const ULong app = Db().InsertRecord("APPS", "_MFR,_APP,_LICTYPE", "'Acme','Editor',2");
+    ASSERT_NE(app, 0u);
+    ExpectRefused(Run({"licence", "type", "delete", "Seat"}), 1, "is used by 1 application(s); not deleted");
+    EXPECT_EQ(Ok({"licence", "type", "delete", "3"}), "");
+    EXPECT_EQ(LineCount(Ok({"licence", "type", "list"})), 3);
+}
+
+TEST_P(LicenceTool, Alerts) {
+    EXPECT_EQ(Ok({"--json", "licence", "alerts"}), "[]\n");
+    const ULong alert = Db().licensealertAdd(1, 7, CTime(2024, 3, 1, 9, 30, 0), 10, 12);
+    Db().licensealertAdd(2, 8, CTime(2024, 3, 2, 10, 0, 0), 1, 3);
+    Db().applicationAdd("Acme", "Editor", 0);
+    Db().applicationAdd("", "Tool", 0);
+    Db().ExecuteStatement("update APPS set _ID = _ID + 6");
+    EXPECT_EQ(Ok({"licence", "alerts"}),
+              "Id  Type  App  Application  Date                 Declared  Installed\n"
+              " 1     1    7  Acme Editor  2024-03-01 09:30:00        10         12\n"
+              " 2     2    8  Tool         2024-03-02 10:00:00         1          3\n");
+    EXPECT_EQ(Ok({"licence", "alerts", "delete", std::to_string(alert)}), "");
+    EXPECT_EQ(Ok({"--json", "licence", "alerts"}),
+              "[{\"id\": 2, \"type\": 2, \"app\": 8, \"application\": \"Tool\", \"date\": \"2024-03-02 "
+              "10:00:00\", \"declared\": 1, \"installed\": 3}]\n");
+    ExpectRefused(Run({"licence", "alerts", "delete", "1"}), 1, "no licence alert 1");
+    ExpectRefused(Run({"licence", "alerts", "delete", "-1"}), 2, "not an alert id: -1");
+    ExpectRefused(Run({"licence", "alerts", "remove", "2"}), 2, "usage");
+}
+
+TEST_P(LicenceTool, SerialNumberPlaces) {
+    EXPECT_EQ(Ok({"serial", "add", "Editor", "HKLM\\Software\\O'Neil", "ProductId"}), "1\n");
+    EXPECT_EQ(Ok({"serial", "add", "Viewer \xE9", "HKLM\\Software\\Viewer", "Serial"}), "2\n");
+    EXPECT_EQ(Ok({"serial", "list"}),
+              "Id  Application  Key                   Item\n"
+              " 1  Editor       HKLM\\Software\\O'Neil  ProductId\n"
+              " 2  Viewer \xE9     HKLM\\Software\\Viewer  Serial\n");
+    EXPECT_EQ(Ok({"serial", "delete", "1"}), "");
+    EXPECT_EQ(Ok({"--json", "serial", "list"}),
+              "[{\"id\": 2, \"app\": \"Viewer \\u00e9\", \"key\": \"HKLM\\\\Software\\\\Viewer\", \"item\": "
+              "\"Serial\"}]\n");
+    ExpectRefused(Run({"serial", "delete", "1"}), 1, "no serial-number place 1");
+    ExpectRefused(Run({"serial", "delete", "x"}), 2, "not a record id: x");
+    ExpectRefused(Run({"serial", "add", "Editor", "Key"}), 2, "wrong number of arguments");
+}
+
+TEST_P(LicenceTool, SetReportAndCheck) {
+    Seeder& db = Db();
+    const CTime when(2024, 3, 1, 9, 30, 0);
+    const ULong hq = db.locAdd("HQ", 0, 0, CIPAddress(), CIPAddress());
+    const ULong editor = db.applicationAdd("Acme", "Editor", 0);
+    const ULong viewer = db.applicationAdd("Acme", "Viewer", 0);
+    const ULong tool = db.applicationAdd("", "Tool", 0);
+    db.applicationAdd("Acme", "Unlicensed", 0);
+    for (int i = 1; i <= 3; ++i) {
+        const ULong pc = db.AddAsset(CString::Formatted("PC%d", i), i == 1 ? hq : 0, 0, 0, when);
+        db.applicationAddInstance(pc, editor, "", "", 0);
+        db.applicationAddInstance(pc, viewer, "", "", 0);
+        if (i == 1) db.applicationAddInstance(pc, tool, "", "", 0);
+    }
+    EXPECT_EQ(Ok({"licence", "type", "add", "Seat", "--per-pc"}), "2\n");
+    EXPECT_EQ(Ok({"licence", "type", "add", "Site"}), "3\n");
+
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "-1"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "ten"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--count", "2147483648"}), 2, "not a number of licences");
+    ExpectRefused(Run({"licence", "set", "Acme Editor"}), 2, "needs --type or --count");
+    ExpectRefused(Run({"licence", "set", "Nothing", "--count", "2"}), 1, "no application 'Nothing'");
+    ExpectRefused(Run({"licence", "set", "Acme Editor", "--type", "Gold", "--count", "2"}), 1,
+                  "no licence type 'Gold'");
+    EXPECT_EQ(db.GetAppLicenceCount(editor), 0u) << "nothing written by a refused command";
+
+    EXPECT_EQ(Ok({"licence", "set", "Acme Editor", "--type", "Seat", "--count", "2"}), "Acme Editor: Seat [2]\n");
+    EXPECT_EQ(Ok({"licence", "set", std::to_string(viewer), "--type", "2", "--count", "5"}), "Acme Viewer: Seat [5]\n");
+    EXPECT_EQ(Ok({"licence", "set", "Tool", "--type", "Site"}), "Tool: Site\n");
+    EXPECT_EQ(Ok({"licence", "set", "Tool", "--count", "1"}), "Tool: Site\n");
+
+    EXPECT_EQ(Ok({"licence", "report"}),
+              "Publisher  Name    Type  Declared  Installed  Difference  Over-used\n"
+              "Acme       Editor  Seat         2          3          -1  OVER-USED\n"
+              "           Tool    Site         1          1           0  \n"
+              "Acme       Viewer  Seat         5          3           2  \n");
+    EXPECT_EQ(Ok({"--json", "licence", "report", "--location", "HQ"}),
+              "[{\"app\": 3, \"publisher\": \"\", \"name\": \"Tool\", \"type\": \"Site\", \"declared\": 1, "
+              "\"installed\": 1, \"difference\": 0, \"overUsed\": false}, {\"app\": 1, \"publisher\": \"Acme\", "
+              "\"name\": \"Editor\", \"type\": \"Seat\", \"declared\": 2, \"installed\": 1, \"difference\": 1, "
+              "\"overUsed\": false}, {\"app\": 2, \"publisher\": \"Acme\", \"name\": \"Viewer\", \"type\": "
+              "\"Seat\", \"declared\": 5, \"installed\": 1, \"difference\": 4, \"overUsed\": false}]\n");
+    ExpectRefused(Run({"licence", "report", "--location", "Nowhere"}), 1, "no location 'Nowhere'");
+
+    EXPECT_EQ(Ok({"licence", "check"}),
+              "alert 1: Acme Editor is installed on 3 assets; 2 licences declared\n"
+              "1 over-used application(s), 1 new alert(s)\n");
+    EXPECT_EQ(Ok({"licence", "check"}), "1 over-used application(s), 0 new alert(s)\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(, LicenceTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
+                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+
+}  // namespace
