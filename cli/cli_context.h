@@ -98,5 +98,7 @@ int RunHistory(Context& context);   // cmd_history.cpp
 int RunKb(Context& context);        // cmd_kb.cpp
 int RunHw(Context& context);        // cmd_hw.cpp
 int RunUpgrade(Context& context);   // cmd_upgrade.cpp
+int RunPicklist(Context& context);  // cmd_picklist.cpp
+int RunField(Context& context);     // cmd_field.cpp
 
 }  // namespace cli

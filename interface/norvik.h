@@ -365,7 +365,8 @@ public:
     // The built-in names that stand for ASSET columns wherever a field name is accepted, and
     // are read and written as text:
     //   "Category", "Make", "Model": the catalogue name (FindCategory; FindMake under the asset's
-    //     category; FindModel under its make); an unknown name is refused;
+    //     category; the first of EnumModels under its make named exactly so); unknown names are
+    //     refused;
     //   "Serial Number", "MAC Address": the text; "IP Address": dotted, empty for none;
     //   "Audit Date": YYYY-MM-DD[ hh:mm:ss], empty for never;
     //   "Location": the full name with "\" between levels (locGetFullName, locFind), empty for

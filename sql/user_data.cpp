@@ -122,9 +122,18 @@ ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* valu
     if (field != BuiltIn::Serial) {
         ULong id = 0;
         if (!text.IsEmpty()) {
-            id = field == BuiltIn::Category ? FindCategory(text)
-                 : field == BuiltIn::Make   ? FindMake(row.category, text)
-                                            : FindModel(row.make, text);
+            if (field == BuiltIn::Category) id = FindCategory(text);
+            if (field == BuiltIn::Make) id = FindMake(row.category, text);
+            if (field == BuiltIn::Model) {
+                // Not FindModel: it hands site models out shifted right, which no read takes back.
+                CSortList models;
+                EnumModels(row.make, models, 1);
+                for (const CSortItem& model : models)
+                    if (model.text == text) {
+                        id = model.id;
+                        break;
+                    }
+            }
             if (id == 0) return refuse("'%s' is not a known name for the field %s");
         }
         const ULong old = field == BuiltIn::Category ? row.category : field == BuiltIn::Make ? row.make : row.model;
