@@ -31,8 +31,8 @@ Target& TargetFor(Engine engine) {
         target.Open(engine);
         target.location = target.db->locAddFull("Site;Building;Room");
         const ULong group = target.db->InsertRecord("USERDEF", "_PARENT,_KEY,_FLAGS", "0,'Finance',3");
-        for (const char* field : {"Owner", "Department", "Room", "Warranty", "Supplier", "Purchase Date", "Asset Tag",
-                                  "Notes"})
+        for (const char* field :
+             {"Owner", "Department", "Room", "Warranty", "Supplier", "Purchase Date", "Asset Tag", "Notes"})
             target.db->InsertRecord("USERDEF", "_PARENT,_KEY,_FLAGS", CString::Formatted("0,'%s',18", field));
         for (const char* field : {"Cost Centre", "Budget"})
             target.db->InsertRecord("USERDEF", "_PARENT,_KEY,_FLAGS",
@@ -88,7 +88,8 @@ void FindExisting(benchmark::State& state, Engine engine, int addUserFields) {
     Target& t = TargetFor(engine);
     const ULong pc = t.db->AddAsset("Existing PC", t.location, addUserFields, 1, CTime::GetCurrentTime());
     for (auto _ : state)
-        if (t.db->AddAsset("Existing PC", t.location, addUserFields, 1, CTime()) != pc) state.SkipWithError("not found");
+        if (t.db->AddAsset("Existing PC", t.location, addUserFields, 1, CTime()) != pc)
+            state.SkipWithError("not found");
     state.SetItemsProcessed(state.iterations());
 }
 

@@ -281,7 +281,8 @@ int Count(CNorvikSql& db, const Words& args, bool json) {
 
 int RunAsset(Context& context) {
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    if (context.args.empty()) return Usage("asset needs a command: list, add, show, set, rename, move, delete or count");
+    if (context.args.empty())
+        return Usage("asset needs a command: list, add, show, set, rename, move, delete or count");
     const SubCommand* command = nullptr;
     for (const SubCommand& candidate : kSubCommands)
         if (context.args[0] == candidate.name) command = &candidate;

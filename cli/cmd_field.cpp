@@ -76,7 +76,9 @@ bool ParseInt(const std::string& text, int* value) {
 }
 
 const char* OwnerName(int owner) {
-    return owner == CAssetFieldDef::kOwnerAsset ? "asset" : owner == CAssetFieldDef::kOwnerApplication ? "application" : "-";
+    return owner == CAssetFieldDef::kOwnerAsset         ? "asset"
+           : owner == CAssetFieldDef::kOwnerApplication ? "application"
+                                                        : "-";
 }
 
 int List(CNorvikSql& db, bool json) {
@@ -89,8 +91,9 @@ int List(CNorvikSql& db, bool json) {
         def.Load(db, fields[i].id);
         const std::string group = def.GetParent() ? db.userDefGetKey(def.GetParent()).str() : "";
         if (json) {
-            std::cout << (i ? ", " : "") << "{\"id\": " << def.GetId() << ", \"name\": " << JsonText(def.GetName().str())
-                      << ", \"group\": " << JsonText(group) << ", \"owner\": " << JsonText(OwnerName(def.GetOwner()))
+            std::cout << (i ? ", " : "") << "{\"id\": " << def.GetId()
+                      << ", \"name\": " << JsonText(def.GetName().str()) << ", \"group\": " << JsonText(group)
+                      << ", \"owner\": " << JsonText(OwnerName(def.GetOwner()))
                       << ", \"type\": " << JsonText(def.GetTypeStr().str())
                       << ", \"description\": " << JsonText(def.GetDescription().str()) << "}";
         } else {

@@ -35,8 +35,7 @@ CString Describe(ULong flags, const CString& first, const CString& second) {
     }
     if (type == kEnvVar) entries.push_back(CString::Formatted("Environment Variable \"%s\"", second.c_str()));
     if (type == kText && std::atoi(first) != 0) entries.push_back(CString::Formatted("Max %d chars", std::atoi(first)));
-    if (type == kInteger)
-        entries.push_back(CString::Formatted("Range %d to %d", std::atoi(first), std::atoi(second)));
+    if (type == kInteger) entries.push_back(CString::Formatted("Range %d to %d", std::atoi(first), std::atoi(second)));
     if (type == kPicklist) entries.push_back(CString::Formatted("lookup %s", first.c_str()));
     if (type == kRegKey) {
         entries.push_back(first);

@@ -5,7 +5,7 @@
 
 namespace {
 
-const char* const kBuiltInNames[] = {"Category",   "Make",        "Model",      "Serial Number",
+const char* const kBuiltInNames[] = {"Category",    "Make",       "Model",      "Serial Number",
                                      "MAC Address", "IP Address", "Audit Date", "Location"};
 
 }  // namespace

@@ -77,8 +77,8 @@ CString CNorvikSql::GetBuiltInField(ULong asset, const char* key) {
     return CString();
 }
 
-ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* value, bool clearEmpty,
-                                  int recordHistory, CTime when) {
+ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* value, bool clearEmpty, int recordHistory,
+                                  CTime when) {
     const CString text = value ? value : "";
     if (!LoadAssetCache(asset)) return 0;
     if (text.IsEmpty() && !clearEmpty) return asset;
@@ -170,8 +170,8 @@ ULong CNorvikSql::userDataEnum(ULong group, ULong owner, CSortList& list, ULong 
 }
 
 ULong CNorvikSql::userDataEnumFieldNames(ULong group, ULong owner, CStringTable& names, ULong mask) {
-    const CString statement = CString::Formatted("select _KEY,_OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0",
-                                                 AsInt(group), AsInt(mask));
+    const CString statement = CString::Formatted(
+        "select _KEY,_OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0", AsInt(group), AsInt(mask));
     ULong added = 0;
     try {
         std::set<std::string> seen;
@@ -379,11 +379,11 @@ int CNorvikSql::userDataDelete(ULong value, int deleteGroup, CTime when) {
             // A group's values and definitions move up to the group's own parent, then it goes.
             const ULong parent = SelectNumber("USERDEF", "_PARENT", value);
             TransactionScope transaction(*this);
-            statement = CString::Formatted("update USERDATA set _PARENT=%d where _PARENT=%d", AsInt(parent),
-                                           AsInt(value));
+            statement =
+                CString::Formatted("update USERDATA set _PARENT=%d where _PARENT=%d", AsInt(parent), AsInt(value));
             ExecuteStatement(statement);
-            statement = CString::Formatted("update USERDEF set _PARENT=%d where _PARENT=%d", AsInt(parent),
-                                           AsInt(value));
+            statement =
+                CString::Formatted("update USERDEF set _PARENT=%d where _PARENT=%d", AsInt(parent), AsInt(value));
             ExecuteStatement(statement);
             statement = CString::Formatted("delete from USERDEF where _ID=%d", AsInt(value));
             ExecuteStatement(statement);
@@ -467,8 +467,8 @@ void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
         ULong flags;
     };
     std::vector<Field> fields;
-    statement = CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0",
-                                   AsInt(kUserDataAsset));
+    statement =
+        CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0", AsInt(kUserDataAsset));
     for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
         const ULong flags = rs.NumberAt(2);
         const CString key = rs.TextAt(1);

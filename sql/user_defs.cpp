@@ -71,8 +71,7 @@ int CNorvikSql::userDefGetParams(ULong def, CString& first, CString& second) {
 // ---- Writes ----
 
 int CNorvikSql::userDefSetParent(ULong def, ULong group) {
-    return ExecuteReported(
-        CString::Formatted("update USERDEF set _PARENT=%d where _ID=%d", AsInt(group), AsInt(def)));
+    return ExecuteReported(CString::Formatted("update USERDEF set _PARENT=%d where _ID=%d", AsInt(group), AsInt(def)));
 }
 
 int CNorvikSql::userDefSetKey(ULong def, const char* key, int renameValues) {
@@ -106,8 +105,7 @@ int CNorvikSql::userDefSetKey(ULong def, const char* key, int renameValues) {
 }
 
 int CNorvikSql::userDefSetFlags(ULong def, ULong flags) {
-    return ExecuteReported(
-        CString::Formatted("update USERDEF set _FLAGS=%d where _ID=%d", AsInt(flags), AsInt(def)));
+    return ExecuteReported(CString::Formatted("update USERDEF set _FLAGS=%d where _ID=%d", AsInt(flags), AsInt(def)));
 }
 
 int CNorvikSql::userDefSetParams(ULong def, const char* first, const char* second) {

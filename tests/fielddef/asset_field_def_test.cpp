@@ -35,7 +35,8 @@ TEST(AssetFieldDefBits, TypeCaseRuleAndMandatoryKeepTheirOwnBits) {
     def.SetType(0x100);  // ORed in unmasked: a type value can set a case-rule bit
     EXPECT_EQ(def.GetType(), 0);
     EXPECT_EQ(def.GetCaseRule(), 1) << "0x100 is tested before 0x400";
-    for (const auto& [rule, bits] : std::vector<std::pair<int, ULong>>{{1, 0x100}, {2, 0x200}, {3, 0x400}, {7, 0}, {0, 0}}) {
+    for (const auto& [rule, bits] :
+         std::vector<std::pair<int, ULong>>{{1, 0x100}, {2, 0x200}, {3, 0x400}, {7, 0}, {0, 0}}) {
         def.SetCaseRule(rule);
         EXPECT_EQ(def.GetFlags() & 0x700, bits) << rule;
     }

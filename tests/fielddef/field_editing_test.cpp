@@ -132,7 +132,8 @@ TEST_F(FieldEditing, LongTextIsTrimmedWithANoticeAndAccepted) {
     EXPECT_EQ(value_.str(), "abc");
     EXPECT_EQ(control_.GetText().str(), "abc");
     ASSERT_EQ(shown_.size(), 1u);
-    EXPECT_EQ(shown_[0], std::make_pair(std::string("Entered string was too long and has been trimmed to\n'abc'"), 0x40u));
+    EXPECT_EQ(shown_[0],
+              std::make_pair(std::string("Entered string was too long and has been trimmed to\n'abc'"), 0x40u));
     EXPECT_EQ(control_.m_focusCount, 0);
 }
 

@@ -41,8 +41,8 @@ protected:
     // The asset's history as "key|value1|value2", oldest first.
     std::vector<std::string> History(ULong asset) {
         std::vector<std::string> rows;
-        const CString statement = CString::Formatted(
-            "select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", AsInt(asset));
+        const CString statement =
+            CString::Formatted("select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", AsInt(asset));
         for (CSqlRecordset rs(db_.get(), statement); !rs.IsEOF(); rs.MoveNext())
             rows.push_back((rs.TextAt(0) + "|" + rs.TextAt(1) + "|" + rs.TextAt(2)).str());
         return rows;
@@ -234,9 +234,9 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
     EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), desktop);
     EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", pc), room);
     const std::vector<std::pair<const char*, const char*>> expected = {
-        {"Category", "Desktop"},   {"Make", "Contoso"},         {"Model", "Tower 5"},
+        {"Category", "Desktop"},     {"Make", "Contoso"},          {"Model", "Tower 5"},
         {"Serial Number", "SN-'1'"}, {"Location", "Site\\Room 1"}, {"Audit Date", "2024-02-29 23:59:58"},
-        {"IP Address", "10.0.0.7"}, {"MAC Address", "00:11:22"}};
+        {"IP Address", "10.0.0.7"},  {"MAC Address", "00:11:22"}};
     for (const auto& [key, text] : expected) {
         EXPECT_EQ(db_->userdataGetValue(0, pc, key, 0x2).str(), text) << key;
         EXPECT_EQ(db_->userDataFind(0, pc, key, 0x2), pc) << key;
