@@ -40,13 +40,7 @@ const char kHelp[] =
     "The built-in names Category, Make, Model, Serial Number, MAC Address, IP Address,\n"
     "Audit Date and Location stand for the asset's own columns and cannot be defined.\n";
 
-struct SubCommand {
-    const char* name;
-    WordRules rules;
-    const char* usage;
-};
-
-const SubCommand kSubCommands[] = {
+const std::vector<SubCommandSpec> kSubCommands = {
     {"list", {{}, {}, 0, 0}, "field list [--json]"},
     {"add",
      {{"--mandatory"},
@@ -216,15 +210,10 @@ int Values(CNorvikSql& db, const std::string& name, bool json) {
 
 int RunField(Context& context) {
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    const std::string sub = context.args.empty() ? "" : context.args[0];
-    const SubCommand* command = nullptr;
-    for (const SubCommand& candidate : kSubCommands)
-        if (sub == candidate.name) command = &candidate;
-    if (!command)
-        return UsageError((sub.empty() ? std::string("field needs a command") : "unknown field command " + sub) +
-                          " (see norvik field --help)");
     Words words;
-    if (!SplitSubCommandWords(context.args, command->rules, command->usage, &words)) return kExitUsage;
+    const SubCommandSpec* command = PickSubCommand("field", context.args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
     int type = 0;
     if (sub == "add" || sub == "rename") {

@@ -27,13 +27,7 @@ const char kHelp[] =
     "  add-item     appends TEXT to the list\n"
     "  delete-item  removes every item of the list reading exactly TEXT\n";
 
-struct SubCommand {
-    const char* name;
-    WordRules rules;
-    const char* usage;
-};
-
-const SubCommand kSubCommands[] = {
+const std::vector<SubCommandSpec> kSubCommands = {
     {"list", {{}, {}, 0, 0}, "picklist list [--json]"},
     {"add", {{}, {}, 1, static_cast<std::size_t>(-1)}, "picklist add NAME [ITEM...]"},
     {"rename", {{}, {}, 2, 2}, "picklist rename NAME NEW"},
@@ -89,15 +83,10 @@ int ShowItems(CNorvikSql& db, ULong list, bool json) {
 
 int RunPicklist(Context& context) {
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    const std::string sub = context.args.empty() ? "" : context.args[0];
-    const SubCommand* command = nullptr;
-    for (const SubCommand& candidate : kSubCommands)
-        if (sub == candidate.name) command = &candidate;
-    if (!command)
-        return UsageError((sub.empty() ? std::string("picklist needs a command") : "unknown picklist command " + sub) +
-                          " (see norvik picklist --help)");
     Words words;
-    if (!SplitSubCommandWords(context.args, command->rules, command->usage, &words)) return kExitUsage;
+    const SubCommandSpec* command = PickSubCommand("picklist", context.args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
     if ((sub == "add" && p[0].empty()) || (sub == "rename" && p[1].empty()))
         return UsageError("a pick list name may not be empty");

@@ -53,6 +53,25 @@ CString DateText(CTime time) {
                               p.second);
 }
 
+// Adds field 0 of each row of `statement` to `texts`, each text once, skipping rows whose field 1
+// is not `owner` when `owner` is not 0. Returns the number added; a failure is reported.
+ULong AddDistinctTexts(CNorvikSql& db, const CString& statement, CStringTable& texts, ULong owner) {
+    ULong added = 0;
+    try {
+        std::set<std::string> seen;
+        for (CSqlRecordset rs(&db, statement); !rs.IsEOF(); rs.MoveNext()) {
+            if (owner != 0 && rs.NumberAt(1) != owner) continue;
+            const CString text = rs.TextAt(0);
+            if (!seen.insert(text.str()).second) continue;
+            texts.Add(text);
+            ++added;
+        }
+    } catch (const CDBException& e) {
+        db.HandleSqlException(e, statement);
+    }
+    return added;
+}
+
 }  // namespace
 
 // ---- Built-in names ----
@@ -170,22 +189,11 @@ ULong CNorvikSql::userDataEnum(ULong group, ULong owner, CSortList& list, ULong 
 }
 
 ULong CNorvikSql::userDataEnumFieldNames(ULong group, ULong owner, CStringTable& names, ULong mask) {
-    const CString statement = CString::Formatted(
-        "select _KEY,_OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0", AsInt(group), AsInt(mask));
-    ULong added = 0;
-    try {
-        std::set<std::string> seen;
-        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-            if (owner != 0 && rs.NumberAt(1) != owner) continue;
-            const CString key = rs.TextAt(0);
-            if (!seen.insert(key.str()).second) continue;
-            names.Add(key);
-            ++added;
-        }
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
-    return added;
+    return AddDistinctTexts(
+        *this,
+        CString::Formatted("select _KEY,_OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0", AsInt(group),
+                           AsInt(mask)),
+        names, owner);
 }
 
 ULong CNorvikSql::userDataEnumFieldValues(ULong group, const char* key, CSortList& list, ULong mask) {
@@ -302,21 +310,10 @@ CString CNorvikSql::userdataGetValue(ULong value, const char* key) {
 }
 
 ULong CNorvikSql::userdataEnumFieldValues(const char* key, CStringTable& values) {
-    const CString statement = CString::Formatted("select _VAL from USERDATA where ((_FLAGS & %d) <> 0) and _KEY=%s",
-                                                 AsInt(kUserDataAsset), SqlQuote(key).c_str());
-    ULong added = 0;
-    try {
-        std::set<std::string> seen;
-        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-            const CString text = rs.TextAt(0);
-            if (!seen.insert(text.str()).second) continue;
-            values.Add(text);
-            ++added;
-        }
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
-    return added;
+    return AddDistinctTexts(*this,
+                            CString::Formatted("select _VAL from USERDATA where ((_FLAGS & %d) <> 0) and _KEY=%s",
+                                               AsInt(kUserDataAsset), SqlQuote(key).c_str()),
+                            values, 0);
 }
 
 CString CNorvikSql::userdataGetApplicationFieldValue(ULong app, const char* key) {
