@@ -110,5 +110,7 @@ int RunApp(Context& context);       // cmd_app.cpp
 int RunImport(Context& context);    // cmd_import.cpp
 int RunLicence(Context& context);   // cmd_licence.cpp
 int RunSerial(Context& context);    // cmd_serial.cpp
+int RunPicklist(Context& context);  // cmd_picklist.cpp
+int RunField(Context& context);     // cmd_field.cpp
 
 }  // namespace cli

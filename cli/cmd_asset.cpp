@@ -6,6 +6,7 @@
 #include <map>
 #include <vector>
 
+#include "cli/asset_fields.h"
 #include "cli/cli_context.h"
 #include "cli/resolve_asset.h"
 #include "cli/resolve_location.h"
@@ -19,6 +20,7 @@ const char kHelp[] =
     "usage: norvik asset list [--location LOCATION] [--recursive] [--json]\n"
     "       norvik asset add NAME [--location LOCATION]\n"
     "       norvik asset show ASSET [--json]\n"
+    "       norvik asset set ASSET FIELD VALUE\n"
     "       norvik asset rename ASSET NAME [--station FILE]\n"
     "       norvik asset move ASSET (--location LOCATION | --parent ASSET)\n"
     "       norvik asset delete ASSET\n"
@@ -28,7 +30,11 @@ const char kHelp[] =
     "          --recursive those of every location below it and their child assets too\n"
     "  add     adds an asset (at the root unless --location is given), with its initial audit\n"
     "          record and an empty value of every asset-level field; prints its id and name\n"
-    "  show    the asset's place, state, addresses, last audit and child assets\n"
+    "  show    the asset's place, state, addresses, last audit, child assets and field values\n"
+    "  set     gives the asset's field FIELD the value VALUE, checked as the field's editing\n"
+    "          control checks it (case rule, length, range, pick-list entries, yes/no, dates as\n"
+    "          YYYY-MM-DD) and recorded in the history; \"\" empties it. FIELD may also be one of\n"
+    "          Category, Make, Model, Serial Number, MAC Address, IP Address, Audit Date, Location\n"
     "  rename  gives the asset a name no other asset has; --station also writes it into the\n"
     "          station file FILE (value Name of section [Asset])\n"
     "  move    puts the asset in a location, or attaches it to another asset as a child asset\n"
@@ -48,6 +54,7 @@ const SubCommand kSubCommands[] = {
     {"list", {{"--recursive"}, {"--location"}, 0, 0}},
     {"add", {{}, {"--location"}, 1, 1}},
     {"show", {{}, {}, 1, 1}},
+    {"set", {{}, {}, 3, 3}},
     {"rename", {{}, {"--station"}, 2, 2}},
     {"move", {{}, {"--location", "--parent"}, 1, 1}},
     {"delete", {{}, {}, 1, 1}},
@@ -180,7 +187,13 @@ int Show(CNorvikSql& db, ULong id, bool json) {
     if (json) {
         std::cout << FactsJson(f) << ", \"kind\": " << JsonText(kind) << ", \"children\": [";
         for (ULong i = 0; i < children.GetCount(); ++i) std::cout << (i ? ", " : "") << children[i];
-        std::cout << "]}\n";
+        std::cout << "], \"fields\": {";
+        bool first = true;
+        for (const auto& [name, value] : AssetFieldValues(db, id)) {
+            std::cout << (first ? "" : ", ") << JsonText(name) << ": " << JsonText(value);
+            first = false;
+        }
+        std::cout << "}}\n";
         return kExitOk;
     }
     char status[16];
@@ -201,6 +214,7 @@ int Show(CNorvikSql& db, ULong id, bool json) {
     table.AddRow({"IP address", f.ip});
     table.AddRow({"Last audit", DateText(f.audited)});
     table.AddRow({"Child assets", childText.empty() ? "none" : childText});
+    for (const auto& [name, value] : AssetFieldValues(db, id)) table.AddRow({name, value});
     table.Print(std::cout);
     return kExitOk;
 }
@@ -267,7 +281,8 @@ int Count(CNorvikSql& db, const Words& args, bool json) {
 
 int RunAsset(Context& context) {
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    if (context.args.empty()) return Usage("asset needs a command: list, add, show, rename, move, delete or count");
+    if (context.args.empty())
+        return Usage("asset needs a command: list, add, show, set, rename, move, delete or count");
     const SubCommand* command = nullptr;
     for (const SubCommand& candidate : kSubCommands)
         if (context.args[0] == candidate.name) command = &candidate;
@@ -300,6 +315,7 @@ int RunAsset(Context& context) {
             const Resolved asset = ResolveAsset(*db, args.positional[0]);
             if (!asset.ok()) return Fail(asset);
             if (sub == "show") result = Show(*db, asset.id, json);
+            if (sub == "set") result = SetAssetField(*db, asset.id, args.positional[1], args.positional[2]);
             if (sub == "rename") result = Rename(*db, asset.id, args);
             if (sub == "move") result = Move(*db, asset.id, args);
             if (sub == "delete") result = Delete(*db, asset.id);

@@ -30,7 +30,7 @@ const char kUsage[] =
     "  loctype list|add|rename|delete ...        the levels of the location tree\n"
     "  location list|add|find|find-ip|rename|delete|ranges|export ...\n"
     "                              the location tree and its address ranges\n"
-    "  asset list|add|show|rename|move|delete|count ...   assets and their places\n"
+    "  asset list|add|show|set|rename|move|delete|count ...   assets, places, fields\n"
     "  history ASSET [--details] | history purge --before DATE\n"
     "                              the change history of assets\n"
     "  hw ASSET [--path P] | hw set ASSET PATH KEY VALUE [--flags F] | hw history ASSET\n"
@@ -42,6 +42,9 @@ const char kUsage[] =
     "                              of a table, or those a query selects\n"
     "  kb build|check-common|recognise ...  make a Knowledge Base from CSV files, mark its common\n"
     "                              files, name the applications of a list or a folder of files\n"
+    "  picklist list|add|rename|delete|items|add-item|delete-item ...\n"
+    "                              the pick lists that Picklist fields offer\n"
+    "  field list|add|rename|delete|values ...   user-defined fields and their values\n"
     "  upgrade                     bring a 7.08, 7.10 or 7.12 database to 7.14 (asks; --yes)\n"
     "  web ASSET [--date DAY] | web search|cookies|purge ...\n"
     "                              internet history and cookies of assets\n"
@@ -88,6 +91,8 @@ const Verb kVerbs[] = {
     {"import", cli::RunImport},
     {"licence", cli::RunLicence},
     {"serial", cli::RunSerial},
+    {"picklist", cli::RunPicklist},
+    {"field", cli::RunField},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

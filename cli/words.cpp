@@ -94,4 +94,16 @@ bool ParseId(const std::string& text, ULong* id) {
     return true;
 }
 
+const SubCommandSpec* PickSubCommand(const char* verb, const std::vector<std::string>& args,
+                                     const std::vector<SubCommandSpec>& commands, Words* out) {
+    const std::string sub = args.empty() ? "" : args[0];
+    for (const SubCommandSpec& command : commands)
+        if (sub == command.name)
+            return SplitSubCommandWords(args, command.rules, command.usage, out) ? &command : nullptr;
+    PrintError(
+        (sub.empty() ? std::string(verb) + " needs a command" : "unknown " + std::string(verb) + " command " + sub) +
+        " (see norvik " + verb + " --help)");
+    return nullptr;
+}
+
 }  // namespace cli

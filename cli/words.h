@@ -46,3 +46,19 @@ bool ParseInt(const std::string& text, int* number);
 bool ParseId(const std::string& text, ULong* id);
 
 }  // namespace cli
+
+namespace cli {
+
+// One sub-command of a verb: its name, what it accepts and its synopsis after "norvik ".
+struct SubCommandSpec {
+    const char* name;
+    WordRules rules;
+    const char* usage;
+};
+
+// The entry of `commands` named by args[0], its words split into `out`. A missing or unknown
+// sub-command or words that do not fit are printed (naming `verb`) and give null.
+const SubCommandSpec* PickSubCommand(const char* verb, const std::vector<std::string>& args,
+                                     const std::vector<SubCommandSpec>& commands, Words* out);
+
+}  // namespace cli

@@ -11,6 +11,7 @@
 #include "common/hw_list.h"
 #include "common/ipaddress.h"
 #include "common/sortlist.h"
+#include "common/stringtable.h"
 #include "interface/asset_history_record.h"
 #include "platform/cstring.h"
 #include "platform/ctime.h"
@@ -291,24 +292,152 @@ public:
     // "Primary IP Address".
     virtual int SetAssetIPAddr(ULong asset, CIPAddress ip, int recordHistory, CTime when) = 0;
 
-    // ---- User data (the operations assets need) ----
+    // ---- Pick lists ----
+    // PICKTYPE names a list, PICKDATA holds its items (_LISTID = the list's _ID). Identifiers are
+    // the plain _IDs. Texts are stored as given (quoted, never cut).
+    // Empties `lists`, then fills it with every list's _ID. Returns the count.
+    virtual ULong EnumPicklists(CDynaList<ULong>& lists) const = 0;
+    // The list's name; empty for a missing list.
+    virtual CString GetPicklistName(ULong list) = 0;
+    virtual void SetPicklistName(ULong list, const char* name) = 0;
+    // The list named exactly `name` (as the database compares text); 0 when none.
+    virtual ULong FindPicklist(const char* name) const = 0;
+    // Returns the new list's _ID, 0 on failure.
+    virtual ULong AddPicklist(const char* name) = 0;
+    // Deletes the list row, then its items; fields naming the list are left as they are.
+    virtual void DeletePicklist(ULong list) = 0;
+    // Empties `items`, then fills it with the list's item _IDs in the database's order.
+    virtual ULong EnumPickItems(ULong list, CDynaList<ULong>& items) const = 0;
+    // Returns the new item's _ID, 0 on failure. The list is not checked.
+    virtual ULong AddPickItem(ULong list, const char* text) = 0;
+    virtual void DeletePickItem(ULong item) = 0;
+    // The item's text; empty for a missing item.
+    virtual CString GetPickItemValue(ULong item) const = 0;
+    virtual void SetPickItemValue(ULong item, const char* text) = 0;
+
+    // ---- User-defined fields ----
+    // USERDEF holds field definitions and the groups that arrange them (_FLAGS kUserDefGroup).
+    // A field's _FLAGS carry its owner bits (kUserDataAsset, 0x4, 0x8) and the type, case-rule
+    // and mandatory bits of CAssetFieldDef; _VAL1 and _VAL2 its two parameters.
+    static constexpr ULong kUserDefGroup = 0x1;
+    static constexpr ULong kUserDefTypeMask = 0xF0;
+    // Appends the fields directly in `group` (0 = the top) whose flags share a bit with `mask`
+    // as (key, _ID, _FLAGS); groups are never listed. With `recursive`, then the fields of each
+    // group found there, depth first. Returns the list's count.
+    virtual ULong userDefEnum(ULong group, CSortList& list, ULong mask, int recursive) = 0;
+    // The first definition named exactly `key` whose flags share a bit with `mask`; 0 when none.
+    virtual ULong userDefFind(const char* key, ULong mask) = 0;
+    // The group holding the definition; 0 at the top and for a missing definition.
+    virtual ULong userDefGetParent(ULong def) = 0;
+    // 1 when the statement ran, 0 on failure (also for the setters below).
+    virtual int userDefSetParent(ULong def, ULong group) = 0;
+    virtual CString userDefGetKey(ULong def) = 0;
+    // Renames the definition. With renameValues, and a new key that differs exactly from the old,
+    // the values stored under the old key in the definition's group follow it.
+    virtual int userDefSetKey(ULong def, const char* key, int renameValues) = 0;
+    virtual ULong userDefGetFlags(ULong def) = 0;
+    virtual int userDefSetFlags(ULong def, ULong flags) = 0;
+    // first = _VAL1, second = _VAL2; 1 when the row exists, else 0 with both left as they were.
+    virtual int userDefGetParams(ULong def, CString& first, CString& second) = 0;
+    virtual int userDefSetParams(ULong def, const char* first, const char* second) = 0;
+    // The definition described for people: withType 0 gives CAssetFieldDef's description
+    // ("Range 1 to 10, Mandatory"); otherwise the type name first, the description (when there
+    // is one) after it in parentheses: "Integer (Range 1 to 10)". Empty for a missing definition.
+    virtual CString userDefAsString(ULong def, int withType);
+    // "Text", "Integer", "Picklist", "Boolean", "EnvVar", "RegKey", "Date" for the type bits of
+    // `flags`; empty for any other type.
+    static CString userDefTypeToString(ULong flags);
+    // Adds a definition named "New Field Type" with `flags` at the top; its _ID, 0 on failure.
+    virtual ULong userDefAdd(ULong flags) = 0;
+    // Deletes the definition; with deleteValues first every value stored under its key in its
+    // group with one of its owner bits. Values left behind belong to no field any more.
+    virtual int userDefDelete(ULong def, int deleteValues) = 0;
+
+    // ---- User data ----
     // USERDATA holds one value per (group, owner, key); _FLAGS carries the owner bits of the
-    // field: 0x2 asset-level (owner = an ASSET._ID), 0x4 and 0x8 the other owner kinds.
+    // field: 0x2 asset-level (owner = an ASSET._ID), 0x4 application-level, 0x8 the third kind.
+    // Values are tied to definitions by group and key, not by USERDEF._ID.
     static constexpr ULong kUserDataAsset = 0x2;
+    static constexpr ULong kUserDataApplication = 0x4;
     static constexpr ULong kUserDataOwnerMask = 0xE;
-    // Adds the value of field `key` of `group` for `owner` unless the owner has one already, and
-    // returns its _ID (the existing row is returned untouched). A null `value` is stored as
-    // "<NULL>" (no value). Only the owner bits of `flags` are stored; flags without one add
-    // nothing and give 0. With recordHistory, a new value is recorded as added, dated `when`.
-    // The built-in names "Category", "Make", "Model" (a decimal identifier), "Serial Number",
-    // "MAC Address", "IP Address", "Audit Date" (YYYY-MM-DD[ hh:mm:ss], empty for none) and
-    // "Location" (a path as locFind takes it) write the ASSET column of the owner instead and
-    // return the owner. 0 on failure or for a value the column cannot take (reported).
+    // "<blank>" stands for an empty value in lists of distinct values; "<NULL>" is the stored
+    // text of "no value".
+    static const char* const m_szBlank;
+    static const char* const m_szNull;
+    // The built-in names that stand for ASSET columns wherever a field name is accepted, and
+    // are read and written as text:
+    //   "Category", "Make", "Model": the catalogue name (FindCategory; FindMake under the asset's
+    //     category; the first of EnumModels under its make named exactly so); unknown names are
+    //     refused;
+    //   "Serial Number", "MAC Address": the text; "IP Address": dotted, empty for none;
+    //   "Audit Date": YYYY-MM-DD[ hh:mm:ss], empty for never;
+    //   "Location": the full name with "\" between levels (locGetFullName, locFind), empty for
+    //     the root; a child asset reads "child of NAME"; writing places the asset in a location.
+    // A built-in value is addressed by the asset's _ID with the name as key.
+    static bool IsBuiltInField(const char* key);
+    // Appends the values that `owner` holds directly in `group` (wholeTree: in `group` and in any
+    // group with a larger _ID too) whose flags share a bit with `mask`, as (key, _ID, _FLAGS).
+    // In group 0 with an asset-level mask, "Category", "Make", "Model" and "Serial Number" come
+    // first, as (name, owner, 0). Returns the list's count.
+    virtual ULong userDataEnum(ULong group, ULong owner, CSortList& list, ULong mask, int wholeTree) = 0;
+    // Adds each field name holding a value in `group` with one of the `mask` bits to `names`
+    // once (owner 0: of any owner, else of that owner only). Returns the number of names added.
+    virtual ULong userDataEnumFieldNames(ULong group, ULong owner, CStringTable& names, ULong mask) = 0;
+    // Appends every stored value of field `key` in `group` with one of the `mask` bits as
+    // (value, owner, _FLAGS); a built-in name lists every asset's column as (text, asset, 0).
+    // Returns the list's count.
+    virtual ULong userDataEnumFieldValues(ULong group, const char* key, CSortList& list, ULong mask) = 0;
+    // The field across all assets (owner bit kUserDataAsset). With `key` empty or null: every
+    // field name holding a value in `group`, once each, as (name, 0). With a key and `separator`
+    // 0: one item per asset holding the field, (value or "<blank>", asset). With a key of the
+    // form FIELD<separator>VALUE: the assets holding exactly that value, as (asset name, asset),
+    // "<blank>" asking for the empty value. Returns the list's count.
+    virtual ULong userDataEnumGlobal(ULong group, const char* key, CSortList& list, char separator) = 0;
+    // Sets the value of field `key` of `group` for `owner`, adding the row when the owner has
+    // none, and returns its _ID (a built-in name: writes the column and returns the owner).
+    //  - Only the owner bits of `flags` are stored; flags without one add nothing and give 0.
+    //  - A new row takes `value`, "<NULL>" for a null value; with recordHistory an asset-level
+    //    row is recorded as added.
+    //  - An existing row (or a built-in column) takes a non-empty `value` when it differs,
+    //    recorded as changed with recordHistory; an empty or null value never overwrites what
+    //    is there (AddAsset gives new fields empty values this way). userDataSetVal clears.
+    // 0 on failure or for a value a built-in column cannot take (reported, nothing written).
     virtual ULong userDataAdd(ULong group, ULong owner, const char* key, const char* value, ULong flags,
                               int recordHistory, CTime when) = 0;
+    // Deletes value row `value`; an asset-level value is recorded as deleted when `when` is not 0.
+    // With deleteGroup, `value` is a USERDEF group instead: the values and definitions it holds
+    // move up to its parent, then the group row goes. 1 when done (also for a missing row), 0 on
+    // failure.
+    virtual int userDataDelete(ULong value, int deleteGroup, CTime when) = 0;
     // The value row of field `key` of `group` for `owner` whose flags share a bit with `mask`; 0
-    // when none.
+    // when none. A built-in name gives the owner when the asset exists.
     virtual ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) = 0;
+    // The row's key; withGroup: the group's key (USERDEF), `separator`, the key ("%s%c%s");
+    // a top-level row (or withGroup 0) gives the key alone. Empty for a missing row.
+    virtual CString userDataGetKey(ULong value, int withGroup, char separator) = 0;
+    virtual int userDataSetKey(ULong value, const char* key) = 0;
+    // The value of field `key` of `group` for `owner` (userDataFind, then the overload below);
+    // empty when there is none.
+    virtual CString userdataGetValue(ULong group, ULong owner, const char* key, ULong mask);
+    // The stored _VAL of row `value`; for a built-in `key` the column of asset `value` as text.
+    // `key` may be null for a plain row.
+    virtual CString userdataGetValue(ULong value, const char* key) = 0;
+    // Sets the value of field `key` of `group` for `owner` whatever it held (empty clears it),
+    // adding the row when missing. Returns the row's _ID (the owner for a built-in), 0 on failure.
+    virtual ULong userDataSetVal(ULong group, ULong owner, const char* key, const char* text, ULong flags,
+                                 int recordHistory, CTime when);
+    // Replaces the stored value of row `value` (built-in `key`: the column of asset `value`).
+    // With recordHistory an asset-level change is recorded (key, old, new) dated `when`;
+    // an equal value writes nothing. 1 when done, 0 on failure or refusal (reported).
+    virtual int userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) = 0;
+    virtual int userDataSetFlags(ULong value, ULong flags) = 0;
+    // Adds every value stored under `key` with an asset-level flag to `values` (once each).
+    // Returns the number of values added.
+    virtual ULong userdataEnumFieldValues(const char* key, CStringTable& values) = 0;
+    // The value of application-level field `key` (group 0) for application `app`; empty when none.
+    virtual CString userdataGetApplicationFieldValue(ULong app, const char* key) = 0;
+    // Sets it (adding the row when missing); the row's _ID, 0 on failure.
+    virtual ULong userdataSetAppFieldValue(ULong app, const char* key, const char* value) = 0;
 
     // ---- Categories, makes, models ----
     // One identifier space over two sources: a value below 0xFFFF is a Knowledge Base ID; 0xFFFF

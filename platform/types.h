@@ -10,6 +10,8 @@ using ULong = std::uint32_t;
 
 // Values handed to and from callbacks; wide enough to carry a pointer to text.
 using CallbackValue = std::intptr_t;
+// The window handle of an editing control as a number; 0 is "no control".
+using ControlHandle = std::uintptr_t;
 
 // Symbols of the exported interface; everything else in libnorvik stays hidden.
 #if defined(_WIN32)

@@ -44,20 +44,7 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
                 return 0;  // historyAdd has reported the failure; the scope takes the asset back
             transaction.Commit();
         }
-        if (!addUserFields) return asset;
-
-        struct Field {
-            ULong group;
-            CString key;
-            ULong flags;
-        };
-        CDynaList<Field> fields;
-        statement = CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0",
-                                       AsInt(kUserDataAsset));
-        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
-            fields.Add(Field{rs.NumberAt(0), rs.TextAt(1), rs.NumberAt(2)});
-        const CTime now = CTime::GetCurrentTime();
-        for (const Field& field : fields) userDataAdd(field.group, asset, field.key, "", field.flags, 0, now);
+        if (addUserFields) AddAssetUserFields(asset, statement);
         return asset;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);

@@ -92,10 +92,52 @@ public:
     CString GetAssetIPAddr(ULong asset) override;
     int SetAssetIPAddr(ULong asset, CIPAddress ip, int recordHistory, CTime when) override;
 
-    // ---- User data (the operations assets need) ----
+    // ---- Pick lists ----
+    ULong EnumPicklists(CDynaList<ULong>& lists) const override;
+    CString GetPicklistName(ULong list) override;
+    void SetPicklistName(ULong list, const char* name) override;
+    ULong FindPicklist(const char* name) const override;
+    ULong AddPicklist(const char* name) override;
+    void DeletePicklist(ULong list) override;
+    ULong EnumPickItems(ULong list, CDynaList<ULong>& items) const override;
+    ULong AddPickItem(ULong list, const char* text) override;
+    void DeletePickItem(ULong item) override;
+    CString GetPickItemValue(ULong item) const override;
+    void SetPickItemValue(ULong item, const char* text) override;
+
+    // ---- User-defined fields ----
+    ULong userDefEnum(ULong group, CSortList& list, ULong mask, int recursive) override;
+    ULong userDefFind(const char* key, ULong mask) override;
+    ULong userDefGetParent(ULong def) override;
+    int userDefSetParent(ULong def, ULong group) override;
+    CString userDefGetKey(ULong def) override;
+    int userDefSetKey(ULong def, const char* key, int renameValues) override;
+    ULong userDefGetFlags(ULong def) override;
+    int userDefSetFlags(ULong def, ULong flags) override;
+    int userDefGetParams(ULong def, CString& first, CString& second) override;
+    int userDefSetParams(ULong def, const char* first, const char* second) override;
+    ULong userDefAdd(ULong flags) override;
+    int userDefDelete(ULong def, int deleteValues) override;
+
+    // ---- User data ----
+    ULong userDataEnum(ULong group, ULong owner, CSortList& list, ULong mask, int wholeTree) override;
+    ULong userDataEnumFieldNames(ULong group, ULong owner, CStringTable& names, ULong mask) override;
+    ULong userDataEnumFieldValues(ULong group, const char* key, CSortList& list, ULong mask) override;
+    ULong userDataEnumGlobal(ULong group, const char* key, CSortList& list, char separator) override;
     ULong userDataAdd(ULong group, ULong owner, const char* key, const char* value, ULong flags, int recordHistory,
                       CTime when) override;
+    int userDataDelete(ULong value, int deleteGroup, CTime when) override;
     ULong userDataFind(ULong group, ULong owner, const char* key, ULong mask) override;
+    CString userDataGetKey(ULong value, int withGroup, char separator) override;
+    int userDataSetKey(ULong value, const char* key) override;
+    using CNorvik::userdataGetValue;
+    CString userdataGetValue(ULong value, const char* key) override;
+    using CNorvik::userDataSetVal;
+    int userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) override;
+    int userDataSetFlags(ULong value, ULong flags) override;
+    ULong userdataEnumFieldValues(const char* key, CStringTable& values) override;
+    CString userdataGetApplicationFieldValue(ULong app, const char* key) override;
+    ULong userdataSetAppFieldValue(ULong app, const char* key, const char* value) override;
 
     // ---- Categories, makes, models ----
     ULong FindCategory(const char* name) override;
@@ -446,8 +488,16 @@ private:
     // SetAssetMacAddr and SetAssetIPAddr: `column` of ASSET, cached in `field`.
     int SetAddressColumn(ULong asset, const char* column, CString AssetCacheEntry::*field, const char* historyKey,
                          const CString& value, int recordHistory, CTime when);
-    // userDataAdd of a built-in name: writes the ASSET column that the name stands for.
-    ULong SetBuiltInField(ULong asset, const char* key, const char* value, int recordHistory, CTime when);
+    // userDataAdd and userDataSetVal of a built-in name: writes the ASSET column that the name
+    // stands for (an empty value only with clearEmpty). 0 on failure or refusal (reported).
+    ULong SetBuiltInField(ULong asset, const char* key, const char* value, bool clearEmpty, int recordHistory,
+                          CTime when);
+    // The ASSET column that a built-in name stands for, as text; empty for a missing asset.
+    CString GetBuiltInField(ULong asset, const char* key);
+    // The user-defined-field step of AddAsset: every asset-level field (built-in names and groups
+    // aside) gets an empty value row for `asset` unless it has one; no history. Throws
+    // CDBException, the statement sent left in `statement`.
+    void AddAssetUserFields(ULong asset, CString& statement);
     // The category named `key` directly below `parent`; 0 when there is none. Throws
     // CDBException, the statement sent left in `statement`.
     ULong FindChildCategory(ULong parent, const CString& key, CString& statement);

@@ -1,6 +1,9 @@
 // User data: the values of user-defined fields in table USERDATA, one per (group, owner, key),
-// and the built-in field names that stand for columns of ASSET.
-#include <cstdlib>
+// and the built-in field names that stand for columns of ASSET, read and written as text.
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
@@ -14,48 +17,104 @@ constexpr int kKindAssetData = 4;
 
 enum class BuiltIn { None, Category, Make, Model, Serial, MacAddr, IpAddr, AuditDate, Location };
 
-BuiltIn BuiltInOf(const char* key) {
-    static const struct {
-        const char* name;
-        BuiltIn field;
-    } kNames[] = {
-        {"Category", BuiltIn::Category},    {"Make", BuiltIn::Make},           {"Model", BuiltIn::Model},
-        {"Serial Number", BuiltIn::Serial}, {"MAC Address", BuiltIn::MacAddr}, {"IP Address", BuiltIn::IpAddr},
-        {"Audit Date", BuiltIn::AuditDate}, {"Location", BuiltIn::Location},
-    };
-    if (!key) return BuiltIn::None;
-    for (const auto& entry : kNames)
-        if (CString(key) == entry.name) return entry.field;
-    return BuiltIn::None;
+struct BuiltInName {
+    const char* name;
+    BuiltIn field;
+    const char* column;
+};
+
+constexpr BuiltInName kBuiltIns[] = {
+    {"Category", BuiltIn::Category, "_CAT"},
+    {"Make", BuiltIn::Make, "_MAKE"},
+    {"Model", BuiltIn::Model, "_MODEL"},
+    {"Serial Number", BuiltIn::Serial, "_SERIAL"},
+    {"MAC Address", BuiltIn::MacAddr, "ASSET._MACADDR"},
+    {"IP Address", BuiltIn::IpAddr, "ASSET._IPADDR"},
+    {"Audit Date", BuiltIn::AuditDate, "ASSET._AUDDATE"},
+    {"Location", BuiltIn::Location, "ASSET._LOCATION,ASSET._STATUS"},
+};
+
+const BuiltInName* BuiltInOf(const char* key) {
+    if (!key) return nullptr;
+    for (const auto& entry : kBuiltIns)
+        if (CString(key) == entry.name) return &entry;
+    return nullptr;
 }
 
-// A decimal identifier of up to ten digits that fits 32 bits; the empty text is 0.
-bool ParseIdentifier(const CString& text, ULong* value) {
-    if (text.GetLength() > 10) return false;
-    unsigned long long number = 0;
-    for (char c : text.str()) {
-        if (c < '0' || c > '9') return false;
-        number = number * 10 + static_cast<unsigned>(c - '0');
+BuiltIn FieldOf(const char* key) {
+    const BuiltInName* entry = BuiltInOf(key);
+    return entry ? entry->field : BuiltIn::None;
+}
+
+CString DateText(CTime time) {
+    if (time.GetTime() == 0) return CString();
+    const DateTimeParts p = time.GetLocal();
+    return CString::Formatted("%4.4d-%2.2d-%2.2d %2.2d:%2.2d:%2.2d", p.year, p.month, p.day, p.hour, p.minute,
+                              p.second);
+}
+
+// Adds field 0 of each row of `statement` to `texts`, each text once, skipping rows whose field 1
+// is not `owner` when `owner` is not 0. Returns the number added; a failure is reported.
+ULong AddDistinctTexts(CNorvikSql& db, const CString& statement, CStringTable& texts, ULong owner) {
+    ULong added = 0;
+    try {
+        std::set<std::string> seen;
+        for (CSqlRecordset rs(&db, statement); !rs.IsEOF(); rs.MoveNext()) {
+            if (owner != 0 && rs.NumberAt(1) != owner) continue;
+            const CString text = rs.TextAt(0);
+            if (!seen.insert(text.str()).second) continue;
+            texts.Add(text);
+            ++added;
+        }
+    } catch (const CDBException& e) {
+        db.HandleSqlException(e, statement);
     }
-    if (number > 0xFFFFFFFFull) return false;
-    *value = static_cast<ULong>(number);
-    return true;
+    return added;
 }
 
 }  // namespace
 
-ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* value, int recordHistory, CTime when) {
+// ---- Built-in names ----
+
+CString CNorvikSql::GetBuiltInField(ULong asset, const char* key) {
+    if (!LoadAssetCache(asset)) return CString();
+    // Copied: the name lookups below may refill the cache with another asset.
+    const AssetCacheEntry row = m_assetCache;
+    switch (FieldOf(key)) {
+        case BuiltIn::Category: return row.category ? GetCategoryName(row.category) : CString();
+        case BuiltIn::Make: return row.make ? GetMakeName(row.make) : CString();
+        case BuiltIn::Model: return row.model ? GetModelName(row.model) : CString();
+        case BuiltIn::Serial: return row.serial;
+        case BuiltIn::MacAddr: return row.macAddr;
+        case BuiltIn::IpAddr: return row.ipAddr;
+        case BuiltIn::AuditDate: return DateText(row.auditDate);
+        case BuiltIn::Location:
+            if (row.status & kAssetChild) return "child of " + GetAssetName(row.location);
+            return row.location ? locGetFullName(row.location, '\\') : CString();
+        case BuiltIn::None: break;
+    }
+    return CString();
+}
+
+ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* value, bool clearEmpty, int recordHistory,
+                                  CTime when) {
     const CString text = value ? value : "";
     if (!LoadAssetCache(asset)) return 0;
+    if (text.IsEmpty() && !clearEmpty) return asset;
+    const AssetCacheEntry row = m_assetCache;
     // A value the column cannot take is reported as any failure is, and nothing is written.
     auto refuse = [&](const char* format) {
         HandleException(CException(), CString::Formatted(format, text.c_str(), key));
         return ULong{0};
     };
-    const BuiltIn field = BuiltInOf(key);
+    const BuiltIn field = FieldOf(key);
     switch (field) {
         case BuiltIn::MacAddr: return SetAssetMacAddr(asset, text, recordHistory, when) ? asset : 0;
-        case BuiltIn::IpAddr: return SetAssetIPAddr(asset, CIPAddress(text), recordHistory, when) ? asset : 0;
+        case BuiltIn::IpAddr: {
+            const CIPAddress ip(text);
+            if (!text.IsEmpty() && ip.GetAsText() != text) return refuse("'%s' is not an IP address for the field %s");
+            return SetAssetIPAddr(asset, ip, recordHistory, when) ? asset : 0;
+        }
         case BuiltIn::Location: {
             const ULong location = text.IsEmpty() ? 0 : locFind(text);
             if (location == 0 && !text.IsEmpty()) return refuse("No location is found at '%s' for the field %s");
@@ -65,68 +124,244 @@ ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* valu
             DateTimeParts parts;
             if (!text.IsEmpty() && !DateTimeParts::Parse(text, &parts))
                 return refuse("'%s' is not a date (YYYY-MM-DD hh:mm:ss) for the field %s");
-            return SetLastAuditDate(asset, text.IsEmpty() ? CTime() : CTime(parts)) ? asset : 0;
+            const CTime date = text.IsEmpty() ? CTime() : CTime(parts);
+            if (date.GetTime() == row.auditDate.GetTime()) return asset;
+            if (!SetLastAuditDate(asset, date)) return 0;
+            if (recordHistory)
+                historyAdd(asset, when, kHistChanged, kKindAssetData, key, DateText(row.auditDate), DateText(date),
+                           nullptr);
+            return asset;
         }
         default: break;
     }
-    // The remaining names are plain columns whose old value the cache holds for the record.
-    const char* column = "_SERIAL";
-    CString oldValue = m_assetCache.serial;
-    CString newValue = text;
+    // The remaining names are plain columns: the serial number's text, or a catalogue entry found
+    // by name under the asset's own category (makes) and make (models).
     CString literal = SqlQuote(text);
+    CString oldText = row.serial;
     if (field != BuiltIn::Serial) {
-        ULong number = 0;
-        if (!ParseIdentifier(text, &number)) return refuse("'%s' is not an identifier for the field %s");
-        column = field == BuiltIn::Category ? "_CAT" : field == BuiltIn::Make ? "_MAKE" : "_MODEL";
-        const ULong old = field == BuiltIn::Category ? m_assetCache.category
-                          : field == BuiltIn::Make   ? m_assetCache.make
-                                                     : m_assetCache.model;
-        oldValue = CString::Formatted("%u", old);
-        newValue = CString::Formatted("%u", number);
-        literal = CString::Formatted("%d", AsInt(number));
+        ULong id = 0;
+        if (!text.IsEmpty()) {
+            if (field == BuiltIn::Category) id = FindCategory(text);
+            if (field == BuiltIn::Make) id = FindMake(row.category, text);
+            if (field == BuiltIn::Model) {
+                // Not FindModel: it hands site models out shifted right, which no read takes back.
+                CSortList models;
+                EnumModels(row.make, models, 1);
+                for (const CSortItem& model : models)
+                    if (model.text == text) {
+                        id = model.id;
+                        break;
+                    }
+            }
+            if (id == 0) return refuse("'%s' is not a known name for the field %s");
+        }
+        const ULong old = field == BuiltIn::Category ? row.category : field == BuiltIn::Make ? row.make : row.model;
+        if (old == id) return asset;
+        oldText = GetBuiltInField(asset, key);
+        literal = CString::Formatted("%d", AsInt(id));
+    } else if (oldText == text) {
+        return asset;
     }
-    if (oldValue == newValue) return asset;
-    const CString statement =
-        CString::Formatted("update ASSET set %s=%s where _ID=%d", column, literal.c_str(), AsInt(asset));
-    try {
-        ExecuteStatement(statement);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    const CString statement = CString::Formatted("update ASSET set %s=%s where _ID=%d", BuiltInOf(key)->column,
+                                                 literal.c_str(), AsInt(asset));
+    if (!ExecuteReported(statement)) return 0;
     m_assetCacheId = 0;
-    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindAssetData, key, oldValue, newValue, nullptr);
+    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindAssetData, key, oldText, text, nullptr);
     return asset;
 }
 
+// ---- Reads ----
+
+ULong CNorvikSql::userDataEnum(ULong group, ULong owner, CSortList& list, ULong mask, int wholeTree) {
+    if (group == 0 && (mask & kUserDataAsset))
+        for (const char* name : {"Category", "Make", "Model", "Serial Number"}) list.Add(name, owner, 0);
+    const CString statement =
+        CString::Formatted(wholeTree ? "select _ID,_KEY,_FLAGS,_PARENT from USERDATA where _PARENT>=%d and _OWNER=%d"
+                                     : "select _ID,_KEY,_FLAGS,_PARENT from USERDATA where _PARENT=%d and _OWNER=%d",
+                           AsInt(group), AsInt(owner));
+    try {
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            if (rs.NumberAt(2) & mask) list.Add(rs.TextAt(1), rs.NumberAt(0), rs.NumberAt(2));
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return list.GetCount();
+}
+
+ULong CNorvikSql::userDataEnumFieldNames(ULong group, ULong owner, CStringTable& names, ULong mask) {
+    return AddDistinctTexts(
+        *this,
+        CString::Formatted("select _KEY,_OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0", AsInt(group),
+                           AsInt(mask)),
+        names, owner);
+}
+
+ULong CNorvikSql::userDataEnumFieldValues(ULong group, const char* key, CSortList& list, ULong mask) {
+    CString statement;
+    try {
+        if (const BuiltInName* builtIn = BuiltInOf(key)) {
+            // The column is converted to its text form asset by asset, as userdataGetValue gives it.
+            statement = CString::Formatted("select ASSET._ID, %s from ASSET %s", builtIn->column, "order by ASSET._ID");
+            CDynaList<ULong> assets;
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) assets.Add(rs.NumberAt(0));
+            for (ULong asset : assets) list.Add(GetBuiltInField(asset, key), asset, 0);
+            return list.GetCount();
+        }
+        statement = CString::Formatted("select _VAL,_OWNER,_FLAGS from USERDATA where _PARENT=%d and _KEY=%s",
+                                       AsInt(group), SqlQuote(key).c_str());
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            if (rs.NumberAt(2) & mask) list.Add(rs.TextAt(0), rs.NumberAt(1), rs.NumberAt(2));
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return list.GetCount();
+}
+
+ULong CNorvikSql::userDataEnumGlobal(ULong group, const char* key, CSortList& list, char separator) {
+    const int mask = AsInt(kUserDataAsset);
+    CString field = key ? key : "";
+    CString wanted;
+    const bool byValue = separator != 0 && field.Find(separator) >= 0;
+    if (byValue) {
+        const int at = field.Find(separator);
+        wanted = field.Mid(at + 1);
+        field = field.Left(at);
+        if (wanted == m_szBlank) wanted.Empty();
+    }
+    CString statement;
+    try {
+        if (field.IsEmpty()) {
+            statement = CString::Formatted("select _KEY from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0",
+                                           AsInt(group), mask);
+            std::set<std::string> seen;
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+                if (seen.insert(rs.TextAt(0).str()).second) list.Add(rs.TextAt(0), 0);
+            return list.GetCount();
+        }
+        if (IsBuiltInField(field)) {
+            statement = "select _ID,_NAME from ASSET";
+            struct Asset {
+                ULong id;
+                CString name;
+            };
+            CDynaList<Asset> assets;
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+                assets.Add(Asset{rs.NumberAt(0), rs.TextAt(1)});
+            // Compared in text form, so that names and full location names are matched as shown.
+            for (const Asset& asset : assets) {
+                const CString text = GetBuiltInField(asset.id, field);
+                if (!byValue)
+                    list.Add(text.IsEmpty() ? CString(m_szBlank) : text, asset.id);
+                else if (text == wanted)
+                    list.Add(asset.name, asset.id);
+            }
+            return list.GetCount();
+        }
+        if (!byValue) {
+            statement = CString::Formatted(
+                "select _OWNER,_VAL from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s", AsInt(group),
+                mask, SqlQuote(field).c_str());
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+                const CString value = rs.TextAt(1);
+                list.Add(value.IsEmpty() ? CString(m_szBlank) : value, rs.NumberAt(0));
+            }
+            return list.GetCount();
+        }
+        statement = CString::Formatted(
+            "select _OWNER from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0 and _KEY=%s and _VAL=%s", AsInt(group),
+            mask, SqlQuote(field).c_str(), SqlQuote(wanted).c_str());
+        CDynaList<ULong> owners;
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) owners.Add(rs.NumberAt(0));
+        for (ULong owner : owners) list.Add(GetAssetName(owner), owner);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return list.GetCount();
+}
+
+ULong CNorvikSql::userDataFind(ULong group, ULong owner, const char* key, ULong mask) {
+    if (IsBuiltInField(key)) return LoadAssetCache(owner) ? owner : 0;
+    const CString statement =
+        CString::Formatted("select _ID from USERDATA where _PARENT=%d and _OWNER=%d and (_FLAGS & %d)>0 and _KEY=%s",
+                           AsInt(group), AsInt(owner), AsInt(mask), SqlQuote(key).c_str());
+    return FirstNumberReported(statement);
+}
+
+CString CNorvikSql::userDataGetKey(ULong value, int withGroup, char separator) {
+    const CString statement = CString::Formatted("select _PARENT,_KEY from USERDATA where _ID=%d", AsInt(value));
+    ULong group = 0;
+    CString key;
+    try {
+        CSqlRecordset rs(this, statement);
+        if (rs.IsEOF()) return CString();
+        group = rs.NumberAt(0);
+        key = rs.TextAt(1);
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return CString();
+    }
+    if (!withGroup || group == 0) return key;
+    return CString::Formatted("%s%c%s", userDefGetKey(group).c_str(), separator, key.c_str());
+}
+
+CString CNorvikSql::userdataGetValue(ULong value, const char* key) {
+    if (IsBuiltInField(key)) return GetBuiltInField(value, key);
+    return SelectTextReported("USERDATA", "_VAL", value);
+}
+
+ULong CNorvikSql::userdataEnumFieldValues(const char* key, CStringTable& values) {
+    return AddDistinctTexts(*this,
+                            CString::Formatted("select _VAL from USERDATA where ((_FLAGS & %d) <> 0) and _KEY=%s",
+                                               AsInt(kUserDataAsset), SqlQuote(key).c_str()),
+                            values, 0);
+}
+
+CString CNorvikSql::userdataGetApplicationFieldValue(ULong app, const char* key) {
+    return userdataGetValue(0, app, key, kUserDataApplication);
+}
+
+// ---- Writes ----
+
 ULong CNorvikSql::userDataAdd(ULong group, ULong owner, const char* key, const char* value, ULong flags,
                               int recordHistory, CTime when) {
-    if (BuiltInOf(key) != BuiltIn::None) return SetBuiltInField(owner, key, value, recordHistory, when);
+    if (IsBuiltInField(key)) return SetBuiltInField(owner, key, value, false, recordHistory, when);
     const ULong ownerBits = flags & kUserDataOwnerMask;
     if (ownerBits == 0) return 0;
+    const bool history = recordHistory && (ownerBits & kUserDataAsset);
     CString statement =
         CString::Formatted("select _ID from USERDATA where _PARENT=%d and _OWNER=%d and (_FLAGS & %d) > 0 and _KEY=%s",
                            AsInt(group), AsInt(owner), AsInt(ownerBits), SqlQuote(key).c_str());
     try {
+        ULong id = 0;
         {
             CSqlRecordset rs(this, statement);
-            if (!rs.IsEOF()) return rs.NumberAt(0);
+            if (!rs.IsEOF()) id = rs.NumberAt(0);
+        }
+        if (id != 0) {
+            // An existing value is only ever replaced by a given one: the empty values AddAsset
+            // hands every field must not erase what a user entered.
+            if (value == nullptr || *value == 0) return id;
+            statement = CString::Formatted("select _VAL from USERDATA where _ID = %d", AsInt(id));
+            const CString old = SelectText("USERDATA", "_VAL", id);
+            if (old == value) return id;
+            statement =
+                CString::Formatted("update USERDATA set _VAL=%s where _ID=%d", SqlQuote(value).c_str(), AsInt(id));
+            ExecuteStatement(statement);
+            if (history) historyAdd(owner, when, kHistChanged, kKindAssetData, key, old, value, nullptr);
+            return id;
         }
         const CString values =
             CString::Formatted("%d,%d,%s,%d", AsInt(group), AsInt(owner), SqlQuote(key).c_str(), AsInt(ownerBits));
-        statement = CString::Formatted("{?=call usp_Insert('USERDATA','_PARENT,_OWNER,_KEY,_FLAGS',%s,?)}",
-                                       SqlQuote(values).c_str());
-        const ULong id = InsertRecord("USERDATA", "_PARENT,_OWNER,_KEY,_FLAGS", values);
-        const CString stored = value ? value : "<NULL>";
+        statement = "insert into USERDATA (_PARENT,_OWNER,_KEY,_FLAGS) values (" + values + ")";
+        id = InsertRecord("USERDATA", "_PARENT,_OWNER,_KEY,_FLAGS", values);
+        const CString stored = value ? value : m_szNull;
         // The insert leaves _VAL at its default, the empty text: only other values need writing.
         if (!stored.IsEmpty()) {
             statement =
                 CString::Formatted("update USERDATA set _VAL=%s where _ID=%d", SqlQuote(stored).c_str(), AsInt(id));
             ExecuteStatement(statement);
         }
-        // Only asset-level values belong to an asset's history.
-        if (recordHistory && (ownerBits & kUserDataAsset))
-            historyAdd(owner, when, kHistAdded, kKindAssetData, key, stored, nullptr, nullptr);
+        if (history) historyAdd(owner, when, kHistAdded, kKindAssetData, key, stored, nullptr, nullptr);
         return id;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
@@ -134,9 +369,125 @@ ULong CNorvikSql::userDataAdd(ULong group, ULong owner, const char* key, const c
     }
 }
 
-ULong CNorvikSql::userDataFind(ULong group, ULong owner, const char* key, ULong mask) {
-    const CString statement =
-        CString::Formatted("select _ID from USERDATA where _PARENT=%d and _OWNER=%d and (_FLAGS & %d)>0 and _KEY=%s",
-                           AsInt(group), AsInt(owner), AsInt(mask), SqlQuote(key).c_str());
-    return FirstNumberReported(statement);
+int CNorvikSql::userDataDelete(ULong value, int deleteGroup, CTime when) {
+    CString statement;
+    try {
+        if (deleteGroup) {
+            // A group's values and definitions move up to the group's own parent, then it goes.
+            const ULong parent = SelectNumber("USERDEF", "_PARENT", value);
+            TransactionScope transaction(*this);
+            statement =
+                CString::Formatted("update USERDATA set _PARENT=%d where _PARENT=%d", AsInt(parent), AsInt(value));
+            ExecuteStatement(statement);
+            statement =
+                CString::Formatted("update USERDEF set _PARENT=%d where _PARENT=%d", AsInt(parent), AsInt(value));
+            ExecuteStatement(statement);
+            statement = CString::Formatted("delete from USERDEF where _ID=%d", AsInt(value));
+            ExecuteStatement(statement);
+            transaction.Commit();
+            return 1;
+        }
+        statement = CString::Formatted("select _OWNER,_KEY,_VAL,_FLAGS from USERDATA where _ID=%d", AsInt(value));
+        ULong owner = 0, flags = 0;
+        CString key, old;
+        {
+            CSqlRecordset rs(this, statement);
+            if (rs.IsEOF()) return 1;
+            owner = rs.NumberAt(0);
+            key = rs.TextAt(1);
+            old = rs.TextAt(2);
+            flags = rs.NumberAt(3);
+        }
+        statement = CString::Formatted("delete from USERDATA where _ID=%d", AsInt(value));
+        ExecuteStatement(statement);
+        if (when.GetTime() != 0 && (flags & kUserDataAsset))
+            historyAdd(owner, when, kHistDeleted, kKindAssetData, key, old, nullptr, nullptr);
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+int CNorvikSql::userDataSetKey(ULong value, const char* key) {
+    return ExecuteReported(
+        CString::Formatted("update USERDATA set _KEY=%s where _ID=%d", SqlQuote(key).c_str(), AsInt(value)));
+}
+
+int CNorvikSql::userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) {
+    if (IsBuiltInField(key)) return SetBuiltInField(value, key, text, true, recordHistory, when) ? 1 : 0;
+    const CString stored = text ? text : m_szNull;
+    CString statement = CString::Formatted("select _OWNER,_KEY,_VAL,_FLAGS from USERDATA where _ID=%d", AsInt(value));
+    try {
+        ULong owner = 0, flags = 0;
+        CString rowKey, old;
+        {
+            CSqlRecordset rs(this, statement);
+            if (rs.IsEOF()) return 0;
+            owner = rs.NumberAt(0);
+            rowKey = rs.TextAt(1);
+            old = rs.TextAt(2);
+            flags = rs.NumberAt(3);
+        }
+        if (old == stored) return 1;
+        statement =
+            CString::Formatted("update USERDATA set _VAL=%s where _ID=%d", SqlQuote(stored).c_str(), AsInt(value));
+        ExecuteStatement(statement);
+        if (recordHistory && (flags & kUserDataAsset))
+            historyAdd(owner, when, kHistChanged, kKindAssetData, rowKey, old, stored, nullptr);
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
+int CNorvikSql::userDataSetFlags(ULong value, ULong flags) {
+    return ExecuteReported(
+        CString::Formatted("update USERDATA set _FLAGS=%d where _ID=%d", AsInt(flags), AsInt(value)));
+}
+
+ULong CNorvikSql::userdataSetAppFieldValue(ULong app, const char* key, const char* value) {
+    return userDataSetVal(0, app, key, value, kUserDataApplication, 0, CTime());
+}
+
+// ---- The user-field step of AddAsset ----
+
+void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
+    // Every audit import runs this, so it costs three statements whatever the number of fields:
+    // the definitions, the values the asset has already, and one insert of all the missing rows.
+    // userDataAdd would cost a lookup and an insert per field. The rows are inserted without
+    // usp_Insert since no _ID is needed, empty as userDataAdd leaves an empty value.
+    struct Field {
+        ULong group;
+        CString key;
+        ULong flags;
+    };
+    std::vector<Field> fields;
+    statement =
+        CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0", AsInt(kUserDataAsset));
+    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+        const ULong flags = rs.NumberAt(2);
+        const CString key = rs.TextAt(1);
+        // A built-in name stands for a column the asset always has.
+        if ((flags & kUserDefGroup) || IsBuiltInField(key)) continue;
+        fields.push_back(Field{rs.NumberAt(0), key, flags & kUserDataOwnerMask});
+    }
+    if (fields.empty()) return;
+    std::set<std::pair<ULong, std::string>> present;
+    statement = CString::Formatted("select _PARENT,_KEY from USERDATA where _OWNER=%d and (_FLAGS & %d) > 0",
+                                   AsInt(asset), AsInt(kUserDataAsset));
+    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+        present.emplace(rs.NumberAt(0), rs.TextAt(1).str());
+    CString rows;
+    for (const Field& field : fields) {
+        // Two definitions of one name in one group share their value row, as userDataAdd has it.
+        if (!present.emplace(field.group, field.key.str()).second) continue;
+        if (!rows.IsEmpty()) rows += ",";
+        rows += CString::Formatted("(%d,%d,%s,%d)", AsInt(field.group), AsInt(asset), SqlQuote(field.key).c_str(),
+                                   AsInt(field.flags));
+    }
+    if (rows.IsEmpty()) return;
+    statement = "insert into USERDATA (_PARENT,_OWNER,_KEY,_FLAGS) values " + rows;
+    ExecuteStatement(statement);
 }

@@ -87,11 +87,12 @@ TEST_P(DbTool, Assets) {
     EXPECT_EQ(Ok({"asset", "list", "--location", "HQ;Floor 2", "--json"}),
               "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\\u00e9\", \"location\": 2, \"parent\": 0, "
               "\"place\": \"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null}]\n");
-    EXPECT_NE(Ok({"asset", "show", "1"}).find("Child assets  Mouse (2)\n"), std::string::npos);
+    EXPECT_NE(Ok({"asset", "show", "1"}).find("Child assets   Mouse (2)\n"), std::string::npos);
     EXPECT_EQ(Ok({"asset", "show", "Mouse", "--json"}),
               "{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of O'Neil's "
               "100%_PC caf\\u00e9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
-              "\"peripheral\", \"children\": []}\n");
+              "\"peripheral\", \"children\": [], \"fields\": {\"Category\": \"\", \"Make\": \"\", \"Model\": \"\", "
+              "\"Serial Number\": \"\"}}\n");
     EXPECT_EQ(Ok({"asset", "count"}), "2\n");
     EXPECT_EQ(Ok({"asset", "count", "--location", "HQ;Floor 2", "--json"}), "{\"count\": 1}\n");
     ExpectRefused(Run({"asset", "show", "nope"}), 1, "no asset 'nope'");

@@ -1,0 +1,271 @@
+// User-defined field definitions and their values on both engines: groups and masks, renames
+// and deletes that carry values along or leave them, group deletion, the markers, history,
+// AddAsset's empty values, and the built-in names that stand for ASSET columns.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "sql/sql_recordset.h"
+#include "support/engine_test.h"
+
+namespace {
+
+int AsInt(ULong value) { return static_cast<int>(value); }
+
+class UserFields : public EngineTest {
+protected:
+    // A definition named `key` with `flags` in `group`.
+    ULong Def(const char* key, ULong flags, ULong group = 0) {
+        const ULong def = db_->userDefAdd(flags);
+        EXPECT_NE(def, 0u) << AllMessages();
+        db_->userDefSetKey(def, key, 0);
+        db_->userDefSetParent(def, group);
+        return def;
+    }
+    std::vector<std::string> Names(const CSortList& list) {
+        std::vector<std::string> names;
+        for (const CSortItem& item : list) names.push_back(item.text.str());
+        return names;
+    }
+    std::vector<std::string> Fields(ULong group, ULong mask, int recursive) {
+        CSortList list;
+        const ULong count = db_->userDefEnum(group, list, mask, recursive);
+        EXPECT_EQ(count, list.GetCount());
+        return Names(list);
+    }
+    ULong Rows(const char* table, const CString& condition) {
+        CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s where %s", table, condition.c_str()));
+        return rs.NumberAt(0);
+    }
+    // The asset's history as "key|value1|value2", oldest first.
+    std::vector<std::string> History(ULong asset) {
+        std::vector<std::string> rows;
+        const CString statement =
+            CString::Formatted("select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", AsInt(asset));
+        for (CSqlRecordset rs(db_.get(), statement); !rs.IsEOF(); rs.MoveNext())
+            rows.push_back((rs.TextAt(0) + "|" + rs.TextAt(1) + "|" + rs.TextAt(2)).str());
+        return rows;
+    }
+
+    const CTime when_{2024, 3, 1, 10, 0, 0};
+};
+
+// ---- Definitions ----
+
+TEST_P(UserFields, GroupsAreNeverListedAsFieldsWhateverTheMask) {
+    const ULong group = Def("Finance", 0x1 | 0x2 | 0x4);
+    Def("Owner", 0x2 | 0x10);
+    Def("Licence Key", 0x4 | 0x10);
+    Def("Cost Centre", 0x2 | 0x10, group);
+    const ULong inner = Def("Inner", 0x1, group);
+    Def("Budget", 0x2 | 0x20, inner);
+    EXPECT_EQ(Fields(0, 0xFFFFFFFF, 0), (std::vector<std::string>{"Owner", "Licence Key"}));
+    EXPECT_EQ(Fields(0, 0x2, 0), (std::vector<std::string>{"Owner"}));
+    EXPECT_EQ(Fields(0, 0x1, 1), (std::vector<std::string>{})) << "the group bit selects nothing";
+    EXPECT_EQ(Fields(0, 0x2, 1), (std::vector<std::string>{"Owner", "Cost Centre", "Budget"}));
+    EXPECT_EQ(Fields(group, 0xE, 0), (std::vector<std::string>{"Cost Centre"}));
+    EXPECT_EQ(db_->userDefFind("Cost Centre", 0x2), db_->userDefFind("Cost Centre", 0xE));
+    EXPECT_EQ(db_->userDefFind("Cost Centre", 0x4), 0u);
+    EXPECT_EQ(db_->userDefGetParent(db_->userDefFind("Budget", 0x2)), inner);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UserFields, DefinitionColumnsRoundTrip) {
+    const ULong def = db_->userDefAdd(0x2 | 0x20);
+    EXPECT_EQ(db_->userDefGetKey(def).str(), "New Field Type");
+    EXPECT_EQ(db_->userDefSetFlags(def, 0x80000822u), 1);
+    EXPECT_EQ(db_->userDefGetFlags(def), 0x80000822u);
+    EXPECT_EQ(db_->userDefSetParams(def, "-5", "O'Neil \xe9"), 1);
+    CString first, second;
+    EXPECT_EQ(db_->userDefGetParams(def, first, second), 1);
+    EXPECT_EQ(first.str(), "-5");
+    EXPECT_EQ(second.str(), "O'Neil \xe9");
+    EXPECT_EQ(db_->userDefGetParams(4711, first, second), 0);
+    EXPECT_EQ(first.str(), "-5") << "a missing row leaves the texts";
+    db_->userDefSetFlags(def, 0x2 | 0x20 | 0x800);
+    db_->userDefSetParams(def, "1", "10");
+    EXPECT_EQ(db_->userDefAsString(def, 0).str(), "Range 1 to 10, Mandatory");
+    EXPECT_EQ(db_->userDefAsString(def, 1).str(), "Integer (Range 1 to 10, Mandatory)");
+    EXPECT_EQ(CNorvik::userDefTypeToString(0x70).str(), "Date");
+    EXPECT_TRUE(db_->userDefAsString(4711, 1).IsEmpty());
+}
+
+TEST_P(UserFields, RenameCarriesValuesOnlyWhenAskedAndWhenTheNameChanges) {
+    const ULong group = Def("Finance", 0x1);
+    const ULong def = Def("Owner", 0x12, group);
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    const ULong value = db_->userDataAdd(group, pc, "Owner", "Ann", 0x2, 0, when_);
+    // A value of the same name in another group is not this field's.
+    const ULong stranger = db_->userDataAdd(0, pc, "Owner", "Bob", 0x2, 0, when_);
+
+    EXPECT_EQ(db_->userDefSetKey(def, "Owner", 1), 1);
+    EXPECT_EQ(db_->userDefSetKey(def, "Keeper", 1), 1);
+    EXPECT_EQ(db_->userDataGetKey(value, 0, '|').str(), "Keeper");
+    EXPECT_EQ(db_->userDataGetKey(value, 1, '|').str(), "Finance|Keeper");
+    EXPECT_EQ(db_->userDataGetKey(stranger, 1, '|').str(), "Owner");
+
+    EXPECT_EQ(db_->userDefSetKey(def, "User", 0), 1);
+    EXPECT_EQ(db_->userDefGetKey(def).str(), "User");
+    EXPECT_EQ(db_->userDataGetKey(value, 0, '|').str(), "Keeper") << "left under the old name";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UserFields, DeleteRemovesValuesOnlyWhenAsked) {
+    const ULong kept = Def("Owner", 0x12);
+    const ULong gone = Def("Room", 0x12);
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    db_->userDataAdd(0, pc, "Owner", "Ann", 0x2, 0, when_);
+    db_->userDataAdd(0, pc, "Room", "12", 0x2, 0, when_);
+    db_->userDataAdd(0, 77, "Room", "app", 0x4, 0, when_);
+    EXPECT_EQ(db_->userDefDelete(kept, 0), 1);
+    EXPECT_EQ(db_->userDefDelete(gone, 1), 1);
+    EXPECT_EQ(db_->userDefFind("Owner", 0xE), 0u);
+    EXPECT_EQ(Rows("USERDATA", "_KEY='Owner'"), 1u);
+    EXPECT_EQ(Rows("USERDATA", "_KEY='Room'"), 1u) << "only the owner bits of the field";
+    EXPECT_EQ(Rows("USERDEF", "1=1"), 0u);
+}
+
+TEST_P(UserFields, DeletingAGroupMovesItsContentsUp) {
+    const ULong outer = Def("Outer", 0x1);
+    const ULong group = Def("Inner", 0x1, outer);
+    const ULong field = Def("Owner", 0x12, group);
+    const ULong value = db_->userDataAdd(group, 5, "Owner", "Ann", 0x2, 0, when_);
+    EXPECT_EQ(db_->userDataDelete(group, 1, CTime()), 1) << AllMessages();
+    EXPECT_EQ(db_->userDefGetParent(field), outer);
+    EXPECT_EQ(db_->SelectNumber("USERDATA", "_PARENT", value), outer);
+    EXPECT_TRUE(db_->userDefGetKey(group).IsEmpty());
+}
+
+// ---- Values ----
+
+TEST_P(UserFields, AddWritesGivenValuesButEmptyOnesNeverErase) {
+    Def("Owner", 0x12);
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    const ULong value = db_->userDataAdd(0, pc, "Owner", "Ann", 0x2, 1, when_);
+    EXPECT_EQ(db_->userdataGetValue(value, nullptr).str(), "Ann");
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "", 0x2, 1, when_), value);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", nullptr, 0x2, 1, when_), value);
+    EXPECT_EQ(db_->AddAsset("PC", 0, 1, 1, when_), pc);
+    EXPECT_EQ(db_->userdataGetValue(0, pc, "Owner", 0x2).str(), "Ann");
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "Bob", 0x2, 1, when_), value);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "Bob", 0x2, 1, when_), value);
+    EXPECT_EQ(History(pc), (std::vector<std::string>{"Owner|Ann|", "Owner|Ann|Bob"}));
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "x", 0x1, 1, when_), 0u) << "no owner bit";
+    EXPECT_EQ(db_->userdataGetValue(db_->userDataAdd(0, pc, "Missing", nullptr, 0x2, 0, when_), nullptr).str(),
+              "<NULL>");
+}
+
+TEST_P(UserFields, SetValReplacesAndClearsWithHistory) {
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    const ULong value = db_->userDataSetVal(0, pc, "Owner", "Ann", 0x2, 1, when_);
+    ASSERT_NE(value, 0u) << AllMessages();
+    EXPECT_EQ(db_->userDataSetVal(0, pc, "Owner", "", 0x2, 1, when_), value);
+    EXPECT_EQ(db_->userDataSetVal(value, nullptr, "", 1, when_), 1) << "equal: nothing written";
+    EXPECT_EQ(History(pc), (std::vector<std::string>{"Owner|Ann|", "Owner|Ann|"}));
+    EXPECT_EQ(db_->userDataSetVal(4711, nullptr, "x", 1, when_), 0);
+    EXPECT_EQ(db_->userDataDelete(value, 0, when_), 1);
+    EXPECT_EQ(db_->userDataFind(0, pc, "Owner", 0x2), 0u);
+    EXPECT_EQ(History(pc).back(), "Owner||");
+}
+
+TEST_P(UserFields, AddAssetGivesEveryAssetFieldOneEmptyValue) {
+    Def("Owner", 0x12);
+    const ULong group = Def("Finance", 0x1 | 0x2);
+    Def("Cost Centre", 0x12, group);
+    Def("Licence", 0x14);
+    Def("Location", 0x12);  // a built-in name: the column, never a value row
+    const ULong pc = db_->AddAsset("PC", 0, 1, 1, when_);
+    EXPECT_EQ(db_->AddAsset("PC", 0, 1, 1, when_), pc);
+    EXPECT_EQ(Rows("USERDATA", "1=1"), 2u);
+    EXPECT_NE(db_->userDataFind(group, pc, "Cost Centre", 0x2), 0u);
+    EXPECT_EQ(db_->userdataGetValue(0, pc, "Owner", 0x2).str(), "");
+    EXPECT_EQ(History(pc).size(), 1u) << "only the initial audit";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UserFields, EnumerationsListValuesNamesAndBlanks) {
+    const ULong a = db_->AddAsset("A", 0, 0, 0, when_);
+    const ULong b = db_->AddAsset("B", 0, 0, 0, when_);
+    db_->userDataAdd(0, a, "Owner", "Ann", 0x2, 0, when_);
+    db_->userDataAdd(0, b, "Owner", "", 0x2, 0, when_);
+    db_->userDataAdd(0, a, "Room", "12", 0x2, 0, when_);
+    db_->userDataAdd(0, a, "Vendor", "ACME", 0x4, 0, when_);
+
+    CSortList values;
+    db_->userDataEnum(0, a, values, 0x2, 0);
+    EXPECT_EQ(Names(values), (std::vector<std::string>{"Category", "Make", "Model", "Serial Number", "Owner", "Room"}));
+    CSortList global;
+    db_->userDataEnumGlobal(0, "Owner", global, 0);
+    global.Sort();
+    EXPECT_EQ(Names(global), (std::vector<std::string>{"<blank>", "Ann"}));
+    CSortList holders;
+    db_->userDataEnumGlobal(0, "Owner=<blank>", holders, '=');
+    EXPECT_EQ(Names(holders), (std::vector<std::string>{"B"}));
+    CSortList fieldNames;
+    db_->userDataEnumGlobal(0, "", fieldNames, 0);
+    fieldNames.Sort();
+    EXPECT_EQ(Names(fieldNames), (std::vector<std::string>{"Owner", "Room"}));
+    CStringTable names;
+    EXPECT_EQ(db_->userDataEnumFieldNames(0, 0, names, 0x6), 3u);
+    CStringTable distinct;
+    EXPECT_EQ(db_->userdataEnumFieldValues("Owner", distinct), 2u);
+    EXPECT_EQ(db_->userdataSetAppFieldValue(9, "Vendor", "Initech") != 0, true);
+    EXPECT_EQ(db_->userdataGetApplicationFieldValue(9, "Vendor").str(), "Initech");
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+// ---- Built-in names ----
+
+TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
+    const ULong desktop = db_->AddCategory("Desktop", 0);
+    const ULong make = db_->AddMake(desktop, "Contoso");
+    db_->AddModel(make, "Tower 5");
+    const ULong room = db_->locAddFull("Site;Room 1");
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Category", "Desktop", 0x2, 1, when_), pc) << AllMessages();
+    EXPECT_EQ(db_->userDataSetVal(0, pc, "Make", "Contoso", 0x2, 1, when_), pc);
+    EXPECT_EQ(db_->userDataSetVal(pc, "Model", "Tower 5", 1, when_), 1);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Serial Number", "SN-'1'", 0x2, 1, when_), pc);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Location", "Site\\Room 1", 0x2, 0, when_), pc);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Audit Date", "2024-02-29 23:59:58", 0x2, 0, when_), pc);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "IP Address", "10.0.0.7", 0x2, 0, when_), pc);
+    EXPECT_EQ(db_->userDataAdd(0, pc, "MAC Address", "00:11:22", 0x2, 0, when_), pc);
+    EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), desktop);
+    EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", pc), room);
+    const std::vector<std::pair<const char*, const char*>> expected = {
+        {"Category", "Desktop"},     {"Make", "Contoso"},          {"Model", "Tower 5"},
+        {"Serial Number", "SN-'1'"}, {"Location", "Site\\Room 1"}, {"Audit Date", "2024-02-29 23:59:58"},
+        {"IP Address", "10.0.0.7"},  {"MAC Address", "00:11:22"}};
+    for (const auto& [key, text] : expected) {
+        EXPECT_EQ(db_->userdataGetValue(0, pc, key, 0x2).str(), text) << key;
+        EXPECT_EQ(db_->userDataFind(0, pc, key, 0x2), pc) << key;
+    }
+    // Empty values of userDataAdd keep the columns; userDataSetVal clears.
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Serial Number", "", 0x2, 1, when_), pc);
+    EXPECT_EQ(db_->userdataGetValue(pc, "Serial Number").str(), "SN-'1'");
+    EXPECT_EQ(db_->userDataSetVal(pc, "Serial Number", "", 1, when_), 1);
+    EXPECT_TRUE(db_->userdataGetValue(pc, "Serial Number").IsEmpty());
+    EXPECT_EQ(History(pc), (std::vector<std::string>{"Category||Desktop", "Make||Contoso", "Model||Tower 5",
+                                                     "Serial Number||SN-'1'", "Serial Number|SN-'1'|"}));
+    CSortList values;
+    db_->userDataEnumFieldValues(0, "Category", values, 0x2);
+    EXPECT_EQ(Names(values), (std::vector<std::string>{"Desktop"}));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UserFields, BuiltInValuesTheColumnCannotTakeAreRefusedUnwritten) {
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    for (const auto& [key, text] : std::vector<std::pair<const char*, const char*>>{
+             {"Category", "No Such"}, {"Location", "Nowhere"}, {"Audit Date", "yesterday"}, {"IP Address", "1.2.3"}}) {
+        messages_.clear();
+        EXPECT_EQ(db_->userDataAdd(0, pc, key, text, 0x2, 1, when_), 0u) << key;
+        EXPECT_EQ(messages_.size(), 1u) << key;
+    }
+    EXPECT_EQ(History(pc).size(), 0u);
+    EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), 0u);
+}
+
+NORVIK_ON_BOTH_ENGINES(UserFields);
+
+}  // namespace
