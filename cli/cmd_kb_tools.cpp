@@ -14,6 +14,7 @@
 #include "kb/file_signature.h"
 #include "kb/kb_csv.h"
 #include "platform/archive.h"
+#include "platform/atomic_file.h"
 #include "platform/exceptions.h"
 #include "platform/file.h"
 #include "platform/ui_hooks.h"
@@ -48,11 +49,11 @@ const char kHelp[] =
 // Writes `db` to `path`; one line on stderr and false when it cannot.
 bool WriteFile(CTableDatabase& db, const std::string& path) {
     try {
-        CFile file(path.c_str(), CFile::modeCreate | CFile::modeWrite);
+        CAtomicFile file(path.c_str());
         CArchive ar(file, CArchive::store, CTableDatabase::kFileBufferSize);
         db.Serialize(ar);
         ar.Close();
-        file.Close();
+        file.Commit();
         return true;
     } catch (const CException& e) {
         PrintError("cannot write " + path + ": " + e.GetErrorMessage().str());

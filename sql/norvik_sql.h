@@ -184,7 +184,8 @@ protected:
     // start through CallUser(1, text), converts the data in place and writes version 7.14.
     // Update710to711 and Update712to714 stop without a change and without writing the version
     // when HW has no "Hardware" category with a "CPU" child. A failing statement throws
-    // CDBException; what already ran stays and the version is not written (upgrades.cpp).
+    // CDBException and the version is not written (upgrades.cpp). Open runs each in one
+    // transaction, committed only when it wrote 7.14: a failure or an interruption changes nothing.
     void Update708to709();
     void Update710to711();
     void Update712to714();
@@ -245,6 +246,10 @@ private:
     ULong SelectNumberReported(const char* table, const char* column, ULong id);
     // Runs an update or delete; false after a failure, which is reported with the statement.
     bool ExecuteReported(const char* statement);
+    // Runs `work` in one transaction (or the caller's), committed only when nothing reported a
+    // failure through HandleSqlException meanwhile; else rolled back, so the work is all or nothing.
+    template <typename Work>
+    void RunAllOrNothing(Work work);
     // The walks of locEnum and locDelete. `ancestors` holds the locations above the one walked,
     // so a cycle written into LOCDATA by hand ends the walk instead of recursing for ever.
     // Both throw CDBException, the failing statement left in `statement`.
@@ -256,4 +261,6 @@ private:
     ULong m_assetCacheId = 0;
     ULong m_appInstCacheId = 0;
     ULong m_swFileCacheId = 0;
+    // How many failures HandleSqlException has reported: RunAllOrNothing compares it.
+    mutable ULong m_nReportedFailures = 0;
 };
