@@ -68,7 +68,9 @@ std::string Context::ReadOnlyConnectionString() const {
     const std::string& file = options.dbFile;
     std::error_code ec;
     const bool writerConnected = std::filesystem::exists(file + "-wal", ec);
-    const bool immutable = !writerConnected && !(Writable(file) && Writable(FolderOf(file)));
+    // With no "-wal" file there is nothing but the main file to read: read as immutable, SQLite
+    // creates no "-wal" or "-shm" file, which a read-only connection would leave behind.
+    const bool immutable = !writerConnected;
     return "Driver=SQLite3;Database=file:" + UriPath(file) + "?mode=ro" + (immutable ? "&immutable=1" : "") +
            ";Timeout=10000;";
 }

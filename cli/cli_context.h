@@ -44,10 +44,9 @@ public:
     CNorvikSql* OpenDatabase(std::ostream* statusOut = nullptr);
     // The same for a command that only reads: the connection is read-only, and a SQLite file is
     // opened with mode=ro, so that it can be read when the file or its folder is not writable.
-    // When the file has no "-wal" file (no writer is connected) and this user cannot write the
-    // file or its folder, it is read as immutable: the reader then creates no "-wal" or "-shm"
-    // file that the owner could not use afterwards. A writer that starts meanwhile can make
-    // such a read fail; it never harms the file.
+    // When the file has no "-wal" file (no writer is connected) it is read as immutable: the
+    // reader then leaves no "-wal" or "-shm" file behind, which another user might not be able
+    // to use. A writer that starts meanwhile can make such a read fail; it never harms the file.
     CNorvikSql* OpenDatabaseToRead();
 
     // Prints `help` on stdout when the words ask for it, and says whether they did.
