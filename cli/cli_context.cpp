@@ -85,7 +85,8 @@ CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
         // SQLite would open the file read-only, create "-wal" and "-shm" files the owner cannot
         // write, and then refuse the change anyway.
         if (!Writable(options.dbFile)) {
-            PrintError("cannot change " + options.dbFile + ": this user may not write it (commands that only read work)");
+            PrintError("cannot change " + options.dbFile +
+                       ": this user may not write it (commands that only read work)");
             return nullptr;
         }
         std::error_code missing;
@@ -100,9 +101,10 @@ CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
             const std::string side = options.dbFile + suffix;
             std::error_code ec;
             if (std::filesystem::exists(side, ec) && !Writable(side) && Writable(options.dbFile)) {
-                PrintError("cannot write " + side + ", which another user's program left: when no one is using "
-                           "the database, give it to the owner of " + options.dbFile +
-                           " (chown), or remove it if it is the -shm file or an empty -wal file");
+                PrintError("cannot write " + side +
+                           ", which another user's program left: when no one is using "
+                           "the database, give it to the owner of " +
+                           options.dbFile + " (chown), or remove it if it is the -shm file or an empty -wal file");
                 return nullptr;
             }
         }

@@ -108,8 +108,10 @@ int FinishOutput(int code) {
     const bool lost = g_stdoutClosed && ::fstat(STDOUT_FILENO, &written) == 0 && written.st_size > 0;
     if (flushed && !std::ferror(stdout) && !lost) return code;
     std::string reason = "write error";
-    if (lost) reason = std::strerror(EBADF);
-    else if (error != 0) reason = std::strerror(error);
+    if (lost)
+        reason = std::strerror(EBADF);
+    else if (error != 0)
+        reason = std::strerror(error);
     cli::PrintError("cannot write the output: " + reason);
     return code == cli::kExitOk ? cli::kExitFailed : code;
 }

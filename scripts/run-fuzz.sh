@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# A short run of every fuzz target (the Knowledge Base file reader, the query parser, and index builds and recognition over damaged files), each
-# started from its checked-in seeds in fuzz/seeds/, for `make test`. Builds the targets with
+# A short run of every fuzz target (the Knowledge Base file reader, the query parser, and the
+# index builds and recognition over damaged files), each started from its checked-in seeds in
+# fuzz/seeds/, for `make test`. Builds the targets with
 # clang first (folder: $1, default build-fuzz). A finding fails the run; its input is kept in
 # out/fuzz/ to become a regression test.
 #   NORVIK_FUZZ_SECONDS   seconds per target (default 20)

@@ -32,8 +32,10 @@ bool CNorvikSql::OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)())
     unsigned short major = 0;
     unsigned short minor = 0;
     GetVer(major, minor);
-    if (major * 100 + minor == kRequiredMajor * 100 + kRequiredMinor) transaction.Commit();
-    else m_nVersion = 0;
+    if (major * 100 + minor == kRequiredMajor * 100 + kRequiredMinor)
+        transaction.Commit();
+    else
+        m_nVersion = 0;
     return true;
 }
 

@@ -16,9 +16,10 @@ protected:
     // Makes every delete from `table` of a row meeting `condition` (on old.*) fail.
     void RefuseDelete(const char* table, const std::string& condition) {
         if (IsSqlite()) {
-            db_->ExecuteStatement(CString::Formatted("create trigger REFUSE_%s before delete on %s when %s begin "
-                                                     "select raise(abort, 'refused by the test'); end",
-                                                     table, table, condition.c_str()));
+            db_->ExecuteStatement(
+                CString::Formatted("create trigger REFUSE_%s before delete on %s when %s begin "
+                                   "select raise(abort, 'refused by the test'); end",
+                                   table, table, condition.c_str()));
         } else {
             db_->ExecuteStatement(
                 "create or replace function refuse() returns trigger language plpgsql as $$ begin raise exception "
