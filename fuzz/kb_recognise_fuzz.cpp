@@ -8,30 +8,16 @@
 #include <cstdint>
 #include <vector>
 
+#include "fuzz/load_table_file.h"
 #include "kb/audbase.h"
 #include "kb/auditdbsys.h"
 #include "kb/index_recset.h"
-#include "platform/archive.h"
-#include "platform/exceptions.h"
-#include "platform/file.h"
 
 namespace {
 
 // Bounds the work per input so that large row counts do not read as hangs.
 constexpr ULong kMaxRows = 64;
 constexpr std::uint16_t kMaxColumns = 12;
-
-template <typename Db>
-bool Load(Db& db, const std::uint8_t* bytes, std::size_t size) {
-    CMemFile file(bytes, size);
-    try {
-        CArchive ar(file, CArchive::load);
-        db.Serialize(ar);
-        return true;
-    } catch (const CException&) {
-        return false;
-    }
-}
 
 // Index record sets on each column of `table`: builds, seeks of the cells found, and moves.
 void WalkIndexes(CTableDatabase& db, const CTable& table) {
@@ -90,13 +76,13 @@ void RecogniseKnownFiles(CAuditDBSys& kb) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CAuditDBSys kb;
-    if (!Load(kb, data, size)) return 0;
+    if (!LoadTableFile(kb, data, size)) return 0;
     kb.Reset();
     for (const CTable& table : kb) WalkIndexes(kb, table);
     RecogniseKnownFiles(kb);
 
     CAudBase audit;
-    if (!Load(audit, data, size)) return 0;
+    if (!LoadTableFile(audit, data, size)) return 0;
     const int files = audit.FindTable("SWFILE");
     if (files >= 0) {
         std::vector<unsigned long> results(audit[static_cast<ULong>(files)].GetRowCount() + 1, 0);

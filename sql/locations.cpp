@@ -349,8 +349,7 @@ int CNorvikSql::locExport(const char* file) {
     try {
         CAtomicFile::Replace(file, text);
         return 1;
-    } catch (const CFileException& e) {
-        HandleException(e, e.GetErrorMessage());
-        return 0;
+    } catch (const CFileException&) {
+        return 0;  // the caller says which file it could not write, as for a failed open
     }
 }
