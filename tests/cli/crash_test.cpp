@@ -180,7 +180,7 @@ TEST_P(DbCrash, LocationDeleteKilledAtRandomMomentsLeavesAllOrNothing) {
     std::mt19937 random(40);
     int whole = 0;
     int none = 0;
-    for (int trial = 0; trial < 12; ++trial) {
+    for (int trial = 0; trial < 10; ++trial) {
         db_.reset();
         KilledOrFinished(Tool({"location", "delete", "TOP"}), span, random);
         const ULong left = Count("select count(*) from LOCDATA");
@@ -198,9 +198,9 @@ TEST_P(DbCrash, LocationDeleteKilledAtRandomMomentsLeavesAllOrNothing) {
 }
 
 TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
-    // 20 names keep the suite quick; NORVIK_RACE_NAMES asks for a longer race (100 to measure).
+    // 12 names keep the suite quick; NORVIK_RACE_NAMES asks for a longer race (100 to measure).
     const char* names = std::getenv("NORVIK_RACE_NAMES");
-    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 20;
+    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
     constexpr int kProcesses = 4;
     const fs::path dir = fs::temp_directory_path() / ("norvik_race_" + std::to_string(getpid()));
     fs::create_directories(dir);
