@@ -39,9 +39,80 @@ int PrintStatusLine(int code, CallbackValue value, CallbackValue context) {
     return 1;
 }
 
+// `path` as the path of a "file:" URI: the bytes that end or escape it are percent-encoded.
+std::string UriPath(const std::string& path) {
+    std::string uri;
+    for (const char c : path) {
+        if (c == '?' || c == '#' || c == '%' || c == '&' || c == '=') {
+            char escaped[4];
+            std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
+            uri += escaped;
+        } else {
+            uri += c;
+        }
+    }
+    return uri;
+}
+
+bool Writable(const std::string& path) { return ::access(path.c_str(), W_OK) == 0; }
+
+// The folder of `file` ("." for a bare name).
+std::string FolderOf(const std::string& file) {
+    const std::string folder = std::filesystem::path(file).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
 }  // namespace
 
+std::string Context::ReadOnlyConnectionString() const {
+    const std::string& file = options.dbFile;
+    std::error_code ec;
+    const bool writerConnected = std::filesystem::exists(file + "-wal", ec);
+    // With no "-wal" file there is nothing but the main file to read: read as immutable, SQLite
+    // creates no "-wal" or "-shm" file, which a read-only connection would leave behind.
+    const bool immutable = !writerConnected;
+    return "Driver=SQLite3;Database=file:" + UriPath(file) + "?mode=ro" + (immutable ? "&immutable=1" : "") +
+           ";Timeout=10000;";
+}
+
+CNorvikSql* Context::OpenDatabaseToRead() {
+    if (!options.dsn.empty()) return Open(options.dsn, 0x1 | 0x4, nullptr);
+    return Open(ReadOnlyConnectionString(), 0x1 | 0x4, nullptr);
+}
+
 CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
+    if (options.dsn.empty() && std::filesystem::exists(options.dbFile)) {
+        // SQLite would open the file read-only, create "-wal" and "-shm" files the owner cannot
+        // write, and then refuse the change anyway.
+        if (!Writable(options.dbFile)) {
+            PrintError("cannot change " + options.dbFile +
+                       ": this user may not write it (commands that only read work)");
+            return nullptr;
+        }
+        std::error_code missing;
+        if (!Writable(FolderOf(options.dbFile)) && !std::filesystem::exists(options.dbFile + "-wal", missing)) {
+            PrintError("cannot change " + options.dbFile + ": its folder is not writable, and SQLite needs to create " +
+                       options.dbFile + "-wal there (commands that only read work)");
+            return nullptr;
+        }
+        // Files left by another user's reader: SQLite would open them read-only and then refuse
+        // every write with "attempt to write a readonly database", which does not say why.
+        for (const char* suffix : {"-wal", "-shm"}) {
+            const std::string side = options.dbFile + suffix;
+            std::error_code ec;
+            if (std::filesystem::exists(side, ec) && !Writable(side) && Writable(options.dbFile)) {
+                PrintError("cannot write " + side +
+                           ", which another user's program left: when no one is using "
+                           "the database, give it to the owner of " +
+                           options.dbFile + " (chown), or remove it if it is the -shm file or an empty -wal file");
+                return nullptr;
+            }
+        }
+    }
+    return Open(ConnectionString(), 0x4, statusOut);
+}
+
+CNorvikSql* Context::Open(const std::string& connect, ULong flags, std::ostream* statusOut) {
     if (options.dsn.empty()) {
         if (options.dbFile.find_first_of(";{}") != std::string::npos) {
             PrintError("the database file name may not contain ';', '{' or '}': " + options.dbFile);
@@ -57,7 +128,7 @@ CNorvikSql* Context::OpenDatabase(std::ostream* statusOut) {
     m_db = std::make_unique<CNorvikSql>(m_kb);
     m_db->SetMsgBoxCallback(TerminalMessageBox, reinterpret_cast<CallbackValue>(&options));
     if (statusOut) m_db->SetCallback(PrintStatusLine, reinterpret_cast<CallbackValue>(statusOut));
-    if (!m_db->Open(ConnectionString().c_str(), nullptr, 0x4)) {
+    if (!m_db->Open(connect.c_str(), nullptr, flags)) {
         m_db.reset();
         return nullptr;
     }

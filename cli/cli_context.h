@@ -39,13 +39,24 @@ public:
 
     // Opens the Audit Database; prints one line on stderr and returns null when it cannot.
     // An upgrade run by the open writes its status lines to `statusOut` when it is set.
+    // A SQLite file whose "-wal" or "-shm" file this user cannot write is refused with a
+    // line saying what to do (the writes would fail with "attempt to write a readonly database").
     CNorvikSql* OpenDatabase(std::ostream* statusOut = nullptr);
+    // The same for a command that only reads: the connection is read-only, and a SQLite file is
+    // opened with mode=ro, so that it can be read when the file or its folder is not writable.
+    // When the file has no "-wal" file (no writer is connected) it is read as immutable: the
+    // reader then leaves no "-wal" or "-shm" file behind, which another user might not be able
+    // to use. A writer that starts meanwhile can make such a read fail; it never harms the file.
+    CNorvikSql* OpenDatabaseToRead();
 
     // Prints `help` on stdout when the words ask for it, and says whether they did.
     bool PrintHelpIfAsked(const char* help) const;
 
 private:
     bool WantsHelp() const;
+    CNorvikSql* Open(const std::string& connect, ULong flags, std::ostream* statusOut);
+    // The connection string of a read-only open of the SQLite file.
+    std::string ReadOnlyConnectionString() const;
 
     CAuditDBSys m_kb;
     std::unique_ptr<CNorvikSql> m_db;

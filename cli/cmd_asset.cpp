@@ -11,6 +11,7 @@
 #include "cli/resolve_asset.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
+#include "sql/find_or_insert_lock.h"
 
 namespace cli {
 
@@ -170,10 +171,14 @@ int Add(CNorvikSql& db, const Words& args) {
     const std::string& name = args.positional[0];
     const Resolved location = LocationOption(db, args);
     if (!location.ok()) return Fail(location);
+    // The find and the add are one step under the name's lock: of several runs adding one name at
+    // once, one adds it and every other reports the asset it found.
+    FindOrInsertLock lock(db, "ASSET", name.c_str());
     if (const ULong existing = db.FindAsset(name.c_str(), 0, 1))
         return Fail("an asset named '" + name + "' already exists (id " + std::to_string(existing) + ")");
     const ULong id = db.AddAsset(name.c_str(), location.id, 1, 1, CTime::GetCurrentTime());
     if (id == 0) return kExitFailed;
+    lock.Commit();
     std::cout << id << "  " << name << '\n';
     return kExitOk;
 }
@@ -253,12 +258,17 @@ int Move(CNorvikSql& db, ULong id, const Words& args) {
 int Delete(CNorvikSql& db, ULong id) {
     const std::string name = db.GetAssetName(id).str();
     CDynaList<ULong> children;
-    db.assetEnumChildren(id, children, 1);
-    // Children follow their parent in the list: deleting from the end takes every child
-    // before the asset it is attached to.
-    for (ULong i = children.GetCount(); i > 0; --i)
-        if (!db.assetDelete(children[i - 1])) return kExitFailed;
-    if (!db.assetDelete(id)) return kExitFailed;
+    {
+        // The asset and all its children go in one transaction: a failure or a kill deletes none.
+        TransactionScope transaction(db);
+        db.assetEnumChildren(id, children, 1);
+        // Children follow their parent in the list: deleting from the end takes every child
+        // before the asset it is attached to.
+        for (ULong i = children.GetCount(); i > 0; --i)
+            if (!db.assetDelete(children[i - 1])) return kExitFailed;
+        if (!db.assetDelete(id)) return kExitFailed;
+        transaction.Commit();
+    }
     db.Clean();
     std::cout << "deleted '" << name << "'";
     if (children.GetCount() != 0) std::cout << " and " << children.GetCount() << " child asset(s)";
@@ -297,7 +307,8 @@ int RunAsset(Context& context) {
     if (sub == "move" && args.Has("--location") == args.Has("--parent"))
         return Usage("asset move needs either --location or --parent");
 
-    CNorvikSql* db = context.OpenDatabase();
+    const bool reads = sub == "list" || sub == "show" || sub == "count";
+    CNorvikSql* db = reads ? context.OpenDatabaseToRead() : context.OpenDatabase();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     if (const char* user = std::getenv("USER"); user && *user) db->SetLogonUser(user);

@@ -71,7 +71,7 @@ std::vector<Change> ReadHistory(CNorvikSql& db, ULong asset) {
 }
 
 int ShowHistory(Context& context, const std::string& word, bool details) {
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     const Resolved resolved = ResolveAsset(*db, word);

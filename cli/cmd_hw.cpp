@@ -104,7 +104,7 @@ int ShowTree(Context& context, const std::vector<std::string>& words) {
     Words args;
     if (auto error = SplitWords(words, {{}, {"--path"}}, &args); !error.empty()) return Usage(error);
     if (args.positional.size() != 1) return Usage("name one asset");
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     const Resolved asset = ResolveAsset(*db, args.positional[0]);
@@ -219,7 +219,7 @@ int ShowHistory(Context& context, const std::vector<std::string>& words) {
     Words args;
     if (auto error = SplitWords(words, {{}, {}}, &args); !error.empty()) return Usage(error);
     if (args.positional.size() != 1) return Usage("name one asset");
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     const Resolved asset = ResolveAsset(*db, args.positional[0]);

@@ -17,7 +17,7 @@ const char kHelp[] =
 
 int RunInfo(Context& context) {
     if (const int exit = HelpForVerbWithoutWords(context, kHelp); exit >= 0) return exit;
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const int version = db->GetVer();
     const std::string versionText = SchemaVersionText(version);

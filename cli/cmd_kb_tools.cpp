@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -14,6 +16,7 @@
 #include "kb/file_signature.h"
 #include "kb/kb_csv.h"
 #include "platform/archive.h"
+#include "platform/atomic_file.h"
 #include "platform/exceptions.h"
 #include "platform/file.h"
 #include "platform/ui_hooks.h"
@@ -30,7 +33,9 @@ const char kHelp[] =
     "recognise prints \"file<TAB>application\" for every file it recognises: LIST holds one file a\n"
     "line, name,size,crc,date (numbers decimal or 0x...; date YYYY-MM-DD[ hh:mm:ss] or the packed\n"
     "number); --scan reads every file below DIR (CRC-32 of the contents, modification date) and\n"
-    "prints its path below DIR. An older FILE is upgraded first when you agree (--yes agrees).\n"
+    "prints its path below DIR; an entry that cannot be read is named in a warning and skipped,\n"
+    "and the run then ends with exit code 1 after printing what it recognised. An older FILE is\n"
+    "upgraded first when you agree (--yes agrees).\n"
     "\n"
     "Makes a version 4.0 Knowledge Base file OUT (replaced when it exists) from the CSV files of DIR:\n"
     "  categories.csv    name,type                (type 1 for computers; \"PC|Base Unit\" answers to\n"
@@ -48,11 +53,11 @@ const char kHelp[] =
 // Writes `db` to `path`; one line on stderr and false when it cannot.
 bool WriteFile(CTableDatabase& db, const std::string& path) {
     try {
-        CFile file(path.c_str(), CFile::modeCreate | CFile::modeWrite);
+        CAtomicFile file(path.c_str());
         CArchive ar(file, CArchive::store, CTableDatabase::kFileBufferSize);
         db.Serialize(ar);
         ar.Close();
-        file.Close();
+        file.Commit();
         return true;
     } catch (const CException& e) {
         PrintError("cannot write " + path + ": " + e.GetErrorMessage().str());
@@ -159,25 +164,56 @@ bool ReadFileList(const std::string& path, CAudBase& audit, std::vector<std::str
     return true;
 }
 
-// Adds every regular file below `dir`, in path order, with its CRC-32 and modification date.
-bool ScanFolder(const std::string& dir, CAudBase& audit, std::vector<std::string>& names) {
+void WarnSkipped(const std::filesystem::path& path, const std::string& reason, int& skipped) {
+    PrintError("warning: skipped " + path.string() + ": " + reason);
+    ++skipped;
+}
+
+// Appends the regular files below `folder` (symbolic links to folders are not followed). A
+// folder or entry that cannot be read is named in a warning, counted in `skipped` and passed over.
+void CollectFiles(const std::filesystem::path& folder, std::vector<std::filesystem::path>& paths, int& skipped) {
     std::error_code ec;
-    std::vector<std::filesystem::path> paths;
-    for (std::filesystem::recursive_directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
-        if (it->is_regular_file(ec)) paths.push_back(it->path());
+    std::filesystem::directory_iterator it(folder, ec);
+    if (ec) return WarnSkipped(folder, ec.message(), skipped);
+    for (const std::filesystem::directory_iterator end; it != end; it.increment(ec)) {
+        if (ec) return WarnSkipped(folder, ec.message(), skipped);
+        const std::filesystem::directory_entry& entry = *it;
+        std::error_code kind;
+        if (entry.is_directory(kind) && !entry.is_symlink(kind)) {
+            CollectFiles(entry.path(), paths, skipped);
+        } else if (entry.is_regular_file(kind)) {
+            paths.push_back(entry.path());
+        } else if (kind) {
+            WarnSkipped(entry.path(), kind.message(), skipped);
+        }
     }
+    if (ec) WarnSkipped(folder, ec.message(), skipped);
+}
+
+// Adds every regular file below `dir`, in path order, with its CRC-32 and modification date.
+// An entry that cannot be read is named in a warning, counted in `skipped` and passed over;
+// false (with a message) only when `dir` itself cannot be read.
+bool ScanFolder(const std::string& dir, CAudBase& audit, std::vector<std::string>& names, int& skipped) {
+    std::error_code ec;
+    std::filesystem::directory_iterator top(dir, ec);
     if (ec) {
         PrintError("cannot scan " + dir + ": " + ec.message());
         return false;
     }
+    std::vector<std::filesystem::path> paths;
+    CollectFiles(dir, paths, skipped);
     std::sort(paths.begin(), paths.end());
     for (const std::filesystem::path& path : paths) {
         struct stat info {};
         std::uint32_t crc = 0;
         CString error;
-        if (::stat(path.c_str(), &info) != 0 || !Crc32OfFile(path.c_str(), crc, error)) {
-            PrintError("cannot read " + path.string() + (error.IsEmpty() ? "" : ": " + error.str()));
-            return false;
+        if (::stat(path.c_str(), &info) != 0) {
+            WarnSkipped(path, std::strerror(errno), skipped);
+            continue;
+        }
+        if (!Crc32OfFile(path.c_str(), crc, error)) {
+            WarnSkipped(path, error.str(), skipped);
+            continue;
         }
         audit.AddFile(path.filename().c_str(), static_cast<ULong>(info.st_size), crc, PackFileDate(info.st_mtime));
         names.push_back(std::filesystem::relative(path, dir).string());
@@ -192,7 +228,8 @@ int Recognise(Context& context, const std::vector<std::string>& args) {
     }
     CAudBase audit;
     std::vector<std::string> names;
-    if (!(args[2] == "--files" ? ReadFileList(args[3], audit, names) : ScanFolder(args[3], audit, names)))
+    int skipped = 0;
+    if (!(args[2] == "--files" ? ReadFileList(args[3], audit, names) : ScanFolder(args[3], audit, names, skipped)))
         return kExitFailed;
     KbMessages messages(context.options);
     CAuditDBSys kb;
@@ -202,6 +239,7 @@ int Recognise(Context& context, const std::vector<std::string>& args) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (results[i] != 0) std::cout << names[i] << '\t' << kb.GetAppName(results[i] >> 16, 1).str() << '\n';
     }
+    if (skipped != 0) return Fail(std::to_string(skipped) + " entries could not be read (named above)");
     return kExitOk;
 }
 

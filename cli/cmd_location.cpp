@@ -238,7 +238,9 @@ int RunLocation(Context& context) {
         if (const std::string why = CheckLocationName(p[1]); !why.empty()) return UsageError(why);
     }
 
-    CNorvikSql* db = context.OpenDatabase();
+    const bool reads =
+        sub == "list" || sub == "find" || sub == "find-ip" || sub == "export" || (sub == "ranges" && p.size() == 1);
+    CNorvikSql* db = reads ? context.OpenDatabaseToRead() : context.OpenDatabase();
     if (!db) return kExitFailed;
     if (sub == "list") return LocationList(*db, words.Has("--tree"), context.options.json);
     if (sub == "add") {

@@ -107,7 +107,7 @@ int RunLocType(Context& context) {
         return UsageError((sub.empty() ? std::string("loctype needs a command") : "unknown loctype command " + sub) +
                           " (see norvik loctype --help)");
     }
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = sub == "list" ? context.OpenDatabaseToRead() : context.OpenDatabase();
     if (!db) return kExitFailed;
     const auto& p = words.positional;
 

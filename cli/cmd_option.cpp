@@ -24,7 +24,7 @@ int RunOption(Context& context) {
         std::cerr << kHelp;
         return kExitUsage;
     }
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = get ? context.OpenDatabaseToRead() : context.OpenDatabase();
     if (!db) return kExitFailed;
     if (get) {
         const CString value = db->GetOption(args[1].c_str());

@@ -1,4 +1,11 @@
 // The norvik tool: the Audit Database and the Knowledge Base from the command line.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <string>
@@ -105,9 +112,49 @@ bool TakeValue(int argc, char** argv, int& i, std::string* value) {
     return true;
 }
 
+// True when standard output was closed when the tool started: it then writes to a memory file.
+bool g_stdoutClosed = false;
+
+// A closed standard descriptor gets a stand-in before anything is opened, so that no file the
+// tool opens (a database, a Knowledge Base, a trace) takes its number and receives the output
+// or the messages. Standard output gets a memory file, so that output sent to it is noticed.
+void GuardStandardDescriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+        int standIn = fd == STDOUT_FILENO ? ::memfd_create("norvik-closed-stdout", 0) : -1;
+        if (standIn < 0) standIn = ::open("/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+        if (standIn < 0) continue;
+        if (standIn != fd) {
+            ::dup2(standIn, fd);
+            ::close(standIn);
+        }
+        if (fd == STDOUT_FILENO) g_stdoutClosed = true;
+    }
+}
+
+// Puts out what is left of standard output. A write that failed (a full disk, a closed or
+// broken output) fails the run as the standard tools do: what the user asked for is not there.
+int FinishOutput(int code) {
+    errno = 0;
+    std::cout.flush();
+    const bool flushed = std::fflush(stdout) == 0 && std::cout.good();
+    const int error = errno;
+    struct stat written {};
+    const bool lost = g_stdoutClosed && ::fstat(STDOUT_FILENO, &written) == 0 && written.st_size > 0;
+    if (flushed && !std::ferror(stdout) && !lost) return code;
+    std::string reason = "write error";
+    if (lost)
+        reason = std::strerror(EBADF);
+    else if (error != 0)
+        reason = std::strerror(error);
+    cli::PrintError("cannot write the output: " + reason);
+    return code == cli::kExitOk ? cli::kExitFailed : code;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    GuardStandardDescriptors();
     cli::Context context;
     if (const char* dsn = std::getenv("NORVIK_DSN"); dsn && *dsn) context.options.dsn = dsn;
     int i = 1;
@@ -115,10 +162,11 @@ int main(int argc, char** argv) {
         const std::string option = argv[i];
         if (option == "--help" || option == "-h") {
             std::cout << kUsage;
-            return cli::kExitOk;
+            return FinishOutput(cli::kExitOk);
         } else if (option == "--version") {
-            std::cout << "norvik " NORVIK_VERSION "\n";
-            return cli::kExitOk;
+            std::cout << "norvik " NORVIK_VERSION "
+";
+            return FinishOutput(cli::kExitOk);
         } else if (option == "--db") {
             if (!TakeValue(argc, argv, i, &context.options.dbFile)) return cli::kExitUsage;
             context.options.dsn.clear();
@@ -167,7 +215,7 @@ int main(int argc, char** argv) {
         return cli::kExitFailed;
     }
     for (const auto& entry : kVerbs)
-        if (verb == entry.name) return entry.run(context);
+        if (verb == entry.name) return FinishOutput(entry.run(context));
     cli::PrintError("unknown command " + verb + " (see norvik --help)");
     return cli::kExitUsage;
 }

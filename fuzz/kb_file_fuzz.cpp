@@ -6,24 +6,13 @@
 #include <cstdlib>
 #include <vector>
 
+#include "fuzz/load_table_file.h"
 #include "kb/tabledb.h"
 #include "platform/archive.h"
 #include "platform/exceptions.h"
 #include "platform/file.h"
 
 namespace {
-
-// Reads `bytes` into `db`; false when the file is rejected.
-bool Load(CTableDatabase& db, const std::uint8_t* bytes, std::size_t size) {
-    CMemFile file(bytes, size);
-    try {
-        CArchive ar(file, CArchive::load);
-        db.Serialize(ar);
-        return true;
-    } catch (const CException&) {
-        return false;
-    }
-}
 
 std::vector<std::uint8_t> Store(CTableDatabase& db) {
     CMemFile file;
@@ -36,7 +25,7 @@ std::vector<std::uint8_t> Store(CTableDatabase& db) {
 // One write and read again: what a load keeps of a file.
 std::vector<std::uint8_t> Cycle(const std::vector<std::uint8_t>& bytes) {
     CTableDatabase db;
-    if (!Load(db, bytes.data(), bytes.size())) std::abort();  // a file we wrote must load
+    if (!LoadTableFile(db, bytes.data(), bytes.size())) std::abort();  // a file we wrote must load
     return Store(db);
 }
 
@@ -48,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool check = (data[0] & 1) != 0;
     CTableDatabase db;
     if (check) db.EnableTracing();
-    if (!Load(db, data + 1, size - 1)) return 0;
+    if (!LoadTableFile(db, data + 1, size - 1)) return 0;
 
     // Whatever loaded must write, and what is written must settle: after one more cycle
     // (which settles pools whose stored and table compact settings differ) the bytes repeat.

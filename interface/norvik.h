@@ -130,8 +130,8 @@ public:
     // The type above; 0 for the top level and for a missing type.
     virtual ULong GetLocTypeParent(ULong type) = 0;
     // Removes a level: the child type moves up to the type's parent, and every location of this
-    // type goes, its assets and child locations moving to its parent. 1 when done; 0 on failure,
-    // the steps already taken staying done.
+    // type goes, its assets and child locations moving to its parent, in one transaction. 1 when
+    // done; 0 on failure, nothing changed (an improvement: a failure once left the steps done).
     virtual int DeleteLocType(ULong type) = 0;
     // The first type whose parent is `type` (0 asks for a top-level type); 0 when none.
     virtual ULong GetChildLocType(ULong type) = 0;
@@ -170,8 +170,8 @@ public:
     // location's _ID; 0 for an empty path or when a step failed (levels added stay).
     virtual ULong locAddFull(const char* path) = 0;
     // Deletes a location and every location below it; all their assets move to the location's
-    // parent. 1 when done; 0 on failure, the part already deleted staying deleted. Deleting 0
-    // deletes the whole tree.
+    // parent, in one transaction. 1 when done; 0 on failure, nothing deleted (an improvement: a
+    // failure once left the part already deleted so). Deleting 0 deletes the whole tree.
     virtual int locDelete(ULong location) = 0;
     // Appends the children of `parent` ordered by name; with `recursive`, then the subtrees of
     // those children, each in the same form. The list is not emptied. Returns 1, 0 on failure.
@@ -220,7 +220,8 @@ public:
     // history and cookies, captured files, software links, asset-level user data, the events of
     // vanished history rows and every DISCOVER row whose _ASSET is LIKE the name (so wildcards in
     // the name remove other entries too), and asks for the next Clean. Child assets stay: delete
-    // them first. 1 when done; 0 on failure, the rows already deleted staying deleted.
+    // them first. One transaction: 1 when done; 0 on failure, nothing deleted (an improvement:
+    // a failure once left the rows already deleted so).
     virtual int assetDelete(ULong asset) = 0;
     // The assets of `location` and of every location below it; with location 0, of the whole
     // table (children included). Unless `unfiltered`, only rows with a kind bit and none of
@@ -231,7 +232,8 @@ public:
     virtual CString GetAssetName(ULong asset) = 0;
     // Renames; with a station file (may be null), its value "Name" of section "Asset" becomes the
     // new name (the file is created when missing). With recordHistory, writes "Name changed from
-    // %s to %s" dated `when`. 1 when done; 0 when the database or the file failed (reported).
+    // %s to %s" dated `when`. All in one transaction: 1 when done; 0 when the database or the
+    // file failed (reported), the name then unchanged.
     virtual int SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) = 0;
     // The parent of an asset; isLocation = 1 when the parent is a location, 0 when an asset.
     // 0 (with isLocation 1) for a missing asset.
@@ -455,8 +457,9 @@ public:
     virtual ULong GetCategoryType(ULong id) = 0;
     // Adds a site row; its combined identifier, 0 on failure.
     virtual ULong AddCategory(const char* name, ULong type) = 0;
-    // Deletes a site category, then (through DeleteMake) its site makes and their models. Site
-    // makes hung under a Knowledge Base category and assets referring to the deleted rows stay.
+    // Deletes a site category, then (through DeleteMake) its site makes and their models, in one
+    // transaction: a reported failure deletes nothing. Site makes hung under a Knowledge Base
+    // category and assets referring to the deleted rows stay.
     virtual void DeleteCategory(ULong id) = 0;
     // For a category below 0xFFFF (0 too) the Knowledge Base's make first; else the site make
     // whose _CAT is `category` as passed.
@@ -467,6 +470,7 @@ public:
     virtual void SetMakeName(ULong id, const char* name) = 0;
     virtual ULong GetMakeCategory(ULong id) = 0;
     virtual ULong AddMake(ULong category, const char* name) = 0;
+    // Deletes a site make and its models in one transaction (a reported failure deletes nothing).
     virtual void DeleteMake(ULong id) = 0;
     // The Knowledge Base model of `make` named `name`; else the site model's _ID shifted RIGHT by
     // 16, kept as the product has always had it: a site model with _ID below 65536 reads as 0.

@@ -5,6 +5,7 @@
 
 #include "common/token.h"
 #include "platform/archive.h"
+#include "platform/atomic_file.h"
 #include "platform/exceptions.h"
 #include "platform/file.h"
 #include "platform/ui_hooks.h"
@@ -66,11 +67,12 @@ int CAuditDBSys::Open(const char* path) {
 int CAuditDBSys::Save() {
     if (GetChangeCount() == 0) return 1;
     try {
-        CFile file(m_strPath, CFile::modeCreate | CFile::modeWrite);
+        // Replaced whole: a kill or a full disk while writing leaves the old file as it was.
+        CAtomicFile file(m_strPath);
         CArchive ar(file, CArchive::store, kFileBufferSize);
         Serialize(ar);
         ar.Close();
-        file.Close();
+        file.Commit();
         m_strLastError.Empty();
     } catch (const CException& e) {
         m_strLastError = e.GetErrorMessage();

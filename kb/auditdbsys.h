@@ -37,8 +37,9 @@ public:
     // agrees (backup first), and opens the record sets. 1 when open; 0 when the file cannot be
     // read (GetLastError says why), is newer, or the upgrade was declined (file untouched).
     int Open(const char* path);
-    // Writes the file when anything changed since it was read or written; 1. A failed write
-    // leaves the reason in GetLastError.
+    // Writes the file when anything changed since it was read or written, replacing it whole
+    // (platform/atomic_file.h); 1. A failed write leaves the file as it was and the reason in
+    // GetLastError.
     int Save();
     // Closes and recreates the eight record sets; a set whose table is missing stays closed and
     // reads as empty. 1.

@@ -81,7 +81,8 @@ std::uint64_t Prefix(const char* text) {
     std::uint64_t prefix = 0;
     int i = 0;
     for (; i < 8 && text[i] != '\0'; ++i) prefix = prefix << 8 | static_cast<unsigned char>(text[i]);
-    return prefix << (8 * (8 - i));
+    // An empty text would shift by the full width, which is undefined: it is all padding.
+    return i == 0 ? 0 : prefix << (8 * (8 - i));
 }
 
 }  // namespace

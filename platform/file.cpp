@@ -104,6 +104,15 @@ std::uint64_t CFile::GetLength() const {
 
 void CFile::Flush() { CheckedHandle(); }
 
+void CFile::Sync() {
+    const int handle = CheckedHandle();
+    int result;
+    do {
+        result = ::fsync(handle);
+    } while (result != 0 && errno == EINTR);
+    if (result != 0) ThrowSystemError("Cannot write");
+}
+
 void CFile::Close() {
     if (m_hFile < 0) return;
     const int handle = m_hFile;

@@ -46,6 +46,8 @@ public:
     virtual std::uint64_t GetLength() const;
     // Writes are not buffered here, so this only checks that the file is open; no fsync.
     virtual void Flush();
+    // Asks the system to put the file's data on the disk (fsync); throws when it cannot.
+    void Sync();
     // Closes the file; throws when the system reports a failure (data may be lost).
     // Closing a closed file does nothing.
     virtual void Close();

@@ -100,9 +100,19 @@ void CDatabase::BeginTrans() {
 void CDatabase::CommitTrans() {
     m_inTransaction = false;
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_COMMIT);
+    if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO || rc == SQL_NO_DATA) {
+        SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
+                          reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
+        return;
+    }
+    // The commit's own diagnostic (a full disk, say) is read first: turning autocommit back on
+    // makes the SQLite driver try the commit once more, and its "no transaction is active"
+    // would replace the reason. The transaction is ended by a rollback before that.
+    const CDBException failure = Diagnostic(SQL_HANDLE_DBC, m_hdbc, rc);
+    SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
-    Check(rc, SQL_HANDLE_DBC, m_hdbc);
+    throw failure;
 }
 
 void CDatabase::Rollback() {

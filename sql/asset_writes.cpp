@@ -1,6 +1,7 @@
 // Assets: adding, deleting, renaming, moving and the column writes of table ASSET, each change
 // recorded through historyAdd. The reads and the asset cache are in assets.cpp.
 #include "platform/ui_hooks.h"
+#include "sql/find_or_insert_lock.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 #include "sql/station_file.h"
@@ -25,6 +26,9 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
     // fetched: every added asset pays for this read, and a whole row costs several times more.
     CString statement = CString::Formatted("select _ID from ASSET where _NAME=%s", SqlQuote(name).c_str());
     try {
+        // The find and the insert hold the name's lock together: of concurrent adds of one name
+        // the first inserts, the others wait and find its asset.
+        FindOrInsertLock lock(*this, "ASSET", name);
         ULong asset = 0;
         {
             CSqlRecordset rs(this, statement);
@@ -44,6 +48,7 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
                 return 0;  // historyAdd has reported the failure; the scope takes the asset back
             transaction.Commit();
         }
+        lock.Commit();
         if (addUserFields) AddAssetUserFields(asset, statement);
         return asset;
     } catch (const CDBException& e) {
@@ -58,6 +63,8 @@ int CNorvikSql::assetDelete(ULong asset) {
     platform::CWaitCursor wait;
     CString statement = CString::Formatted("select _NAME from ASSET where _ID = %d", AsInt(asset));
     try {
+        // Every row goes in one transaction: a failure or an interruption deletes nothing.
+        TransactionScope transaction(*this);
         bool found = false;
         CString name;
         {
@@ -86,9 +93,11 @@ int CNorvikSql::assetDelete(ULong asset) {
             statement = CString::Formatted("delete from DISCOVER where _ASSET like %s", SqlQuote(name).c_str());
             ExecuteStatement(statement);
         }
+        transaction.Commit();
         m_bCleanNeeded = 1;
         return 1;
     } catch (const CDBException& e) {
+        m_assetCacheId = 0;
         HandleSqlException(e, statement);
         return 0;
     }
@@ -113,23 +122,32 @@ int CNorvikSql::SetAssetName(ULong asset, const char* name, const char* stationF
     const CString statement =
         CString::Formatted("update ASSET set _NAME = %s where _ID = %d", SqlQuote(name).c_str(), AsInt(asset));
     try {
+        // The new name, its history record and the station file change together: the file is
+        // written (replaced whole) before the commit, and a file that cannot be written takes
+        // the database change back.
+        TransactionScope transaction(*this);
         ExecuteStatement(statement);
+        if (recordHistory && !historyAdd(asset, when, kHistChanged, kKindAsset, "Name", oldName, name, nullptr)) {
+            m_assetCacheId = 0;
+            return 0;  // historyAdd has reported the failure; the scope takes the name back
+        }
+        if (stationFile && *stationFile) {
+            try {
+                WriteStationValue(stationFile, "Asset", "Name", name);
+            } catch (const CFileException& e) {
+                m_assetCacheId = 0;
+                HandleException(e, e.GetErrorMessage());
+                return 0;
+            }
+        }
+        transaction.Commit();
     } catch (const CDBException& e) {
+        m_assetCacheId = 0;
         HandleSqlException(e, statement);
         return 0;
     }
     if (m_assetCacheId == asset) m_assetCache.name = name ? name : "";
-    int result = 1;
-    if (stationFile && *stationFile) {
-        try {
-            WriteStationValue(stationFile, "Asset", "Name", name);
-        } catch (const CFileException& e) {
-            HandleException(e, e.GetErrorMessage());
-            result = 0;
-        }
-    }
-    if (recordHistory) historyAdd(asset, when, kHistChanged, kKindAsset, "Name", oldName, name, nullptr);
-    return result;
+    return 1;
 }
 
 CString CNorvikSql::DescribePlace(ULong parent, bool parentIsAsset) {

@@ -113,20 +113,37 @@ ULong CNorvikSql::AddModel(ULong make, const char* name) {
     return InsertReported(*this, "MODEL", "_NAME,_MAKE", name, make);
 }
 
+template <typename Work>
+void CNorvikSql::RunAllOrNothing(Work work) {
+    try {
+        TransactionScope transaction(*this);
+        const ULong failures = m_nReportedFailures;
+        work();
+        if (m_nReportedFailures == failures) transaction.Commit();
+    } catch (const CDBException& e) {
+        HandleSqlException(e, "commit");
+    }
+}
+
 // Deletions go parent first, then the children one by one through the virtual operations, with
 // the Knowledge Base left out of the enumeration: a cascade never reaches Knowledge Base entries.
+// The cascade is one transaction: a failure anywhere in it deletes nothing.
 void CNorvikSql::DeleteCategory(ULong id) {
-    if (!ExecuteReported(CString::Formatted("delete from CAT where _ID=%d", SiteId(id)))) return;
-    CSortList makes;
-    EnumMakes(id, makes, 0);
-    for (const CSortItem& make : makes) DeleteMake(make.id);
+    RunAllOrNothing([&] {
+        if (!ExecuteReported(CString::Formatted("delete from CAT where _ID=%d", SiteId(id)))) return;
+        CSortList makes;
+        EnumMakes(id, makes, 0);
+        for (const CSortItem& make : makes) DeleteMake(make.id);
+    });
 }
 
 void CNorvikSql::DeleteMake(ULong id) {
-    if (!ExecuteReported(CString::Formatted("delete from MAKE where _ID = %d", SiteId(id)))) return;
-    CSortList models;
-    EnumModels(id, models, 0);
-    for (const CSortItem& model : models) DeleteModel(model.id);
+    RunAllOrNothing([&] {
+        if (!ExecuteReported(CString::Formatted("delete from MAKE where _ID = %d", SiteId(id)))) return;
+        CSortList models;
+        EnumModels(id, models, 0);
+        for (const CSortItem& model : models) DeleteModel(model.id);
+    });
 }
 
 void CNorvikSql::DeleteModel(ULong id) {

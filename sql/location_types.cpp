@@ -49,6 +49,8 @@ int CNorvikSql::SetLocTypeName(ULong type, const char* name) {
 int CNorvikSql::DeleteLocType(ULong type) {
     CString statement = CString::Formatted("select _PARENT from LOCTYPE where _ID = %d", static_cast<int>(type));
     try {
+        // One transaction: a failure or an interruption leaves the type and its level as they were.
+        TransactionScope transaction(*this);
         const ULong parent = SelectNumber("LOCTYPE", "_PARENT", type);
         statement = CString::Formatted("delete from LOCTYPE where _ID = %d", static_cast<int>(type));
         ExecuteStatement(statement);
@@ -73,8 +75,11 @@ int CNorvikSql::DeleteLocType(ULong type) {
             ExecuteStatement(statement);
         }
         statement = CString::Formatted("delete from LOCDATA where _TYPE = %d", static_cast<int>(type));
-        return ExecuteStatement(statement);
+        const int result = ExecuteStatement(statement);
+        transaction.Commit();
+        return result;
     } catch (const CDBException& e) {
+        m_assetCacheId = 0;
         HandleSqlException(e, statement);
         return 0;
     }

@@ -2,10 +2,13 @@
 // its IPv4 address ranges, and the comma-separated export of the tree with its assets.
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "common/address_list.h"
+#include "platform/atomic_file.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -232,9 +235,13 @@ ULong CNorvikSql::locAddFull(const char* path) {
 int CNorvikSql::locDelete(ULong location) {
     CString statement;
     try {
+        // The whole tree goes in one transaction: interrupted or failed, nothing is deleted.
+        TransactionScope transaction(*this);
         DeleteLocationTree(location, CDynaList<ULong>(), statement);
+        transaction.Commit();
         return 1;
     } catch (const CDBException& e) {
+        m_assetCacheId = 0;
         HandleSqlException(e, statement);
         return 0;
     }
@@ -319,16 +326,30 @@ void CNorvikSql::EnumLocationsBelow(ULong parent, CDynaList<ULong>& locations, i
 }
 
 int CNorvikSql::locExport(const char* file) {
-    OutputFile out(file ? std::fopen(file, "w") : nullptr);
+    if (!file) return 0;
+    // The export is made in memory and then replaces the file whole: a failed read or a kill
+    // leaves the old file as it was, never half an export.
+    char* buffer = nullptr;
+    std::size_t size = 0;
+    OutputFile out(::open_memstream(&buffer, &size));
     if (!out) return 0;
     std::fputs("LOCATION,IP ADDRESS FROM,IP ADDRESS TO,ASSET NAME\n", out.get());
     CString statement;
+    bool exported = false;
     try {
-        if (!ExportLocation(*this, out.get(), 0, CDynaList<ULong>(), statement)) return 0;
+        exported = ExportLocation(*this, out.get(), 0, CDynaList<ULong>(), statement);
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
-        return 0;
     }
-    const bool written = std::ferror(out.get()) == 0;
-    return std::fclose(out.release()) == 0 && written ? 1 : 0;
+    exported = exported && std::ferror(out.get()) == 0;
+    exported = std::fclose(out.release()) == 0 && exported;  // sets buffer and size
+    const std::string text(buffer ? buffer : "", buffer ? size : 0);
+    std::free(buffer);
+    if (!exported) return 0;
+    try {
+        CAtomicFile::Replace(file, text);
+        return 1;
+    } catch (const CFileException&) {
+        return 0;  // the caller says which file it could not write, as for a failed open
+    }
 }

@@ -11,6 +11,7 @@ CNorvikSql::CNorvikSql(CAuditDBSys& kb) : CNorvik(kb) {}
 CNorvikSql::~CNorvikSql() { Close(); }
 
 void CNorvikSql::HandleSqlException(const CDBException& e, const char* statement) const {
+    ++m_nReportedFailures;
     HandleException(e, statement);
 }
 
@@ -24,7 +25,17 @@ bool CNorvikSql::OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)())
     const CString question = CString::Formatted(
         "Yor database will now be upgraded to v%s\nThis may take some time.\n\nDo you wish to continue?", target);
     if (MsgBox(question, platform::kMbIconQuestion | platform::kMbYesNo) != platform::kIdYes) return false;
+    // One transaction per upgrade: a step that stops early (without writing the new version) or
+    // is interrupted leaves the database as it was, never half converted.
+    TransactionScope transaction(*this);
     (this->*upgrade)();
+    unsigned short major = 0;
+    unsigned short minor = 0;
+    GetVer(major, minor);
+    if (major * 100 + minor == kRequiredMajor * 100 + kRequiredMinor)
+        transaction.Commit();
+    else
+        m_nVersion = 0;
     return true;
 }
 

@@ -433,7 +433,8 @@ protected:
     // start through CallUser(1, text), converts the data in place and writes version 7.14.
     // Update710to711 and Update712to714 stop without a change and without writing the version
     // when HW has no "Hardware" category with a "CPU" child. A failing statement throws
-    // CDBException; what already ran stays and the version is not written (upgrades.cpp).
+    // CDBException and the version is not written (upgrades.cpp). Open runs each in one
+    // transaction, committed only when it wrote 7.14: a failure or an interruption changes nothing.
     void Update708to709();
     void Update710to711();
     void Update712to714();
@@ -515,6 +516,10 @@ private:
     ULong SearchIdsByPattern(const char* statement, const char* pattern, CDynaList<ULong>& rows);
     // "update USERS set <column>=<quoted value> where _ID=%d", reported.
     int SetUserText(ULong user, const char* column, const char* value);
+    // Runs `work` in one transaction (or the caller's), committed only when nothing reported a
+    // failure through HandleSqlException meanwhile; else rolled back, so the work is all or nothing.
+    template <typename Work>
+    void RunAllOrNothing(Work work);
     // The walks of locEnum and locDelete. `ancestors` holds the locations above the one walked,
     // so a cycle written into LOCDATA by hand ends the walk instead of recursing for ever.
     // Both throw CDBException, the failing statement left in `statement`.
@@ -550,4 +555,6 @@ private:
     };
     AppInstCacheEntry m_appInstCache;
     ULong m_swFileCacheId = 0;
+    // How many failures HandleSqlException has reported: RunAllOrNothing compares it.
+    mutable ULong m_nReportedFailures = 0;
 };

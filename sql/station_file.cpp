@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/atomic_file.h"
 #include "platform/exceptions.h"
 
 namespace {
@@ -115,9 +116,6 @@ void WriteStationValue(const char* path, const char* section, const char* key, c
         out += lines[i];
         if (i + 1 < lines.size() || !keepOpenEnd) out += eol;
     }
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    if (!file) Fail("write", path);
-    file.write(out.data(), static_cast<std::streamsize>(out.size()));
-    file.close();
-    if (!file) Fail("write", path);
+    // Replaced whole: a failure or a kill while writing leaves the old file as it was.
+    CAtomicFile::Replace(path, out);
 }

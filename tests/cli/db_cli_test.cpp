@@ -106,9 +106,11 @@ TEST_P(DbTool, Assets) {
     EXPECT_EQ(Ok({"asset", "rename", name, renamed, "--station", station.string()}),
               "renamed asset 1 from '" + name + "' to '" + renamed + "'\n");
     EXPECT_EQ(Slurp(station), "[Asset]\nName=" + renamed + "\nSerial=7\n");
-    // The database is renamed even when the file cannot be written; the run reports failure.
+    // A station file that cannot be written takes the rename back; the run reports failure.
     const std::string bad = (dir_.path / "no/such.ini").string();
     ExpectRefused(Run({"asset", "rename", "Mouse", "Rat", "--station", bad}), 1);
+    EXPECT_EQ(Ok({"asset", "show", "2", "--json"}).find("\"Rat\""), std::string::npos);
+    EXPECT_EQ(Ok({"asset", "rename", "Mouse", "Rat"}), "renamed asset 2 from 'Mouse' to 'Rat'\n");
     EXPECT_EQ(Ok({"asset", "move", "Rat", "--location", "0"}), "moved 'Rat' to (root)\n");
     EXPECT_EQ(Db().GetAssetLocation(2), 0u);
     EXPECT_EQ(Ok({"asset", "move", "Rat", "--parent", "1"}), "moved 'Rat' to child of " + renamed + "\n");

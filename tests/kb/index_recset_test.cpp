@@ -54,6 +54,19 @@ TEST(CIndexRecSet, NumberIndexSortsUnsignedWithEqualValuesInRowOrder) {
     EXPECT_EQ(ids, (std::vector<ULong>{5, 2, 4, 7, 6, 1, 3}));
 }
 
+// An empty text once made the key prefix shift a 64-bit number by 64 (undefined; the sanitizer
+// build reported it on a damaged Knowledge Base).
+TEST(CIndexRecSet, EmptyTextKeysSeekWithoutAnOversizedShift) {
+    CTableDatabase db;
+    db.AddTable(MakeTable("T", {{"TEXT", 0}}, {{"b"}, {""}, {"a"}, {""}}));
+    CIndexRecSet rs(&db);
+    ASSERT_EQ(rs.Open("select * from T", 1), 1);
+    EXPECT_EQ(rs.SeekText("", false), 0);
+    EXPECT_EQ(rs.SeekText(nullptr, false), 0);
+    EXPECT_EQ(rs.SeekText("a", false), 2);
+    EXPECT_EQ(rs.SeekText("0", true), 2);
+}
+
 TEST(CIndexRecSet, SeekFindsTheFirstEqualEntryOrTheInsertionPointAtEverySize) {
     // {exact seek, nearest seek} over the sorted keys.
     auto expected = [](const auto& sorted, const auto& key) {
