@@ -164,8 +164,7 @@ int main(int argc, char** argv) {
             std::cout << kUsage;
             return FinishOutput(cli::kExitOk);
         } else if (option == "--version") {
-            std::cout << "norvik " NORVIK_VERSION "
-";
+            std::cout << "norvik " NORVIK_VERSION "\n";
             return FinishOutput(cli::kExitOk);
         } else if (option == "--db") {
             if (!TakeValue(argc, argv, i, &context.options.dbFile)) return cli::kExitUsage;

@@ -207,14 +207,19 @@ bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, CTime when, Im
         return false;
     }
     const int history = outcome.newAsset ? 0 : 1;
+    // The built-in fields take catalogue names; the make is looked up under the category just
+    // written and the model under the make, so the order matters.
     const struct {
         const char* field;
         ULong id;
-    } fields[] = {{"Category", category}, {"Make", make}, {"Model", model}};
+        const std::string& name;
+    } fields[] = {{"Category", category, record.category},
+                  {"Make", make, record.manufacturer},
+                  {"Model", model, record.model}};
     for (const auto& field : fields) {
         if (field.id == 0) continue;
-        const CString text = CString::Formatted("%u", field.id);
-        if (!m_db.userDataAdd(0, outcome.asset, field.field, text, CNorvik::kUserDataAsset, history, when)) {
+        if (!m_db.userDataAdd(0, outcome.asset, field.field, field.name.c_str(), CNorvik::kUserDataAsset, history,
+                              when)) {
             reason = std::string("the ") + field.field + " cannot be stored";
             return false;
         }
