@@ -213,9 +213,8 @@ bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, CTime when, Im
         const char* field;
         ULong id;
         const std::string& name;
-    } fields[] = {{"Category", category, record.category},
-                  {"Make", make, record.manufacturer},
-                  {"Model", model, record.model}};
+    } fields[] = {
+        {"Category", category, record.category}, {"Make", make, record.manufacturer}, {"Model", model, record.model}};
     for (const auto& field : fields) {
         if (field.id == 0) continue;
         if (!m_db.userDataAdd(0, outcome.asset, field.field, field.name.c_str(), CNorvik::kUserDataAsset, history,
