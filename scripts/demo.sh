@@ -47,4 +47,15 @@ echo "\$ norvik kb info $kb"
 echo "\$ norvik kb recognise $kb --files tests/data/kb/audit_files.txt"
 "$norvik" kb recognise "$kb" --files tests/data/kb/audit_files.txt
 echo
+
+# Agent inventories: imported, imported again (nothing changed), then a licence counted against them.
+inventories=(tests/data/inventories/workstation.xml tests/data/inventories/laptop.json
+             tests/data/inventories/placeholders.ocs)
+run import "${inventories[@]}"
+run import "${inventories[@]}"
+run app list --asset WS-ALPHA
+run licence type add "Per Seat" --per-pc
+run licence set bash --type "Per Seat" --count 0
+run licence check
+run licence report
 echo "The audit database is $db and the Knowledge Base $kb; try: $norvik --help"
