@@ -137,10 +137,8 @@ void PrintFoldersJson(const std::vector<FolderNode>& nodes) {
 // "Publisher Name" of a catalogue row; "" for none.
 std::string ApplicationText(CNorvikSql& db, ULong app) {
     if (app == 0) return "";
-    const std::string publisher = db.SelectText("APPS", "_MFR", app).str();
-    const std::string name = db.SelectText("APPS", "_APP", app).str();
-    if (publisher.empty() && name.empty()) return "#" + std::to_string(app);
-    return publisher.empty() ? name : publisher + " " + name;
+    const std::string name = db.applicationGetName(app, 0, 1).str();
+    return name.empty() ? std::string("#").append(std::to_string(app)) : name;
 }
 
 int ShowFiles(Context& context, CNorvikSql& db, ULong asset, const std::string& path, bool unassigned) {

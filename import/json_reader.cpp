@@ -32,7 +32,7 @@ bool ScalarText(const Value& value, std::string& text) {
         return true;
     }
     if (value.IsBool()) {
-        text = value.GetBool() ? "1" : "0";
+        text.assign(1, value.GetBool() ? '1' : '0');  // assign(size, char): GCC 12 -O3 warns falsely on = "1"
         return true;
     }
     return false;  // null, objects and arrays

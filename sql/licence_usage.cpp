@@ -50,7 +50,8 @@ ULong CNorvikSql::licenceEnumInstallations(ULong scope, CSortList& list) {
             for (ULong from = 0; from < assets.GetCount(); from += kAssetsPerStatement) {
                 std::string in;
                 for (ULong i = from; i < assets.GetCount() && i < from + kAssetsPerStatement; ++i)
-                    in += (in.empty() ? "" : ",") + std::to_string(static_cast<int>(assets[i]));
+                    // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on "," + text.
+                    in.append(in.empty() ? "" : ",").append(std::to_string(static_cast<int>(assets[i])));
                 // Every application of these assets, from the (asset, application) index alone;
                 // rows that count for nothing are passed over below.
                 readCounts("select APPINST._APP ,count(*) from APPINST where APPINST._ASSET in (" + CString(in) +
