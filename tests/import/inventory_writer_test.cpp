@@ -288,21 +288,6 @@ TEST_P(InventoryWriter, SoftwareAddedRemovedAndUpgradedBetweenAuditsIsWrittenWit
         EXPECT_TRUE(rows.count(row)) << row << " missing from the history";
 }
 
-TEST_P(InventoryWriter, UnchangedSoftwareReimportAddsOnlyTheReAuditRow) {
-    Inventory inventory = Machine("WS-1", "SER-1");
-    for (int i = 0; i < 50; ++i)
-        inventory.software.push_back({"Acme", "App " + std::to_string(i), "1." + std::to_string(i), "", {}});
-    const ULong asset = Apply(inventory).asset;
-    const ULong instances = Count("APPINST"), apps = Count("APPS"), history = Count("HISTORY");
-    const ImportOutcome again = Apply(inventory);
-    EXPECT_EQ(again.applications, 50u);
-    EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved, 0u);
-    EXPECT_EQ(Count("APPINST"), instances);
-    EXPECT_EQ(Count("APPS"), apps);
-    EXPECT_EQ(Count("HISTORY"), history + 1);
-    EXPECT_EQ(HistoryOf(asset).back(), "Re-Audit");
-}
-
 TEST_P(InventoryWriter, OverlongAndNonAsciiSoftwareNamesAreStoredCutAndRoundTrip) {
     Inventory inventory = Machine("WS-1", "SER-1");
     const std::string longName(2000, 'n');

@@ -136,19 +136,6 @@ TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
     (void)i2;
 }
 
-TEST_P(Applications, FlagsRoundTripAllThirtyTwoBits) {
-    const ULong app = db_->applicationAdd("Acme", "Editor", 0x80000001);
-    EXPECT_EQ(db_->applicationGetFlags(app), 0x80000001u);
-    EXPECT_EQ(db_->applicationGetFlag(app, 0x80000000), 1);
-    EXPECT_EQ(db_->applicationGetFlag(app, 0x6), 0);
-    ASSERT_EQ(db_->applicationSetFlag(app, 0x4, 1), 1);
-    ASSERT_EQ(db_->applicationSetFlag(app, 0x80000000, 0), 1);
-    EXPECT_EQ(db_->applicationGetFlags(app), 0x5u);
-    const ULong pc = Asset("PC1");
-    const ULong inst = db_->applicationAddInstance(pc, app, "", "", 0xFFFFFFFE);
-    EXPECT_EQ(db_->newGetAppInstFlags(inst), 0xFFFFFFFEu);
-}
-
 TEST_P(Applications, DeletionsTakeTheInstancesWithThem) {
     const ULong pc = Asset("PC1");
     const ULong pc2 = Asset("PC2");

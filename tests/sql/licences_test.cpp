@@ -32,15 +32,6 @@ protected:
     }
 };
 
-TEST_P(Licences, NewApplicationIsNotSpecifiedWhateverItsCount) {
-    const ULong app = AddApp("Acme", "Editor");
-    EXPECT_EQ(db_->GetAppLicenceType(app), 1u);
-    db_->SetAppLicence(app, -1, 7);
-    EXPECT_EQ(db_->GetAppLicenceDesc(app).str(), "Not Specified");
-    EXPECT_EQ(db_->GetLicenceName(1).str(), "Not Specified");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
-}
-
 TEST_P(Licences, DescriptionCarriesTheCountOnlyForPerPcTypes) {
     const ULong seat = AddType("Seat", CNorvik::kLicencePerPc | CNorvik::kLicenceHidden);
     const ULong site = AddType("Site", 0);

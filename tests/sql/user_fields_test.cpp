@@ -71,26 +71,6 @@ TEST_P(UserFields, GroupsAreNeverListedAsFieldsWhateverTheMask) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
-TEST_P(UserFields, DefinitionColumnsRoundTrip) {
-    const ULong def = db_->userDefAdd(0x2 | 0x20);
-    EXPECT_EQ(db_->userDefGetKey(def).str(), "New Field Type");
-    EXPECT_EQ(db_->userDefSetFlags(def, 0x80000822u), 1);
-    EXPECT_EQ(db_->userDefGetFlags(def), 0x80000822u);
-    EXPECT_EQ(db_->userDefSetParams(def, "-5", "O'Neil \xe9"), 1);
-    CString first, second;
-    EXPECT_EQ(db_->userDefGetParams(def, first, second), 1);
-    EXPECT_EQ(first.str(), "-5");
-    EXPECT_EQ(second.str(), "O'Neil \xe9");
-    EXPECT_EQ(db_->userDefGetParams(4711, first, second), 0);
-    EXPECT_EQ(first.str(), "-5") << "a missing row leaves the texts";
-    db_->userDefSetFlags(def, 0x2 | 0x20 | 0x800);
-    db_->userDefSetParams(def, "1", "10");
-    EXPECT_EQ(db_->userDefAsString(def, 0).str(), "Range 1 to 10, Mandatory");
-    EXPECT_EQ(db_->userDefAsString(def, 1).str(), "Integer (Range 1 to 10, Mandatory)");
-    EXPECT_EQ(CNorvik::userDefTypeToString(0x70).str(), "Date");
-    EXPECT_TRUE(db_->userDefAsString(4711, 1).IsEmpty());
-}
-
 TEST_P(UserFields, RenameCarriesValuesOnlyWhenAskedAndWhenTheNameChanges) {
     const ULong group = Def("Finance", 0x1);
     const ULong def = Def("Owner", 0x12, group);
