@@ -123,5 +123,6 @@ int RunLicence(Context& context);   // cmd_licence.cpp
 int RunSerial(Context& context);    // cmd_serial.cpp
 int RunPicklist(Context& context);  // cmd_picklist.cpp
 int RunField(Context& context);     // cmd_field.cpp
+int RunOverview(Context& context);  // cmd_report.cpp
 
 }  // namespace cli

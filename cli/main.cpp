@@ -67,6 +67,8 @@ const char kUsage[] =
     "  licence type|set|report|check|alerts ...  licence types, each application's licence,\n"
     "                              the compliance report, over-use alerts\n"
     "  serial list|add|delete ...  where audits read applications' serial numbers\n"
+    "  report                      the site at a glance: categories, operating systems, top\n"
+    "                              applications and publishers, licences, assets not audited\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -100,6 +102,7 @@ const Verb kVerbs[] = {
     {"serial", cli::RunSerial},
     {"picklist", cli::RunPicklist},
     {"field", cli::RunField},
+    {"report", cli::RunOverview},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.
