@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/words.h"
 #include "report/site_report.h"
 
 namespace cli {
@@ -24,6 +25,17 @@ const char kHelp[] =
 
 std::string Count(ULong value) { return std::to_string(value); }
 
+// Names longer than this are cut in the tables (JSON keeps them whole): one long application
+// name would otherwise push every number of its table off the screen.
+constexpr std::size_t kShownName = 60;
+
+std::string Shown(const std::string& name) {
+    if (name.size() <= kShownName) return name;
+    std::size_t cut = kShownName - 3;
+    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;  // not inside a UTF-8 letter
+    return name.substr(0, cut) + "...";
+}
+
 // A section's heading, its table (or a line saying it is empty) and a blank line.
 void PrintSection(const std::string& heading, const TextTable& table, bool empty,
                   const std::vector<std::size_t>& numbers) {
@@ -38,7 +50,7 @@ void PrintSection(const std::string& heading, const TextTable& table, bool empty
 void PrintCounts(const std::string& heading, const char* what, const char* counted,
                  const std::vector<SiteReportCount>& rows) {
     TextTable table({what, counted});
-    for (const SiteReportCount& row : rows) table.AddRow({row.name, Count(row.count)});
+    for (const SiteReportCount& row : rows) table.AddRow({Shown(row.name), Count(row.count)});
     PrintSection(heading, table, rows.empty(), {1});
 }
 
@@ -49,7 +61,7 @@ void PrintText(const SiteReport& report) {
 
     TextTable applications({"Publisher", "Name", "Installations"});
     for (const SiteReportApplication& row : report.applications)
-        applications.AddRow({row.publisher, row.name, Count(row.installations)});
+        applications.AddRow({Shown(row.publisher), Shown(row.name), Count(row.installations)});
     PrintSection("Most installed applications (top " + std::to_string(kSiteReportTop) + ")", applications,
                  report.applications.empty(), {2});
     PrintCounts("Publishers with most installations (top " + std::to_string(kSiteReportTop) + ")", "Publisher",
@@ -57,14 +69,14 @@ void PrintText(const SiteReport& report) {
 
     TextTable licences({"Publisher", "Name", "Type", "Declared", "Installed", "Difference", "Over-used"});
     for (const LicenceReportRow& r : report.licences) {
-        licences.AddRow({r.publisher, r.name, r.type, std::to_string(r.declared), std::to_string(r.installed),
-                         std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""});
+        licences.AddRow({Shown(r.publisher), Shown(r.name), Shown(r.type), std::to_string(r.declared),
+                         std::to_string(r.installed), std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""});
     }
     PrintSection("Licence compliance", licences, report.licences.empty(), {3, 4, 5});
 
     TextTable stale({"Asset", "Last audit"});
     for (const SiteReportAsset& row : report.notAudited)
-        stale.AddRow({row.name, row.lastAudit.IsNever() ? "never" : IsoDateTime(row.lastAudit)});
+        stale.AddRow({Shown(row.name), row.lastAudit.IsNever() ? "never" : IsoDateTime(row.lastAudit)});
     PrintSection("Not audited for " + std::to_string(kSiteReportAuditDays) + " days", stale, report.notAudited.empty(),
                  {});
 }
@@ -109,7 +121,10 @@ void PrintJson(const SiteReport& report) {
 }  // namespace
 
 int RunOverview(Context& context) {
-    if (const int exit = HelpForVerbWithoutWords(context, kHelp); exit >= 0) return exit;
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
+    Words words;
+    if (const std::string problem = SplitWords(context.args, {{}, {}, 0, 0}, &words); !problem.empty())
+        return UsageError(problem + "; usage: norvik report [--json]");
     CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
