@@ -1,10 +1,10 @@
 // The site report over 1,000 assets (four categories, five operating systems, audit dates
 // spread over ninety days), 300 applications of 25 publishers with 100 instances per asset and
 // 20 licensed applications, on SQLite and on PostgreSQL ($NORVIK_TEST_PG_DSN). Target: under
-// 0.5 s on SQLite; the report reads each asset's row and category name through the interface,
-// about two statements an asset, which PostgreSQL's round trips make several times slower. The floor is what the asset
-// pass must read at least: the asset rows with their category names, the operating system values and the grouped
-// installation count, straight through the cursor.
+// 0.5 s on SQLite. The report reads each asset's row and category name through the interface,
+// about two statements an asset, which PostgreSQL's round trips make several times slower. The
+// floor is what the report must read at least: the asset rows with their category names, the
+// operating system values and the grouped installation count, straight through the cursor.
 #include <benchmark/benchmark.h>
 
 #include "bench_support.h"
