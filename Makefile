@@ -1,5 +1,6 @@
 # Norvik: the data-access library of the audit suite and the norvik tool.
-#   make demo    build, then create and describe an audit database from nothing
+#   make demo    build, inventory this machine with the Debian agent (installed when missing), import
+#                it with inventories of our own, twice, and print the site report
 #   make test    build (normal, sanitizer and Release), check formatting, run every test on both
 #                engines, then a short run of every fuzz target
 #   make package build the Release tree and make a .deb of it (build-release/norvik_*.deb)

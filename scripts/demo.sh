@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # The demonstration: an audit database made from nothing with the norvik tool, filled with a
-# small site (locations, assets, hardware, history), then described.
+# small site (locations, assets, hardware, history), then with an inventory of this machine made
+# by the Debian agent and a few inventories of our own, imported twice, and described by
+# `norvik report`. The agent is installed when missing (as root); without it the demo goes on
+# with our inventories alone.
 set -euo pipefail
 norvik=${1:-build/cli/norvik}
 dir=out/demo
@@ -48,14 +51,44 @@ echo "\$ norvik kb recognise $kb --files tests/data/kb/audit_files.txt"
 "$norvik" kb recognise "$kb" --files tests/data/kb/audit_files.txt
 echo
 
-# Agent inventories: imported, imported again (nothing changed), then a licence counted against them.
-inventories=(tests/data/inventories/workstation.xml tests/data/inventories/laptop.json
-             tests/data/inventories/placeholders.ocs)
+# This machine, inventoried by the agent. Only its stand-alone inventory tool is used: it
+# writes the inventory to standard output and talks to no server.
+agent_package=fusioninventory-agent
+if ! command -v fusioninventory-inventory >/dev/null; then
+    if [[ $EUID -eq 0 ]]; then
+        echo "\$ apt-get install -y $agent_package"
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$agent_package" >/dev/null ||
+            echo "demo: $agent_package cannot be installed: this machine is left out" >&2
+        # The package also brings a daemon meant to report to a server; the demo needs none.
+        if [[ -d /run/systemd/system ]]; then
+            systemctl disable --now fusioninventory-agent.service >/dev/null 2>&1 || true
+        fi
+    else
+        echo "demo: $agent_package is not installed and this is not root: this machine is left out" >&2
+    fi
+fi
+inventories=()
+if command -v fusioninventory-inventory >/dev/null; then
+    machine="$dir/this-machine.xml"
+    [[ $EUID -eq 0 ]] || echo "demo: not root: the agent sees less of the hardware" >&2
+    echo "\$ fusioninventory-inventory > $machine"
+    if fusioninventory-inventory >"$machine" 2>"$dir/agent.log"; then
+        inventories+=("$machine")
+    else
+        echo "demo: the agent failed (see $dir/agent.log): this machine is left out" >&2
+    fi
+    echo
+fi
+
+# Imported with inventories of our own, then again: nothing has changed the second time. Then a
+# licence is counted against them, and the site is described.
+inventories+=(tests/data/inventories/workstation.xml tests/data/inventories/laptop.json
+              tests/data/inventories/placeholders.ocs)
 run import "${inventories[@]}"
 run import "${inventories[@]}"
 run app list --asset WS-ALPHA
 run licence type add "Per Seat" --per-pc
 run licence set bash --type "Per Seat" --count 0
 run licence check
-run licence report
+run report
 echo "The audit database is $db and the Knowledge Base $kb; try: $norvik --help"
