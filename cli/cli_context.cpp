@@ -201,4 +201,13 @@ int MessageWatch::Show(const char* text, unsigned int style, CallbackValue conte
     return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(&self->m_options));
 }
 
+int WithDatabase(Context& context, Access access,
+                 const std::function<int(CNorvikSql& db, const MessageWatch& watch)>& body) {
+    CNorvikSql* db = access == Access::kRead ? context.OpenDatabaseToRead() : context.OpenDatabase();
+    if (!db) return kExitFailed;
+    const MessageWatch watch(*db, context.options);
+    const int result = body(*db, watch);
+    return result == kExitOk && watch.Shown() ? kExitFailed : result;
+}
+
 }  // namespace cli

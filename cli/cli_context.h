@@ -2,6 +2,7 @@
 // and the way to reach the Audit Database.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -97,6 +98,15 @@ private:
     const GlobalOptions& m_options;
     bool m_shown = false;
 };
+
+// How a sub-command uses the database.
+enum class Access { kRead, kWrite };
+
+// Opens the database (read-only for kRead) and runs `body` on it with a MessageWatch in place;
+// 1 when it cannot be opened. A body that returns 0 after the library showed a message fails
+// (1): the library reports its failures that way only.
+int WithDatabase(Context& context, Access access,
+                 const std::function<int(CNorvikSql& db, const MessageWatch& watch)>& body);
 
 // The verbs.
 int RunInit(Context& context);

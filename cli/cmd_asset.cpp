@@ -287,6 +287,25 @@ int Count(CNorvikSql& db, const Words& args, bool json) {
     return kExitOk;
 }
 
+// Runs the sub-command `sub` on an open database.
+int Apply(CNorvikSql& db, const std::string& sub, const Words& args, bool json) {
+    if (const char* user = std::getenv("USER"); user && *user) db.SetLogonUser(user);
+    try {
+        if (sub == "list") return List(db, args, json);
+        if (sub == "add") return Add(db, args);
+        if (sub == "count") return Count(db, args, json);
+        const Resolved asset = ResolveAsset(db, args.positional[0]);
+        if (!asset.ok()) return Fail(asset);
+        if (sub == "show") return Show(db, asset.id, json);
+        if (sub == "set") return SetAssetField(db, asset.id, args.positional[1], args.positional[2]);
+        if (sub == "rename") return Rename(db, asset.id, args);
+        if (sub == "move") return Move(db, asset.id, args);
+        return Delete(db, asset.id);
+    } catch (const CDBException& e) {
+        return Fail("cannot read the assets: " + e.m_strError.str());
+    }
+}
+
 }  // namespace
 
 int RunAsset(Context& context) {
@@ -308,34 +327,9 @@ int RunAsset(Context& context) {
         return Usage("asset move needs either --location or --parent");
 
     const bool reads = sub == "list" || sub == "show" || sub == "count";
-    CNorvikSql* db = reads ? context.OpenDatabaseToRead() : context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    if (const char* user = std::getenv("USER"); user && *user) db->SetLogonUser(user);
-
-    const bool json = context.options.json;
-    int result = kExitOk;
-    try {
-        if (sub == "list") {
-            result = List(*db, args, json);
-        } else if (sub == "add") {
-            result = Add(*db, args);
-        } else if (sub == "count") {
-            result = Count(*db, args, json);
-        } else {
-            const Resolved asset = ResolveAsset(*db, args.positional[0]);
-            if (!asset.ok()) return Fail(asset);
-            if (sub == "show") result = Show(*db, asset.id, json);
-            if (sub == "set") result = SetAssetField(*db, asset.id, args.positional[1], args.positional[2]);
-            if (sub == "rename") result = Rename(*db, asset.id, args);
-            if (sub == "move") result = Move(*db, asset.id, args);
-            if (sub == "delete") result = Delete(*db, asset.id);
-        }
-    } catch (const CDBException& e) {
-        return Fail("cannot read the assets: " + e.m_strError.str());
-    }
-    // A failure the library reported makes the run fail even where its result looked fine.
-    return result == kExitOk && watch.Shown() ? kExitFailed : result;
+    return WithDatabase(context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch&) {
+        return Apply(db, sub, args, context.options.json);
+    });
 }
 
 }  // namespace cli

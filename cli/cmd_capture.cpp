@@ -107,24 +107,24 @@ int RunCapture(Context& context) {
     } else {
         return Usage("unknown sub-command " + sub);
     }
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    const Resolved asset = ResolveAsset(*db, words.positional[0]);
-    if (!asset.ok()) return Fail(asset);
-    int code = kExitOk;
-    if (sub == "list") {
-        code = List(context, *db, asset.id);
-    } else if (sub == "show") {
-        code = Show(*db, asset.id, words.positional[1]);
-    } else if (sub == "add") {
-        code = Add(context, *db, asset.id, words.positional[1], words.Value("--from"));
-    } else {
-        const std::size_t count = Captures(*db, asset.id).size();
-        db->DeleteCapFiles(asset.id);
-        if (!watch.Shown()) std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
-    }
-    return watch.Shown() ? kExitFailed : code;
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        const Resolved asset = ResolveAsset(db, words.positional[0]);
+        if (!asset.ok()) return Fail(asset);
+        int code = kExitOk;
+        if (sub == "list") {
+            code = List(context, db, asset.id);
+        } else if (sub == "show") {
+            code = Show(db, asset.id, words.positional[1]);
+        } else if (sub == "add") {
+            code = Add(context, db, asset.id, words.positional[1], words.Value("--from"));
+        } else {
+            const std::size_t count = Captures(db, asset.id).size();
+            db.DeleteCapFiles(asset.id);
+            if (!watch.Shown())
+                std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
+        }
+        return code;
+    });
 }
 
 }  // namespace cli

@@ -78,27 +78,23 @@ const char* OwnerName(int owner) {
 int List(CNorvikSql& db, bool json) {
     CSortList fields;
     db.userDefEnum(0, fields, CNorvik::kUserDataOwnerMask, 1);
-    TextTable table({"Id", "Name", "Group", "Owner", "Type", "Description"});
-    if (json) std::cout << "[";
-    for (ULong i = 0; i < fields.GetCount(); ++i) {
+    Listing listing(json, {"Id", "Name", "Group", "Owner", "Type", "Description"});
+    for (const CSortItem& field : fields) {
         CAssetFieldDef def;
-        def.Load(db, fields[i].id);
+        def.Load(db, field.id);
         const std::string group = def.GetParent() ? db.userDefGetKey(def.GetParent()).str() : "";
-        if (json) {
-            std::cout << (i ? ", " : "") << "{\"id\": " << def.GetId()
-                      << ", \"name\": " << JsonText(def.GetName().str()) << ", \"group\": " << JsonText(group)
-                      << ", \"owner\": " << JsonText(OwnerName(def.GetOwner()))
-                      << ", \"type\": " << JsonText(def.GetTypeStr().str())
-                      << ", \"description\": " << JsonText(def.GetDescription().str()) << "}";
-        } else {
-            table.AddRow({std::to_string(def.GetId()), def.GetName().str(), group.empty() ? "-" : group,
-                          OwnerName(def.GetOwner()), def.GetTypeStr().str(), def.GetDescription().str()});
-        }
+        const std::string name = def.GetName().str(), owner = OwnerName(def.GetOwner());
+        const std::string type = def.GetTypeStr().str(), description = def.GetDescription().str();
+        listing.Add({std::to_string(def.GetId()), name, group.empty() ? "-" : group, owner, type, description},
+                    JsonObject()
+                        .Number("id", def.GetId())
+                        .Text("name", name)
+                        .Text("group", group)
+                        .Text("owner", owner)
+                        .Text("type", type)
+                        .Text("description", description));
     }
-    if (json)
-        std::cout << "]\n";
-    else
-        table.Print(std::cout, {0});
+    listing.Print(std::cout, {0});
     return kExitOk;
 }
 
@@ -190,19 +186,10 @@ int Values(CNorvikSql& db, const std::string& name, bool json) {
     db.userDataEnumGlobal(group, name.c_str(), values, 0);
     std::map<std::string, int> counts;
     for (const CSortItem& item : values) ++counts[item.text.str()];
-    if (json) {
-        std::cout << "[";
-        bool first = true;
-        for (const auto& [value, count] : counts) {
-            std::cout << (first ? "" : ", ") << "{\"value\": " << JsonText(value) << ", \"assets\": " << count << "}";
-            first = false;
-        }
-        std::cout << "]\n";
-        return kExitOk;
-    }
-    TextTable table({"Value", "Assets"});
-    for (const auto& [value, count] : counts) table.AddRow({value, std::to_string(count)});
-    table.Print(std::cout, {1});
+    Listing listing(json, {"Value", "Assets"});
+    for (const auto& [value, count] : counts)
+        listing.Add({value, std::to_string(count)}, JsonObject().Text("value", value).Number("assets", count));
+    listing.Print(std::cout, {1});
     return kExitOk;
 }
 
@@ -231,28 +218,21 @@ int RunField(Context& context) {
             return UsageError("field add: " + problem);
     }
 
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    int result = kExitOk;
-    if (sub == "list") {
-        result = List(*db, context.options.json);
-    } else if (sub == "add") {
-        result = Add(*db, words, type);
-    } else if (sub == "values") {
-        result = Values(*db, p[0], context.options.json);
-    } else {
-        const ULong def = db->userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return List(db, context.options.json);
+        if (sub == "add") return Add(db, words, type);
+        if (sub == "values") return Values(db, p[0], context.options.json);
+        const ULong def = db.userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
         if (def == 0) return watch.Shown() ? kExitFailed : Fail("no field is named '" + p[0] + "'");
         if (sub == "rename") {
-            if (const ULong other = db->userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask); other && other != def)
+            if (const ULong other = db.userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask); other && other != def)
                 return Fail("a field named '" + p[1] + "' already exists (id " + std::to_string(other) + ")");
-            if (!db->userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
-        } else if (!db->userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
+            if (!db.userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
+        } else if (!db.userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
             return kExitFailed;
         }
-    }
-    return result == kExitOk && watch.Shown() ? kExitFailed : result;
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

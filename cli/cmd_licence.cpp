@@ -46,133 +46,85 @@ const char kLicenceHelp[] =
 
 // A licence type named by its _ID or by its exact name (refused when several types share it).
 Resolved ResolveLicenceType(CNorvikSql& db, const std::string& word) {
-    try {
-        if (const ULong id = IdFromDigits(word); id != 0 && RowExists(db, "LICTYPE", id))
-            return Resolved{id, kExitOk, std::string()};
-        CDynaList<ULong> named;
-        db.EnumIds("LICTYPE", "_NAME = " + CNorvikSql::SqlQuote(word.c_str()), named);
-        if (named.GetCount() == 1) return Resolved{named[0], kExitOk, std::string()};
-        if (named.GetCount() > 1) {
-            return Resolved{
-                0, kExitFailed,
-                std::to_string(named.GetCount()) + " licence types are named '" + word + "'; name one by its id"};
-        }
-        return Resolved{0, kExitFailed, "no licence type '" + word + "'"};
-    } catch (const CDBException& e) {
-        return Resolved{0, kExitFailed, "cannot read the licence types: " + e.m_strError.str()};
-    }
+    return ResolveNamedRow(db, "LICTYPE", "_NAME", "licence type", word);
 }
 
-// Refuses an empty type name and one that another type has already: names identify types.
+// Names identify types: a new name must be one no other type has.
 bool CheckTypeName(CNorvikSql& db, const std::string& name, ULong except) {
-    if (name.empty()) {
-        PrintError("a licence type name may not be empty");
-        return false;
-    }
-    try {
-        CDynaList<ULong> same;
-        db.EnumIds("LICTYPE", "_NAME = " + CNorvikSql::SqlQuote(name.c_str()), same);
-        for (ULong id : same) {
-            if (id == except) continue;
-            PrintError("a licence type named '" + name + "' already exists (id " + std::to_string(id) + ")");
-            return false;
-        }
-        return true;
-    } catch (const CDBException& e) {
-        PrintError("cannot read the licence types: " + e.m_strError.str());
-        return false;
-    }
+    return CheckNewName(db, "LICTYPE", "_NAME", "licence type", name, except);
 }
 
 int TypeList(CNorvikSql& db, bool json) {
     CSortList types;
     db.EnumLicenceTypes(types);
-    if (json) {
-        std::cout << "[";
-        for (ULong i = 0; i < types.GetCount(); ++i) {
-            std::cout << (i ? ", " : "") << "{\"id\": " << types[i].id
-                      << ", \"name\": " << JsonText(types[i].text.str()) << ", \"flags\": " << types[i].extra
-                      << ", \"flagNames\": "
-                      << JsonText(CNorvik::FormatLicenseFlags(static_cast<int>(types[i].extra)).str()) << "}";
-        }
-        std::cout << "]\n";
-        return kExitOk;
-    }
-    TextTable table({"Id", "Name", "Flags"});
+    Listing listing(json, {"Id", "Name", "Flags"});
     for (const CSortItem& type : types) {
-        table.AddRow({std::to_string(type.id), type.text.str(),
-                      CNorvik::FormatLicenseFlags(static_cast<int>(type.extra)).str()});
+        const std::string flags = CNorvik::FormatLicenseFlags(static_cast<int>(type.extra)).str();
+        listing.Add({std::to_string(type.id), type.text.str(), flags}, JsonObject()
+                                                                           .Number("id", type.id)
+                                                                           .Text("name", type.text.str())
+                                                                           .Number("flags", type.extra)
+                                                                           .Text("flagNames", flags));
     }
-    table.Print(std::cout, {0});
+    listing.Print(std::cout, {0});
     return kExitOk;
 }
 
+const std::vector<SubCommandSpec> kTypeCommands = {
+    {"list", {{}, {}, 0, 0}, "licence type list [--json]"},
+    {"add", {{"--per-pc", "--hidden"}, {}, 1, 1}, "licence type add NAME [--per-pc] [--hidden]"},
+    {"rename", {{}, {}, 2, 2}, "licence type rename TYPE NAME"},
+    {"delete", {{}, {}, 1, 1}, "licence type delete TYPE"},
+};
+
 int RunType(Context& context) {
     const auto& args = context.args;
-    const std::string sub = args.size() > 1 ? args[1] : "";
     const std::vector<std::string> rest(args.begin() + (args.empty() ? 0 : 1), args.end());
     Words words;
-    if (sub == "list") {
-        if (!SplitSubCommandWords(rest, {{}, {}, 0, 0}, "licence type list [--json]", &words)) return kExitUsage;
-    } else if (sub == "add") {
-        if (!SplitSubCommandWords(rest, {{"--per-pc", "--hidden"}, {}, 1, 1},
-                                  "licence type add NAME [--per-pc] [--hidden]", &words))
-            return kExitUsage;
-    } else if (sub == "rename") {
-        if (!SplitSubCommandWords(rest, {{}, {}, 2, 2}, "licence type rename TYPE NAME", &words)) return kExitUsage;
-    } else if (sub == "delete") {
-        if (!SplitSubCommandWords(rest, {{}, {}, 1, 1}, "licence type delete TYPE", &words)) return kExitUsage;
-    } else {
-        return UsageError(
-            (sub.empty() ? std::string("licence type needs a command") : "unknown licence type command " + sub) +
-            " (see norvik licence --help)");
-    }
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
+    const SubCommandSpec* command = PickSubCommand("licence type", rest, kTypeCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
-
-    if (sub == "list") {
-        const int result = TypeList(*db, context.options.json);
-        return watch.Shown() ? kExitFailed : result;
-    }
-    if (sub == "add") {
-        if (!CheckTypeName(*db, p[0], 0)) return kExitFailed;
-        const ULong id = db->AddLicenceType(p[0].c_str());
-        if (id == 0) return kExitFailed;
-        if (words.Has("--per-pc")) db->SetLicenceTypeFlag(id, CNorvik::kLicencePerPc, 1);
-        if (words.Has("--hidden")) db->SetLicenceTypeFlag(id, CNorvik::kLicenceHidden, 1);
-        if (watch.Shown()) return kExitFailed;
-        std::cout << id << '\n';
-        return kExitOk;
-    }
-    const Resolved type = ResolveLicenceType(*db, p[0]);
-    if (!type.ok()) return Fail(type);
-    if (type.id == CNorvik::kLicenceNotSpecified)
-        return Fail("licence type 1 (\"Not Specified\") is built in and cannot be changed");
-    if (sub == "rename") {
-        if (!CheckTypeName(*db, p[1], type.id)) return kExitFailed;
-        ULong flags = 0;
-        CString old;
-        db->GetLicenceDetails(type.id, old, &flags);
-        db->SetLicenceTypeName(type.id, p[1].c_str());
-        if (watch.Shown()) return kExitFailed;
-        if (flags != 0) {
-            std::cout << "flags cleared (were " << CNorvik::FormatLicenseFlags(static_cast<int>(flags)).c_str()
-                      << ")\n";
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return TypeList(db, context.options.json);
+        if (sub == "add") {
+            if (!CheckTypeName(db, p[0], 0)) return kExitFailed;
+            const ULong id = db.AddLicenceType(p[0].c_str());
+            if (id == 0) return kExitFailed;
+            if (words.Has("--per-pc")) db.SetLicenceTypeFlag(id, CNorvik::kLicencePerPc, 1);
+            if (words.Has("--hidden")) db.SetLicenceTypeFlag(id, CNorvik::kLicenceHidden, 1);
+            if (watch.Shown()) return kExitFailed;
+            std::cout << id << '\n';
+            return kExitOk;
         }
-        return kExitOk;
-    }
-    if (db->DeleteLicenceType(type.id)) return kExitOk;
-    if (watch.Shown()) return kExitFailed;
-    CDynaList<ULong> users;
-    try {
-        db->EnumIds("APPS", CString::Formatted("_LICTYPE=%d", static_cast<int>(type.id)), users);
-    } catch (const CDBException& e) {
-        return Fail("cannot read the applications: " + e.m_strError.str());
-    }
-    return Fail("licence type '" + db->GetLicenceName(type.id).str() + "' is used by " +
-                std::to_string(users.GetCount()) + " application(s); not deleted");
+        const Resolved type = ResolveLicenceType(db, p[0]);
+        if (!type.ok()) return Fail(type);
+        if (type.id == CNorvik::kLicenceNotSpecified)
+            return Fail("licence type 1 (\"Not Specified\") is built in and cannot be changed");
+        if (sub == "rename") {
+            if (!CheckTypeName(db, p[1], type.id)) return kExitFailed;
+            ULong flags = 0;
+            CString old;
+            db.GetLicenceDetails(type.id, old, &flags);
+            db.SetLicenceTypeName(type.id, p[1].c_str());
+            if (watch.Shown()) return kExitFailed;
+            if (flags != 0) {
+                std::cout << "flags cleared (were " << CNorvik::FormatLicenseFlags(static_cast<int>(flags)).c_str()
+                          << ")\n";
+            }
+            return kExitOk;
+        }
+        if (db.DeleteLicenceType(type.id)) return kExitOk;
+        if (watch.Shown()) return kExitFailed;
+        CDynaList<ULong> users;
+        try {
+            db.EnumIds("APPS", CString::Formatted("_LICTYPE=%d", static_cast<int>(type.id)), users);
+        } catch (const CDBException& e) {
+            return Fail("cannot read the applications: " + e.m_strError.str());
+        }
+        return Fail("licence type '" + db.GetLicenceName(type.id).str() + "' is used by " +
+                    std::to_string(users.GetCount()) + " application(s); not deleted");
+    });
 }
 
 struct AlertRow {
@@ -196,23 +148,21 @@ int AlertList(CNorvikSql& db, bool json) {
         row.name = db.applicationGetName(static_cast<ULong>(row.app), 0, 1).str();
         rows.push_back(row);
     }
-    if (json) {
-        std::cout << "[";
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const AlertRow& r = rows[i];
-            std::cout << (i ? ", " : "") << "{\"id\": " << r.id << ", \"type\": " << r.type << ", \"app\": " << r.app
-                      << ", \"application\": " << JsonText(r.name) << ", \"date\": " << JsonText(IsoDateTime(r.date))
-                      << ", \"declared\": " << r.declared << ", \"installed\": " << r.instances << "}";
-        }
-        std::cout << "]\n";
-        return kExitOk;
-    }
-    TextTable table({"Id", "Type", "App", "Application", "Date", "Declared", "Installed"});
+    Listing listing(json, {"Id", "Type", "App", "Application", "Date", "Declared", "Installed"});
     for (const AlertRow& r : rows) {
-        table.AddRow({std::to_string(r.id), std::to_string(r.type), std::to_string(r.app), r.name, IsoDateTime(r.date),
-                      std::to_string(r.declared), std::to_string(r.instances)});
+        const std::string date = IsoDateTime(r.date);
+        listing.Add({std::to_string(r.id), std::to_string(r.type), std::to_string(r.app), r.name, date,
+                     std::to_string(r.declared), std::to_string(r.instances)},
+                    JsonObject()
+                        .Number("id", r.id)
+                        .Number("type", r.type)
+                        .Number("app", r.app)
+                        .Text("application", r.name)
+                        .Text("date", date)
+                        .Number("declared", r.declared)
+                        .Number("installed", r.instances));
     }
-    table.Print(std::cout, {0, 1, 2, 5, 6});
+    listing.Print(std::cout, {0, 1, 2, 5, 6});
     return kExitOk;
 }
 
@@ -226,17 +176,13 @@ int RunAlerts(Context& context) {
         return UsageError(std::string("wrong arguments; usage: norvik ") + usage);
     const ULong id = remove ? IdFromDigits(p[1]) : 0;
     if (remove && id == 0) return UsageError("not an alert id: " + p[1]);
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    if (!remove) {
-        const int result = AlertList(*db, context.options.json);
-        return watch.Shown() ? kExitFailed : result;
-    }
-    if (!db->licensealertGetDetails(id, nullptr, nullptr, nullptr, nullptr, nullptr))
-        return watch.Shown() ? kExitFailed : Fail("no licence alert " + p[1]);
-    db->licensealertDelete(id);
-    return watch.Shown() ? kExitFailed : kExitOk;
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (!remove) return AlertList(db, context.options.json);
+        if (!db.licensealertGetDetails(id, nullptr, nullptr, nullptr, nullptr, nullptr))
+            return watch.Shown() ? kExitFailed : Fail("no licence alert " + p[1]);
+        db.licensealertDelete(id);
+        return kExitOk;
+    });
 }
 
 // A declared number of licences: decimal digits up to the largest count a row holds. Negative
@@ -258,23 +204,22 @@ int RunSet(Context& context) {
     int count = -1;
     if (words.Has("--count") && !ParseCount(words.Value("--count"), &count))
         return UsageError("not a number of licences (0 to 2147483647): " + words.Value("--count"));
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    const Resolved app = ResolveApp(*db, words.positional[0]);
-    if (!app.ok()) return Fail(app);
-    int type = -1;
-    if (words.Has("--type")) {
-        const Resolved resolved = ResolveLicenceType(*db, words.Value("--type"));
-        if (!resolved.ok()) return Fail(resolved);
-        type = static_cast<int>(resolved.id);
-    }
-    if (watch.Shown()) return kExitFailed;
-    db->SetAppLicence(app.id, type, count);
-    const CString description = db->GetAppLicenceDesc(app.id);
-    if (watch.Shown()) return kExitFailed;
-    std::cout << db->applicationGetName(app.id, 0, 1).c_str() << ": " << description.c_str() << '\n';
-    return kExitOk;
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        const Resolved app = ResolveApp(db, words.positional[0]);
+        if (!app.ok()) return Fail(app);
+        int type = -1;
+        if (words.Has("--type")) {
+            const Resolved resolved = ResolveLicenceType(db, words.Value("--type"));
+            if (!resolved.ok()) return Fail(resolved);
+            type = static_cast<int>(resolved.id);
+        }
+        if (watch.Shown()) return kExitFailed;
+        db.SetAppLicence(app.id, type, count);
+        const CString description = db.GetAppLicenceDesc(app.id);
+        if (watch.Shown()) return kExitFailed;
+        std::cout << db.applicationGetName(app.id, 0, 1).c_str() << ": " << description.c_str() << '\n';
+        return kExitOk;
+    });
 }
 
 int RunReport(Context& context) {
@@ -282,56 +227,51 @@ int RunReport(Context& context) {
     if (!SplitSubCommandWords(context.args, {{}, {"--location"}, 0, 0}, "licence report [--location LOCATION] [--json]",
                               &words))
         return kExitUsage;
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    ULong scope = 0;
-    if (words.Has("--location")) {
-        const Resolved location = ResolveLocation(*db, words.Value("--location"), true);
-        if (!location.ok()) return Fail(location);
-        scope = location.id;
-    }
-    const std::vector<LicenceReportRow> rows = BuildLicenceReport(*db, scope);
-    if (watch.Shown()) return kExitFailed;
-    if (context.options.json) {
-        std::cout << "[";
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const LicenceReportRow& r = rows[i];
-            std::cout << (i ? ", " : "") << "{\"app\": " << r.app << ", \"publisher\": " << JsonText(r.publisher)
-                      << ", \"name\": " << JsonText(r.name) << ", \"type\": " << JsonText(r.type)
-                      << ", \"declared\": " << r.declared << ", \"installed\": " << r.installed
-                      << ", \"difference\": " << r.difference << ", \"overUsed\": " << (r.overUsed ? "true" : "false")
-                      << "}";
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        ULong scope = 0;
+        if (words.Has("--location")) {
+            const Resolved location = ResolveLocation(db, words.Value("--location"), true);
+            if (!location.ok()) return Fail(location);
+            scope = location.id;
         }
-        std::cout << "]\n";
+        const std::vector<LicenceReportRow> rows = BuildLicenceReport(db, scope);
+        if (watch.Shown()) return kExitFailed;
+        Listing listing(context.options.json,
+                        {"Publisher", "Name", "Type", "Declared", "Installed", "Difference", "Over-used"});
+        for (const LicenceReportRow& r : rows) {
+            listing.Add({r.publisher, r.name, r.type, std::to_string(r.declared), std::to_string(r.installed),
+                         std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""},
+                        JsonObject()
+                            .Number("app", r.app)
+                            .Text("publisher", r.publisher)
+                            .Text("name", r.name)
+                            .Text("type", r.type)
+                            .Number("declared", r.declared)
+                            .Number("installed", r.installed)
+                            .Number("difference", r.difference)
+                            .Flag("overUsed", r.overUsed));
+        }
+        listing.Print(std::cout, {3, 4, 5});
         return kExitOk;
-    }
-    TextTable table({"Publisher", "Name", "Type", "Declared", "Installed", "Difference", "Over-used"});
-    for (const LicenceReportRow& r : rows) {
-        table.AddRow({r.publisher, r.name, r.type, std::to_string(r.declared), std::to_string(r.installed),
-                      std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""});
-    }
-    table.Print(std::cout, {3, 4, 5});
-    return kExitOk;
+    });
 }
 
 int RunCheck(Context& context) {
     Words words;
     if (!SplitSubCommandWords(context.args, {{}, {}, 0, 0}, "licence check", &words)) return kExitUsage;
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    CDynaList<ULong> added;
-    const ULong overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &added);
-    if (watch.Shown()) return kExitFailed;
-    for (const ULong alert : added) {
-        int app = 0, declared = 0, instances = 0;
-        db->licensealertGetDetails(alert, nullptr, &app, nullptr, &declared, &instances);
-        std::cout << "alert " << alert << ": " << db->applicationGetName(static_cast<ULong>(app), 0, 1).c_str()
-                  << " is installed on " << instances << " assets; " << declared << " licences declared\n";
-    }
-    std::cout << overUsed << " over-used application(s), " << added.GetCount() << " new alert(s)\n";
-    return watch.Shown() ? kExitFailed : kExitOk;
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        CDynaList<ULong> added;
+        const ULong overUsed = db.licensealertCheckOverUse(CTime::GetCurrentTime(), &added);
+        if (watch.Shown()) return kExitFailed;
+        for (const ULong alert : added) {
+            int app = 0, declared = 0, instances = 0;
+            db.licensealertGetDetails(alert, nullptr, &app, nullptr, &declared, &instances);
+            std::cout << "alert " << alert << ": " << db.applicationGetName(static_cast<ULong>(app), 0, 1).c_str()
+                      << " is installed on " << instances << " assets; " << declared << " licences declared\n";
+        }
+        std::cout << overUsed << " over-used application(s), " << added.GetCount() << " new alert(s)\n";
+        return kExitOk;
+    });
 }
 
 }  // namespace

@@ -196,37 +196,29 @@ int LocationRanges(CNorvikSql& db, ULong id, const Words& words, bool json) {
     return db.locSetIpAddressRanges(id, fromValue, toValue) ? kExitOk : kExitFailed;
 }
 
+const std::vector<SubCommandSpec> kSubCommands = {
+    {"list", {{"--tree"}, {}, 0, 0}, "location list [--tree] [--json]"},
+    {"add", {{}, {}, 1, 1}, "location add PATH"},
+    {"find", {{}, {}, 1, 1}, "location find PATH"},
+    {"find-ip", {{}, {}, 1, 1}, "location find-ip ADDRESS"},
+    {"rename", {{}, {}, 2, 2}, "location rename LOCATION NAME"},
+    {"delete", {{}, {}, 1, 1}, "location delete LOCATION"},
+    {"ranges", {{}, {}, 1, 3}, "location ranges LOCATION [FROM TO] [--json]"},
+    {"export", {{}, {}, 1, 1}, "location export FILE"},
+};
+
 }  // namespace
 
 int RunLocation(Context& context) {
     const auto& args = context.args;
     if (context.PrintHelpIfAsked(kLocationHelp)) return kExitOk;
-    const std::string sub = args.empty() ? "" : args[0];
-    struct Form {
-        const char* name;
-        WordRules rules;
-        const char* usage;
-    };
-    const Form forms[] = {
-        {"list", {{"--tree"}, {}, 0, 0}, "location list [--tree] [--json]"},
-        {"add", {{}, {}, 1, 1}, "location add PATH"},
-        {"find", {{}, {}, 1, 1}, "location find PATH"},
-        {"find-ip", {{}, {}, 1, 1}, "location find-ip ADDRESS"},
-        {"rename", {{}, {}, 2, 2}, "location rename LOCATION NAME"},
-        {"delete", {{}, {}, 1, 1}, "location delete LOCATION"},
-        {"ranges", {{}, {}, 1, 3}, "location ranges LOCATION [FROM TO] [--json]"},
-        {"export", {{}, {}, 1, 1}, "location export FILE"},
-    };
-    const auto form = std::find_if(std::begin(forms), std::end(forms), [&](const Form& f) { return sub == f.name; });
-    if (form == std::end(forms)) {
-        return UsageError((sub.empty() ? std::string("location needs a command") : "unknown location command " + sub) +
-                          " (see norvik location --help)");
-    }
     Words words;
-    if (!SplitSubCommandWords(args, form->rules, form->usage, &words)) return kExitUsage;
+    const SubCommandSpec* command = PickSubCommand("location", args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
     if (sub == "ranges" && p.size() == 2)
-        return UsageError(std::string("ranges takes FROM and TO together; usage: norvik ") + form->usage);
+        return UsageError(std::string("ranges takes FROM and TO together; usage: norvik ") + command->usage);
 
     // What can be checked without the database is checked first.
     CIPAddress address;
@@ -240,63 +232,65 @@ int RunLocation(Context& context) {
 
     const bool reads =
         sub == "list" || sub == "find" || sub == "find-ip" || sub == "export" || (sub == "ranges" && p.size() == 1);
-    CNorvikSql* db = reads ? context.OpenDatabaseToRead() : context.OpenDatabase();
-    if (!db) return kExitFailed;
-    if (sub == "list") return LocationList(*db, words.Has("--tree"), context.options.json);
-    if (sub == "add") {
-        const ULong id = db->locAddFull(p[0].c_str());
-        if (id == 0) return kExitFailed;
-        PrintLocation(*db, id);
-        return kExitOk;
-    }
-    if (sub == "find-ip") {
-        const ULong id = db->locFindByIP(address);
-        if (id == 0) {
-            PrintError("no location has a range holding " + p[0]);
-            return kExitFailed;
+    return WithDatabase(context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch&) {
+        if (sub == "list") return LocationList(db, words.Has("--tree"), context.options.json);
+        if (sub == "add") {
+            const ULong id = db.locAddFull(p[0].c_str());
+            if (id == 0) return kExitFailed;
+            PrintLocation(db, id);
+            return kExitOk;
         }
-        PrintLocation(*db, id);
-        return kExitOk;
-    }
-    if (sub == "export") {
-        if (!db->locExport(p[0].c_str())) {
-            PrintError("cannot write the export to " + p[0]);
-            return kExitFailed;
-        }
-        return kExitOk;
-    }
-
-    const Resolved location = ResolveLocation(*db, p[0]);
-    if (!location.ok()) return Fail(location);
-    if (sub == "find") {
-        PrintLocation(*db, location.id);
-        return kExitOk;
-    }
-    if (sub == "ranges") return LocationRanges(*db, location.id, words, context.options.json);
-    const ULong parent = db->locGetParent(location.id);
-    if (sub == "rename") {
-        try {
-            const ULong sibling = FindChildLocation(*db, parent, p[1]);
-            if (sibling != 0 && sibling != location.id) {
-                PrintError("a location named '" + p[1] + "' already exists there (id " + std::to_string(sibling) + ")");
+        if (sub == "find-ip") {
+            const ULong id = db.locFindByIP(address);
+            if (id == 0) {
+                PrintError("no location has a range holding " + p[0]);
                 return kExitFailed;
             }
-        } catch (const CDBException& e) {
-            PrintError("cannot read the locations: " + e.m_strError.str());
-            return kExitFailed;
+            PrintLocation(db, id);
+            return kExitOk;
         }
-        return db->locSetName(location.id, p[1].c_str()) ? kExitOk : kExitFailed;
-    }
-    // delete
-    const CString path = db->locGetFullName(location.id, '\\');
-    CDynaList<ULong> below;
-    if (!db->locEnum(location.id, below, 1)) return kExitFailed;
-    if (!db->locDelete(location.id)) return kExitFailed;
-    std::cout << "deleted '" << path.c_str() << "' and " << below.GetCount()
-              << " location(s) below it; their assets now belong to "
-              << (parent == 0 ? std::string("the top of the tree") : "'" + db->locGetFullName(parent, '\\').str() + "'")
-              << '\n';
-    return kExitOk;
+        if (sub == "export") {
+            if (!db.locExport(p[0].c_str())) {
+                PrintError("cannot write the export to " + p[0]);
+                return kExitFailed;
+            }
+            return kExitOk;
+        }
+
+        const Resolved location = ResolveLocation(db, p[0]);
+        if (!location.ok()) return Fail(location);
+        if (sub == "find") {
+            PrintLocation(db, location.id);
+            return kExitOk;
+        }
+        if (sub == "ranges") return LocationRanges(db, location.id, words, context.options.json);
+        const ULong parent = db.locGetParent(location.id);
+        if (sub == "rename") {
+            try {
+                const ULong sibling = FindChildLocation(db, parent, p[1]);
+                if (sibling != 0 && sibling != location.id) {
+                    PrintError("a location named '" + p[1] + "' already exists there (id " + std::to_string(sibling) +
+                               ")");
+                    return kExitFailed;
+                }
+            } catch (const CDBException& e) {
+                PrintError("cannot read the locations: " + e.m_strError.str());
+                return kExitFailed;
+            }
+            return db.locSetName(location.id, p[1].c_str()) ? kExitOk : kExitFailed;
+        }
+        // delete
+        const CString path = db.locGetFullName(location.id, '\\');
+        CDynaList<ULong> below;
+        if (!db.locEnum(location.id, below, 1)) return kExitFailed;
+        if (!db.locDelete(location.id)) return kExitFailed;
+        std::cout << "deleted '" << path.c_str() << "' and " << below.GetCount()
+                  << " location(s) below it; their assets now belong to "
+                  << (parent == 0 ? std::string("the top of the tree")
+                                  : "'" + db.locGetFullName(parent, '\\').str() + "'")
+                  << '\n';
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

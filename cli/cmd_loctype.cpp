@@ -47,102 +47,77 @@ int LocTypeList(CNorvikSql& db, bool json) {
             up = parents[up];
     }
     std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.level < b.level; });
-    if (json) {
-        std::cout << "[";
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            std::cout << (i ? ", " : "") << "{\"id\": " << rows[i].id << ", \"name\": " << JsonText(rows[i].name)
-                      << ", \"parent\": " << rows[i].parent << ", \"level\": " << rows[i].level << "}";
-        }
-        std::cout << "]\n";
-        return kExitOk;
-    }
-    TextTable table({"Id", "Level", "Name", "Parent"});
+    Listing listing(json, {"Id", "Level", "Name", "Parent"});
     for (const Row& row : rows) {
         const auto parent = std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.id == row.parent; });
-        table.AddRow(
-            {std::to_string(row.id), std::to_string(row.level), row.name, parent == rows.end() ? "-" : parent->name});
+        listing.Add(
+            {std::to_string(row.id), std::to_string(row.level), row.name, parent == rows.end() ? "-" : parent->name},
+            JsonObject()
+                .Number("id", row.id)
+                .Text("name", row.name)
+                .Number("parent", row.parent)
+                .Number("level", row.level));
     }
-    table.Print(std::cout, {0, 1});
+    listing.Print(std::cout, {0, 1});
     return kExitOk;
 }
 
-// Refuses an empty type name and one that another type has already: names identify types.
+// Names identify types: a new name must be one no other type has.
 bool CheckTypeName(CNorvikSql& db, const std::string& name, ULong except) {
-    if (name.empty()) {
-        PrintError("a location type name may not be empty");
-        return false;
-    }
-    try {
-        CDynaList<ULong> same;
-        db.EnumIds("LOCTYPE", "_LABEL = " + CNorvikSql::SqlQuote(name.c_str()), same);
-        for (ULong id : same) {
-            if (id == except) continue;
-            PrintError("a location type named '" + name + "' already exists (id " + std::to_string(id) + ")");
-            return false;
-        }
-        return true;
-    } catch (const CDBException& e) {
-        PrintError("cannot read the location types: " + e.m_strError.str());
-        return false;
-    }
+    return CheckNewName(db, "LOCTYPE", "_LABEL", "location type", name, except);
 }
+
+const std::vector<SubCommandSpec> kSubCommands = {
+    {"list", {{}, {}, 0, 0}, "loctype list [--json]"},
+    {"add", {{}, {"--parent"}, 1, 1}, "loctype add NAME [--parent TYPE]"},
+    {"rename", {{}, {}, 2, 2}, "loctype rename TYPE NAME"},
+    {"delete", {{}, {}, 1, 1}, "loctype delete TYPE"},
+};
 
 }  // namespace
 
 int RunLocType(Context& context) {
-    const auto& args = context.args;
     if (context.PrintHelpIfAsked(kLocTypeHelp)) return kExitOk;
-    const std::string sub = args.empty() ? "" : args[0];
     Words words;
-    if (sub == "list") {
-        if (!SplitSubCommandWords(args, {{}, {}, 0, 0}, "loctype list [--json]", &words)) return kExitUsage;
-    } else if (sub == "add") {
-        if (!SplitSubCommandWords(args, {{}, {"--parent"}, 1, 1}, "loctype add NAME [--parent TYPE]", &words))
-            return kExitUsage;
-    } else if (sub == "rename") {
-        if (!SplitSubCommandWords(args, {{}, {}, 2, 2}, "loctype rename TYPE NAME", &words)) return kExitUsage;
-    } else if (sub == "delete") {
-        if (!SplitSubCommandWords(args, {{}, {}, 1, 1}, "loctype delete TYPE", &words)) return kExitUsage;
-    } else {
-        return UsageError((sub.empty() ? std::string("loctype needs a command") : "unknown loctype command " + sub) +
-                          " (see norvik loctype --help)");
-    }
-    CNorvikSql* db = sub == "list" ? context.OpenDatabaseToRead() : context.OpenDatabase();
-    if (!db) return kExitFailed;
+    const SubCommandSpec* command = PickSubCommand("loctype", context.args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
-
-    if (sub == "list") return LocTypeList(*db, context.options.json);
-    if (sub == "add") {
-        ULong parent = 0;
-        if (words.Has("--parent")) {
-            const Resolved resolved = ResolveLocType(*db, words.Value("--parent"));
-            if (!resolved.ok()) return Fail(resolved);
-            parent = resolved.id;
-        }
-        if (!CheckTypeName(*db, p[0], 0)) return kExitFailed;
-        const ULong id = db->AddLocType(p[0].c_str(), parent);
-        if (id == 0) return kExitFailed;
-        std::cout << id << '\n';
-        return kExitOk;
-    }
-    const Resolved type = ResolveLocType(*db, p[0]);
-    if (!type.ok()) return Fail(type);
-    if (sub == "rename") {
-        if (!CheckTypeName(*db, p[1], type.id)) return kExitFailed;
-        return db->SetLocTypeName(type.id, p[1].c_str()) ? kExitOk : kExitFailed;
-    }
-    const CString name = db->GetLocTypeName(type.id);
-    CDynaList<ULong> level;
-    try {
-        db->EnumIds("LOCDATA", CString::Formatted("_TYPE = %d", static_cast<int>(type.id)), level);
-    } catch (const CDBException& e) {
-        PrintError("cannot read the locations: " + e.m_strError.str());
-        return kExitFailed;
-    }
-    if (!db->DeleteLocType(type.id)) return kExitFailed;
-    std::cout << "deleted location type '" << name.c_str() << "' and its " << level.GetCount()
-              << " location(s); their assets and sub-locations moved up a level\n";
-    return kExitOk;
+    return WithDatabase(
+        context, sub == "list" ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch&) {
+            if (sub == "list") return LocTypeList(db, context.options.json);
+            if (sub == "add") {
+                ULong parent = 0;
+                if (words.Has("--parent")) {
+                    const Resolved resolved = ResolveLocType(db, words.Value("--parent"));
+                    if (!resolved.ok()) return Fail(resolved);
+                    parent = resolved.id;
+                }
+                if (!CheckTypeName(db, p[0], 0)) return kExitFailed;
+                const ULong id = db.AddLocType(p[0].c_str(), parent);
+                if (id == 0) return kExitFailed;
+                std::cout << id << '\n';
+                return kExitOk;
+            }
+            const Resolved type = ResolveLocType(db, p[0]);
+            if (!type.ok()) return Fail(type);
+            if (sub == "rename") {
+                if (!CheckTypeName(db, p[1], type.id)) return kExitFailed;
+                return db.SetLocTypeName(type.id, p[1].c_str()) ? kExitOk : kExitFailed;
+            }
+            const CString name = db.GetLocTypeName(type.id);
+            CDynaList<ULong> level;
+            try {
+                db.EnumIds("LOCDATA", CString::Formatted("_TYPE = %d", static_cast<int>(type.id)), level);
+            } catch (const CDBException& e) {
+                PrintError("cannot read the locations: " + e.m_strError.str());
+                return kExitFailed;
+            }
+            if (!db.DeleteLocType(type.id)) return kExitFailed;
+            std::cout << "deleted location type '" << name.c_str() << "' and its " << level.GetCount()
+                      << " location(s); their assets and sub-locations moved up a level\n";
+            return kExitOk;
+        });
 }
 
 }  // namespace cli

@@ -87,46 +87,38 @@ bool ReadNote(CNorvikSql& db, ULong id, Note* note) {
 }
 
 void PrintNotes(const std::vector<Note>& notes, bool json) {
-    if (json) {
-        std::cout << "[";
-        const char* separator = "";
-        for (const Note& n : notes) {
-            std::cout << separator << "{\"id\": " << n.id << ", \"type\": " << JsonText(NameOf(kTypes, n.type))
-                      << ", \"table\": " << JsonText(NameOf(kTables, n.table)) << ", \"record\": " << n.record
-                      << ", \"data\": " << n.data << ", \"text\": " << JsonText(n.text) << "}";
-            separator = ", ";
-        }
-        std::cout << "]\n";
-        return;
+    Listing listing(json, {"Id", "Type", "Table", "Record", "Data", "Text"});
+    for (const Note& n : notes) {
+        const std::string type = NameOf(kTypes, n.type), table = NameOf(kTables, n.table);
+        listing.Add({std::to_string(n.id), type, table, std::to_string(n.record), std::to_string(n.data), n.text},
+                    JsonObject()
+                        .Number("id", n.id)
+                        .Text("type", type)
+                        .Text("table", table)
+                        .Number("record", n.record)
+                        .Number("data", n.data)
+                        .Text("text", n.text));
     }
-    TextTable table({"Id", "Type", "Table", "Record", "Data", "Text"});
-    for (const Note& n : notes)
-        table.AddRow({std::to_string(n.id), NameOf(kTypes, n.type), NameOf(kTables, n.table), std::to_string(n.record),
-                      std::to_string(n.data), n.text});
-    table.Print(std::cout, {0, 3, 4});
+    listing.Print(std::cout, {0, 3, 4});
 }
+
+const std::vector<SubCommandSpec> kSubCommands = {
+    {"add", {{}, {"--type", "--data"}, 3, 3}, "note add TABLE RECORD TEXT [--type T] [--data N]"},
+    {"list",
+     {{}, {"--table", "--record", "--type"}, 0, 0},
+     "note list [--table TABLE] [--record R] [--type T] [--json]"},
+    {"show", {{}, {}, 1, 1}, "note show ID [--json]"},
+    {"delete", {{}, {}, 1, 1}, "note delete ID"},
+};
 
 }  // namespace
 
 int RunNote(Context& context) {
-    const auto& args = context.args;
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    const std::string sub = args.empty() ? "" : args[0];
     Words words;
-    bool ok = true;
-    if (sub == "add") {
-        ok = SplitSubCommandWords(args, {{}, {"--type", "--data"}, 3, 3},
-                                  "note add TABLE RECORD TEXT [--type T] [--data N]", &words);
-    } else if (sub == "list") {
-        ok = SplitSubCommandWords(args, {{}, {"--table", "--record", "--type"}, 0, 0},
-                                  "note list [--table TABLE] [--record R] [--type T] [--json]", &words);
-    } else if (sub == "show" || sub == "delete") {
-        ok = SplitSubCommandWords(args, {{}, {}, 1, 1}, "note " + sub + " ID", &words);
-    } else {
-        return UsageError((sub.empty() ? std::string("note needs a command") : "unknown note command " + sub) +
-                          " (see norvik note --help)");
-    }
-    if (!ok) return kExitUsage;
+    const SubCommandSpec* command = PickSubCommand("note", context.args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
     const auto& p = words.positional;
     int type = CNorvik::noteComment, table = 0, data = 0;
     ULong record = 0, id = 0;
@@ -143,42 +135,38 @@ int RunNote(Context& context) {
     if ((sub == "show" || sub == "delete") && !ParseId(p[0], &id))
         return UsageError("a note is named by its id: " + p[0]);
 
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    if (sub == "add") {
-        const ULong note = db->notesAdd(type, table, record, data, p[2].c_str());
-        if (note == 0) return kExitFailed;
-        std::cout << note << '\n';
-        return kExitOk;
-    }
-    if (sub == "list") {
-        CDynaList<ULong> ids;
-        const bool any = words.Has("--type") || words.Has("--table") || words.Has("--record");
-        if (any) {
-            db->enumNotes(words.Has("--type") ? &type : nullptr, words.Has("--table") ? &table : nullptr,
-                          words.Has("--record") ? &record : nullptr, ids);
-        } else {
-            // The library refuses a listing without a criterion; every note is one of a type.
-            for (const Name& name : kTypes) db->enumNotes(&name.value, nullptr, nullptr, ids);
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "add") {
+            const ULong note = db.notesAdd(type, table, record, data, p[2].c_str());
+            if (note == 0) return kExitFailed;
+            std::cout << note << '\n';
+            return kExitOk;
         }
-        std::vector<Note> notes;
-        for (const ULong note : ids) {
-            Note read;
-            if (ReadNote(*db, note, &read)) notes.push_back(read);
+        if (sub == "list") {
+            CDynaList<ULong> ids;
+            if (words.Has("--type") || words.Has("--table") || words.Has("--record")) {
+                db.enumNotes(words.Has("--type") ? &type : nullptr, words.Has("--table") ? &table : nullptr,
+                             words.Has("--record") ? &record : nullptr, ids);
+            } else {
+                // The library refuses a listing without a criterion; every note is one of a type.
+                for (const Name& name : kTypes) db.enumNotes(&name.value, nullptr, nullptr, ids);
+            }
+            std::vector<Note> notes;
+            for (const ULong note : ids) {
+                Note read;
+                if (ReadNote(db, note, &read)) notes.push_back(read);
+            }
+            if (watch.Shown()) return kExitFailed;
+            PrintNotes(notes, context.options.json);
+            return kExitOk;
         }
-        if (watch.Shown()) return kExitFailed;
-        PrintNotes(notes, context.options.json);
+        Note note;
+        if (!ReadNote(db, id, &note))
+            return watch.Shown() ? kExitFailed : Fail("no note with id " + std::to_string(id));
+        if (sub == "delete") return db.notesDelete(id) ? kExitOk : kExitFailed;
+        PrintNotes({note}, context.options.json);
         return kExitOk;
-    }
-    Note note;
-    if (!ReadNote(*db, id, &note)) {
-        if (watch.Shown()) return kExitFailed;
-        return Fail("no note with id " + std::to_string(id));
-    }
-    if (sub == "delete") return db->notesDelete(id) && !watch.Shown() ? kExitOk : kExitFailed;
-    PrintNotes({note}, context.options.json);
-    return kExitOk;
+    });
 }
 
 }  // namespace cli

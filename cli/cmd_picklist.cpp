@@ -49,30 +49,23 @@ std::vector<std::pair<ULong, std::string>> Items(CNorvikSql& db, ULong list) {
 int List(CNorvikSql& db, bool json) {
     CDynaList<ULong> lists;
     db.EnumPicklists(lists);
-    TextTable table({"Id", "Name", "Items"});
-    if (json) std::cout << "[";
-    for (ULong i = 0; i < lists.GetCount(); ++i) {
-        const std::string name = db.GetPicklistName(lists[i]).str();
-        const std::size_t count = Items(db, lists[i]).size();
-        if (json)
-            std::cout << (i ? ", " : "") << "{\"id\": " << lists[i] << ", \"name\": " << JsonText(name)
-                      << ", \"items\": " << count << "}";
-        else
-            table.AddRow({std::to_string(lists[i]), name, std::to_string(count)});
+    Listing listing(json, {"Id", "Name", "Items"});
+    for (const ULong list : lists) {
+        const std::string name = db.GetPicklistName(list).str();
+        const std::size_t count = Items(db, list).size();
+        listing.Add({std::to_string(list), name, std::to_string(count)},
+                    JsonObject().Number("id", list).Text("name", name).Number("items", count));
     }
-    if (json)
-        std::cout << "]\n";
-    else
-        table.Print(std::cout, {0, 2});
+    listing.Print(std::cout, {0, 2});
     return kExitOk;
 }
 
 int ShowItems(CNorvikSql& db, ULong list, bool json) {
     const auto items = Items(db, list);
     if (json) {
-        std::cout << "[";
-        for (std::size_t i = 0; i < items.size(); ++i) std::cout << (i ? ", " : "") << JsonText(items[i].second);
-        std::cout << "]\n";
+        std::vector<std::string> texts;
+        for (const auto& item : items) texts.push_back(JsonText(item.second));
+        std::cout << JsonArray(texts) << '\n';
         return kExitOk;
     }
     for (const auto& item : items) std::cout << item.second << '\n';
@@ -91,47 +84,45 @@ int RunPicklist(Context& context) {
     if ((sub == "add" && p[0].empty()) || (sub == "rename" && p[1].empty()))
         return UsageError("a pick list name may not be empty");
 
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    int result = kExitOk;
-    if (sub == "list") {
-        result = List(*db, context.options.json);
-    } else if (sub == "add") {
-        if (const ULong existing = db->FindPicklist(p[0].c_str()))
-            return Fail("a pick list named '" + p[0] + "' already exists (id " + std::to_string(existing) + ")");
-        const ULong list = db->AddPicklist(p[0].c_str());
-        if (list == 0) return kExitFailed;
-        for (std::size_t i = 1; i < p.size(); ++i)
-            if (!db->AddPickItem(list, p[i].c_str())) return kExitFailed;
-        std::cout << list << '\n';
-    } else {
-        const ULong list = db->FindPicklist(p[0].c_str());
-        if (list == 0) return watch.Shown() ? kExitFailed : Fail("no pick list is named '" + p[0] + "'");
-        if (sub == "rename") {
-            if (const ULong existing = db->FindPicklist(p[1].c_str()); existing && existing != list)
-                return Fail("a pick list named '" + p[1] + "' already exists (id " + std::to_string(existing) + ")");
-            db->SetPicklistName(list, p[1].c_str());
-        } else if (sub == "delete") {
-            const std::size_t count = Items(*db, list).size();
-            db->DeletePicklist(list);
-            if (!watch.Shown()) std::cout << "deleted pick list '" << p[0] << "' and its " << count << " item(s)\n";
-        } else if (sub == "items") {
-            result = ShowItems(*db, list, context.options.json);
-        } else if (sub == "add-item") {
-            if (!db->AddPickItem(list, p[1].c_str())) return kExitFailed;
-        } else if (sub == "delete-item") {
-            int removed = 0;
-            for (const auto& [id, text] : Items(*db, list))
-                if (text == p[1]) {
-                    db->DeletePickItem(id);
-                    ++removed;
-                }
-            if (removed == 0) return Fail("pick list '" + p[0] + "' has no item '" + p[1] + "'");
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") {
+            return List(db, context.options.json);
+        } else if (sub == "add") {
+            if (const ULong existing = db.FindPicklist(p[0].c_str()))
+                return Fail("a pick list named '" + p[0] + "' already exists (id " + std::to_string(existing) + ")");
+            const ULong list = db.AddPicklist(p[0].c_str());
+            if (list == 0) return kExitFailed;
+            for (std::size_t i = 1; i < p.size(); ++i)
+                if (!db.AddPickItem(list, p[i].c_str())) return kExitFailed;
+            std::cout << list << '\n';
+        } else {
+            const ULong list = db.FindPicklist(p[0].c_str());
+            if (list == 0) return watch.Shown() ? kExitFailed : Fail("no pick list is named '" + p[0] + "'");
+            if (sub == "rename") {
+                if (const ULong existing = db.FindPicklist(p[1].c_str()); existing && existing != list)
+                    return Fail("a pick list named '" + p[1] + "' already exists (id " + std::to_string(existing) +
+                                ")");
+                db.SetPicklistName(list, p[1].c_str());
+            } else if (sub == "delete") {
+                const std::size_t count = Items(db, list).size();
+                db.DeletePicklist(list);
+                if (!watch.Shown()) std::cout << "deleted pick list '" << p[0] << "' and its " << count << " item(s)\n";
+            } else if (sub == "items") {
+                return ShowItems(db, list, context.options.json);
+            } else if (sub == "add-item") {
+                if (!db.AddPickItem(list, p[1].c_str())) return kExitFailed;
+            } else if (sub == "delete-item") {
+                int removed = 0;
+                for (const auto& [id, text] : Items(db, list))
+                    if (text == p[1]) {
+                        db.DeletePickItem(id);
+                        ++removed;
+                    }
+                if (removed == 0) return Fail("pick list '" + p[0] + "' has no item '" + p[1] + "'");
+            }
         }
-    }
-    // The library reports its failures through the message box only.
-    return result == kExitOk && watch.Shown() ? kExitFailed : result;
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "cli/cli_context.h"
+#include "cli/words.h"
 
 namespace cli {
 
@@ -16,38 +17,34 @@ const char kHelp[] =
 }  // namespace
 
 int RunSchedule(Context& context) {
-    if (const int code = HelpForVerbWithoutWords(context, kHelp); code >= 0) return code;
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    const MessageWatch watch(*db, context.options);
-    const int interval = db->GetAuditInterval();
-    CDynaList<ULong> due;
-    db->EnumScheduledAssets(due, CTime());
-    TextTable table({"Id", "Asset", "Location", "Last audit"});
-    if (context.options.json) std::cout << "{\"intervalDays\": " << interval << ", \"due\": [";
-    const char* separator = "";
-    for (const ULong asset : due) {
-        const std::string name = db->GetAssetName(asset).str();
-        const std::string audited = IsoDateTime(db->GetLastAuditDate(asset));
-        int isLocation = 1;
-        const ULong parent = db->GetAssetParent(asset, isLocation);
-        const std::string place = parent ? db->locGetFullName(parent, ';').str() : "";
-        if (context.options.json) {
-            std::cout << separator << "{\"id\": " << asset << ", \"name\": " << JsonText(name)
-                      << ", \"location\": " << JsonText(place) << ", \"lastAudit\": " << JsonText(audited) << "}";
-            separator = ", ";
-        } else {
-            table.AddRow({std::to_string(asset), name, place, audited.empty() ? "never" : audited});
+    if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
+    Words words;
+    const SubCommandSpec bare = {"", {{}, {}, 0, 0}, "schedule [--json]"};
+    if (!PickSubCommand("schedule", context.args, {}, &words, &bare)) return kExitUsage;
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        const int interval = db.GetAuditInterval();
+        CDynaList<ULong> due;
+        db.EnumScheduledAssets(due, CTime());
+        Listing listing(context.options.json, {"Id", "Asset", "Location", "Last audit"});
+        for (const ULong asset : due) {
+            const std::string name = db.GetAssetName(asset).str();
+            const std::string audited = IsoDateTime(db.GetLastAuditDate(asset));
+            int isLocation = 1;
+            const ULong parent = db.GetAssetParent(asset, isLocation);
+            const std::string place = parent ? db.locGetFullName(parent, ';').str() : "";
+            listing.Add(
+                {std::to_string(asset), name, place, audited.empty() ? "never" : audited},
+                JsonObject().Number("id", asset).Text("name", name).Text("location", place).Text("lastAudit", audited));
         }
-    }
-    if (watch.Shown()) return kExitFailed;
-    if (context.options.json) {
-        std::cout << "]}\n";
-    } else {
-        std::cout << "Audit interval: " << interval << " days\n";
-        table.Print(std::cout, {0});
-    }
-    return kExitOk;
+        if (watch.Shown()) return kExitFailed;
+        if (context.options.json) {
+            std::cout << JsonObject().Number("intervalDays", interval).Raw("due", listing.Json()).str() << '\n';
+        } else {
+            std::cout << "Audit interval: " << interval << " days\n";
+            listing.Print(std::cout, {0});
+        }
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -52,82 +52,72 @@ bool ReadSecret(const char* prompt, std::string* secret) {
     return read;
 }
 
-ULong FindUser(CNorvikSql& db, const std::string& name) {
-    const ULong user = db.userFind(name.c_str());
-    if (user == 0) PrintError("no user named '" + name + "'");
-    return user;
-}
+const std::vector<SubCommandSpec> kSubCommands = {
+    {"list", {{}, {"--level"}, 0, 0}, "user list [--level N] [--json]"},
+    {"add", {{}, {"--level"}, 1, 1}, "user add NAME [--level N]"},
+    {"delete", {{}, {}, 1, 1}, "user delete NAME"},
+    {"set",
+     {{}, {"--level", "--location", "--profile", "--first", "--last"}, 1, 1},
+     "user set NAME [--level N] [--location L] [--profile P] [--first F] [--last L]"},
+    {"password", {{}, {}, 1, 1}, "user password NAME"},
+    {"check", {{}, {}, 1, 1}, "user check NAME"},
+};
 
-int List(Context& context, CNorvikSql& db, const Words& words) {
-    int level = -1;
-    if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
-        return UsageError("the level must be a whole number: " + words.Value("--level"));
-    const MessageWatch watch(db, context.options);
+int List(CNorvikSql& db, const MessageWatch& watch, int level, bool json) {
     CDynaList<ULong> users;
     db.EnumUsers(users, level);
-    TextTable table({"Id", "Name", "Level", "Location", "Profile", "First name", "Last name"});
-    if (context.options.json) std::cout << "[";
-    const char* separator = "";
+    Listing listing(json, {"Id", "Name", "Level", "Location", "Profile", "First name", "Last name"});
     for (const ULong id : users) {
         const ULong location = db.userGetLocation(id);
         const std::string place = location ? db.locGetFullName(location, ';').str() : "";
         const std::string name = db.userGetName(id).str(), profile = db.userGetProfile(id).str();
         const std::string first = db.userGetFirstName(id).str(), last = db.userGetLastName(id).str();
         const int userLevel = db.userGetLevel(id);
-        if (context.options.json) {
-            std::cout << separator << "{\"id\": " << id << ", \"name\": " << JsonText(name)
-                      << ", \"level\": " << userLevel << ", \"location\": " << location
-                      << ", \"locationName\": " << JsonText(place) << ", \"profile\": " << JsonText(profile)
-                      << ", \"firstName\": " << JsonText(first) << ", \"lastName\": " << JsonText(last) << "}";
-            separator = ", ";
-        } else {
-            table.AddRow({std::to_string(id), name, std::to_string(userLevel), place, profile, first, last});
-        }
+        listing.Add({std::to_string(id), name, std::to_string(userLevel), place, profile, first, last},
+                    JsonObject()
+                        .Number("id", id)
+                        .Text("name", name)
+                        .Number("level", userLevel)
+                        .Number("location", location)
+                        .Text("locationName", place)
+                        .Text("profile", profile)
+                        .Text("firstName", first)
+                        .Text("lastName", last));
     }
     if (watch.Shown()) return kExitFailed;
-    if (context.options.json) {
-        std::cout << "]\n";
-    } else {
-        table.Print(std::cout, {0, 2});
-    }
+    listing.Print(std::cout, {0, 2});
     return kExitOk;
 }
 
-int Set(Context& context, CNorvikSql& db, const Words& words, ULong user) {
-    int level = 0;
-    if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
-        return UsageError("the level must be a whole number: " + words.Value("--level"));
+int Set(CNorvikSql& db, const Words& words, ULong user, int level) {
     ULong location = 0;
     if (words.Has("--location") && words.Value("--location") != "0") {
         const Resolved place = ResolveLocation(db, words.Value("--location"));
         if (!place.ok()) return Fail(place);
         location = place.id;
     }
-    const MessageWatch watch(db, context.options);
     bool done = true;
     if (words.Has("--level")) done = db.userSetLevel(user, level) && done;
     if (words.Has("--location")) done = db.userSetLocation(user, location) && done;
     if (words.Has("--profile")) done = db.userSetProfile(user, words.Value("--profile").c_str()) && done;
     if (words.Has("--first")) done = db.userSetFirstName(user, words.Value("--first").c_str()) && done;
     if (words.Has("--last")) done = db.userSetLastName(user, words.Value("--last").c_str()) && done;
-    return done && !watch.Shown() ? kExitOk : kExitFailed;
+    return done ? kExitOk : kExitFailed;
 }
 
-int Password(Context& context, CNorvikSql& db, ULong user) {
+int Password(CNorvikSql& db, ULong user) {
     std::string password, again;
     if (!ReadSecret("New password: ", &password)) return Fail("no password was given");
     if (isatty(STDIN_FILENO)) {
         if (!ReadSecret("Again: ", &again)) return Fail("no password was given");
         if (again != password) return Fail("the two passwords differ; nothing was changed");
     }
-    const MessageWatch watch(db, context.options);
-    return db.userSetPassword(user, password.c_str()) && !watch.Shown() ? kExitOk : kExitFailed;
+    return db.userSetPassword(user, password.c_str()) ? kExitOk : kExitFailed;
 }
 
-int Check(Context& context, CNorvikSql& db, ULong user) {
+int Check(CNorvikSql& db, const MessageWatch& watch, ULong user) {
     std::string password;
     if (!ReadSecret("Password: ", &password)) return Fail("no password was given");
-    const MessageWatch watch(db, context.options);
     if (db.ValidatePassword(user, password.c_str())) return kExitOk;
     if (!watch.Shown()) PrintError("wrong password");
     return kExitFailed;
@@ -136,47 +126,33 @@ int Check(Context& context, CNorvikSql& db, ULong user) {
 }  // namespace
 
 int RunUser(Context& context) {
-    const auto& args = context.args;
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    const std::string sub = args.empty() ? "" : args[0];
     Words words;
-    bool ok = true;
-    if (sub == "list") {
-        ok = SplitSubCommandWords(args, {{}, {"--level"}, 0, 0}, "user list [--level N] [--json]", &words);
-    } else if (sub == "add") {
-        ok = SplitSubCommandWords(args, {{}, {"--level"}, 1, 1}, "user add NAME [--level N]", &words);
-    } else if (sub == "set") {
-        ok = SplitSubCommandWords(args, {{}, {"--level", "--location", "--profile", "--first", "--last"}, 1, 1},
-                                  "user set NAME [--level N] [--location L] [--profile P] [--first F] [--last L]",
-                                  &words);
-    } else if (sub == "delete" || sub == "password" || sub == "check") {
-        ok = SplitSubCommandWords(args, {{}, {}, 1, 1}, "user " + sub + " NAME", &words);
-    } else {
-        return UsageError((sub.empty() ? std::string("user needs a command") : "unknown user command " + sub) +
-                          " (see norvik user --help)");
-    }
-    if (!ok) return kExitUsage;
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    if (sub == "list") return List(context, *db, words);
-    const std::string& name = words.positional[0];
-    if (sub == "add") {
-        int level = 0;
-        if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
-            return UsageError("the level must be a whole number: " + words.Value("--level"));
-        if (name.empty()) return UsageError("a user name may not be empty");
-        if (db->userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");
-        const ULong user = db->userAdd(name.c_str(), level);
-        if (user == 0) return kExitFailed;
-        std::cout << user << '\n';
-        return kExitOk;
-    }
-    const ULong user = FindUser(*db, name);
-    if (user == 0) return kExitFailed;
-    if (sub == "delete") return db->userDelete(user) ? kExitOk : kExitFailed;
-    if (sub == "set") return Set(context, *db, words, user);
-    if (sub == "password") return Password(context, *db, user);
-    return Check(context, *db, user);
+    const SubCommandSpec* command = PickSubCommand("user", context.args, kSubCommands, &words);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
+    int level = sub == "list" ? -1 : 0;
+    if (words.Has("--level") && !ParseInt(words.Value("--level"), &level))
+        return UsageError("the level must be a whole number: " + words.Value("--level"));
+    if (sub == "add" && words.positional[0].empty()) return UsageError("a user name may not be empty");
+
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return List(db, watch, level, context.options.json);
+        const std::string& name = words.positional[0];
+        if (sub == "add") {
+            if (db.userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");
+            const ULong user = db.userAdd(name.c_str(), level);
+            if (user == 0) return kExitFailed;
+            std::cout << user << '\n';
+            return kExitOk;
+        }
+        const ULong user = db.userFind(name.c_str());
+        if (user == 0) return watch.Shown() ? kExitFailed : Fail("no user named '" + name + "'");
+        if (sub == "delete") return db.userDelete(user) ? kExitOk : kExitFailed;
+        if (sub == "set") return Set(db, words, user, level);
+        if (sub == "password") return Password(db, user);
+        return Check(db, watch, user);
+    });
 }
 
 }  // namespace cli

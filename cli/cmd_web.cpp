@@ -50,62 +50,49 @@ Page ReadPage(CNorvikSql& db, ULong id) {
 }
 
 void PrintPages(const std::vector<Page>& pages, bool json, bool withAsset) {
-    if (json) {
-        std::cout << "[";
-        const char* separator = "";
-        for (const Page& p : pages) {
-            std::cout << separator << "{\"id\": " << p.id << ", \"asset\": " << p.asset
-                      << ", \"date\": " << JsonText(IsoDateTime(p.date).substr(0, 10))
-                      << ", \"site\": " << JsonText(p.site) << ", \"pages\": " << p.pages << "}";
-            separator = ", ";
-        }
-        std::cout << "]\n";
-        return;
-    }
     std::vector<std::string> header = {"Day", "Pages", "Site"};
     if (withAsset) header.insert(header.begin(), "Asset");
-    TextTable table(header);
+    Listing listing(json, header);
     for (const Page& p : pages) {
-        std::vector<std::string> row = {IsoDateTime(p.date).substr(0, 10), std::to_string(p.pages), p.site};
+        const std::string day = IsoDateTime(p.date).substr(0, 10);
+        std::vector<std::string> row = {day, std::to_string(p.pages), p.site};
         if (withAsset) row.insert(row.begin(), std::to_string(p.asset));
-        table.AddRow(row);
+        listing.Add(row, JsonObject()
+                             .Number("id", p.id)
+                             .Number("asset", p.asset)
+                             .Text("date", day)
+                             .Text("site", p.site)
+                             .Number("pages", p.pages));
     }
-    table.Print(std::cout, withAsset ? std::vector<std::size_t>{0, 2} : std::vector<std::size_t>{1});
+    listing.Print(std::cout, withAsset ? std::vector<std::size_t>{0, 2} : std::vector<std::size_t>{1});
 }
 
 void PrintCookies(CNorvikSql& db, const CDynaList<ULong>& rows, bool json) {
-    if (json) std::cout << "[";
-    TextTable table({"Id", "Date", "Name"});
-    const char* separator = "";
+    Listing listing(json, {"Id", "Date", "Name"});
     for (const ULong id : rows) {
         const std::string date = IsoDateTime(db.ieCookieGetDate(id));
         const std::string name = db.ieCookieGetName(id).str();
-        if (json) {
-            std::cout << separator << "{\"id\": " << id << ", \"date\": " << JsonText(date)
-                      << ", \"name\": " << JsonText(name) << "}";
-            separator = ", ";
-        } else {
-            table.AddRow({std::to_string(id), date, name});
-        }
+        listing.Add({std::to_string(id), date, name},
+                    JsonObject().Number("id", id).Text("date", date).Text("name", name));
     }
-    if (json) {
-        std::cout << "]\n";
-    } else {
-        table.Print(std::cout, {0});
-    }
+    listing.Print(std::cout, {0});
 }
 
-int ShowDays(Context& context, CNorvikSql& db, const Words& words) {
+const std::vector<SubCommandSpec> kSubCommands = {
+    {"search", {{"--cookies"}, {"--asset"}, 1, 1}, "web search PATTERN [--asset ASSET] [--cookies] [--json]"},
+    {"cookies", {{}, {}, 1, 1}, "web cookies ASSET [--json]"},
+    {"purge", {{}, {"--before"}, 0, 0}, "web purge --before DAY"},
+};
+const SubCommandSpec kDays = {"", {{}, {"--date"}, 1, 1}, "web ASSET [--date DAY] [--json]"};
+
+// `only`: the one day to show; null for every day.
+int ShowDays(Context& context, CNorvikSql& db, const MessageWatch& watch, const Words& words, const CTime* only) {
     const Resolved asset = ResolveAsset(db, words.positional[0]);
     if (!asset.ok()) return Fail(asset);
-    CTime only;
-    if (words.Has("--date") && !ParseDay(words.Value("--date"), &only))
-        return UsageError("the date must be a day written YYYY-MM-DD or YYYYMMDD: " + words.Value("--date"));
-    const MessageWatch watch(db, context.options);
     // Several stored dates may share a day; list each day once, oldest first.
     std::map<std::string, CTime> days;
-    if (words.Has("--date")) {
-        days[IsoDateTime(only).substr(0, 10)] = only;
+    if (only) {
+        days[IsoDateTime(*only).substr(0, 10)] = *only;
     } else {
         CDynaList<CTime> dates;
         db.ieHistEnumDates(asset.id, dates);
@@ -122,14 +109,13 @@ int ShowDays(Context& context, CNorvikSql& db, const Words& words) {
     return kExitOk;
 }
 
-int Search(Context& context, CNorvikSql& db, const Words& words) {
+int Search(Context& context, CNorvikSql& db, const MessageWatch& watch, const Words& words) {
     ULong asset = 0;
     if (words.Has("--asset")) {
         const Resolved resolved = ResolveAsset(db, words.Value("--asset"));
         if (!resolved.ok()) return Fail(resolved);
         asset = resolved.id;
     }
-    const MessageWatch watch(db, context.options);
     CDynaList<ULong> rows;
     const std::string& pattern = words.positional[0];
     if (words.Has("--cookies")) {
@@ -146,11 +132,7 @@ int Search(Context& context, CNorvikSql& db, const Words& words) {
     return kExitOk;
 }
 
-int Purge(Context& context, CNorvikSql& db, const Words& words) {
-    CTime before;
-    if (!ParseDay(words.Value("--before"), &before))
-        return UsageError("the date must be a day written YYYY-MM-DD or YYYYMMDD: " + words.Value("--before"));
-    const MessageWatch watch(db, context.options);
+int Purge(Context& context, CNorvikSql& db, const MessageWatch& watch, CTime before) {
     CDynaList<ULong> pages, cookies;
     db.ieEnumPurge(before, pages, cookies);
     if (watch.Shown()) return kExitFailed;
@@ -159,8 +141,8 @@ int Purge(Context& context, CNorvikSql& db, const Words& words) {
     for (const ULong id : cookies) cookiesGone += db.ieCookieDelete(id);
     const std::string day = IsoDateTime(before).substr(0, 10);
     if (context.options.json) {
-        std::cout << "{\"before\": " << JsonText(day) << ", \"history\": " << pagesGone
-                  << ", \"cookies\": " << cookiesGone << "}\n";
+        std::cout << JsonObject().Text("before", day).Number("history", pagesGone).Number("cookies", cookiesGone).str()
+                  << '\n';
     } else {
         std::cout << "Purged " << pagesGone << " history rows and " << cookiesGone << " cookies dated before " << day
                   << '\n';
@@ -171,38 +153,29 @@ int Purge(Context& context, CNorvikSql& db, const Words& words) {
 }  // namespace
 
 int RunWeb(Context& context) {
-    const auto& args = context.args;
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
-    const std::string sub = args.empty() ? "" : args[0];
     Words words;
-    if (sub == "search") {
-        if (!SplitSubCommandWords(args, {{"--cookies"}, {"--asset"}, 1, 1},
-                                  "web search PATTERN [--asset ASSET] [--cookies]", &words))
-            return kExitUsage;
-    } else if (sub == "cookies") {
-        if (!SplitSubCommandWords(args, {{}, {}, 1, 1}, "web cookies ASSET", &words)) return kExitUsage;
-    } else if (sub == "purge") {
-        if (!SplitSubCommandWords(args, {{}, {"--before"}, 0, 0}, "web purge --before DAY", &words)) return kExitUsage;
-        if (!words.Has("--before")) return UsageError("web purge needs --before DAY (see norvik web --help)");
-    } else {
-        const std::string problem = SplitWords(args, {{}, {"--date"}, 1, 1}, &words);
-        if (!problem.empty()) return UsageError(problem + "; usage: norvik web ASSET [--date DAY]");
-    }
-    CNorvikSql* db = context.OpenDatabase();
-    if (!db) return kExitFailed;
-    if (sub == "search") return Search(context, *db, words);
-    if (sub == "purge") return Purge(context, *db, words);
-    if (sub == "cookies") {
-        const Resolved asset = ResolveAsset(*db, words.positional[0]);
+    const SubCommandSpec* command = PickSubCommand("web", context.args, kSubCommands, &words, &kDays);
+    if (!command) return kExitUsage;
+    const std::string sub = command->name;
+    if (sub == "purge" && !words.Has("--before"))
+        return UsageError("web purge needs --before DAY (see norvik web --help)");
+    const char* dayOption = sub == "purge" ? "--before" : "--date";
+    CTime day;
+    if (words.Has(dayOption) && !ParseDay(words.Value(dayOption), &day))
+        return UsageError("the date must be a day written YYYY-MM-DD or YYYYMMDD: " + words.Value(dayOption));
+    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "search") return Search(context, db, watch, words);
+        if (sub == "purge") return Purge(context, db, watch, day);
+        if (sub.empty()) return ShowDays(context, db, watch, words, words.Has("--date") ? &day : nullptr);
+        const Resolved asset = ResolveAsset(db, words.positional[0]);
         if (!asset.ok()) return Fail(asset);
-        const MessageWatch watch(*db, context.options);
         CDynaList<ULong> rows;
-        db->ieCookieEnum(asset.id, rows);
+        db.ieCookieEnum(asset.id, rows);
         if (watch.Shown()) return kExitFailed;
-        PrintCookies(*db, rows, context.options.json);
+        PrintCookies(db, rows, context.options.json);
         return kExitOk;
-    }
-    return ShowDays(context, *db, words);
+    });
 }
 
 }  // namespace cli

@@ -55,6 +55,37 @@ std::string JsonText(const std::string& text) {
     return out + "\"";
 }
 
+JsonObject& JsonObject::Member(const char* key, const std::string& json) {
+    m_members += (m_members.empty() ? "" : ", ") + JsonText(key) + ": " + json;
+    return *this;
+}
+
+JsonObject& JsonObject::Text(const char* key, const std::string& value) { return Member(key, JsonText(value)); }
+
+JsonObject& JsonObject::Number(const char* key, long long value) { return Member(key, std::to_string(value)); }
+
+JsonObject& JsonObject::Flag(const char* key, bool value) { return Member(key, value ? "true" : "false"); }
+
+JsonObject& JsonObject::Raw(const char* key, const std::string& json) { return Member(key, json); }
+
+std::string JsonArray(const std::vector<std::string>& values) {
+    std::string out = "[";
+    for (std::size_t i = 0; i < values.size(); ++i) out += (i ? ", " : "") + values[i];
+    return out + "]";
+}
+
+void Listing::Add(std::vector<std::string> cells, const JsonObject& object) {
+    m_table.AddRow(std::move(cells));
+    m_objects.push_back(object.str());
+}
+
+void Listing::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
+    if (m_json)
+        out << Json() << '\n';
+    else
+        m_table.Print(out, rightAligned);
+}
+
 void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
     std::vector<std::size_t> widths(m_header.size(), 0);
     auto measure = [&](const std::vector<std::string>& row) {

@@ -19,6 +19,23 @@ bool ParseDay(const std::string& text, CTime* day);
 // text gives valid JSON.
 std::string JsonText(const std::string& text);
 
+// A JSON object written member by member, in the tool's layout: {"key": value, "key": value}.
+class JsonObject {
+public:
+    JsonObject& Text(const char* key, const std::string& value);  // quoted with JsonText
+    JsonObject& Number(const char* key, long long value);
+    JsonObject& Flag(const char* key, bool value);              // true or false
+    JsonObject& Raw(const char* key, const std::string& json);  // a value already written as JSON
+    std::string str() const { return "{" + m_members + "}"; }
+
+private:
+    JsonObject& Member(const char* key, const std::string& json);
+    std::string m_members;
+};
+
+// "[a, b, c]" of values already written as JSON.
+std::string JsonArray(const std::vector<std::string>& values);
+
 // Rows of cells printed as columns aligned to the widest cell, after a header line.
 class TextTable {
 public:
@@ -30,6 +47,24 @@ public:
 private:
     std::vector<std::string> m_header;
     std::vector<std::vector<std::string>> m_rows;
+};
+
+// A listing of rows, printed as an aligned table or, with --json, as a JSON array of one object
+// a row. Nothing is printed before Print, so a listing whose reading failed prints nothing.
+class Listing {
+public:
+    Listing(bool json, std::vector<std::string> header) : m_json(json), m_table(std::move(header)) {}
+    // One row: its table cells and its JSON object.
+    void Add(std::vector<std::string> cells, const JsonObject& object);
+    // The table (columns in `rightAligned` aligned right) or the JSON array and a line break.
+    void Print(std::ostream& out, const std::vector<std::size_t>& rightAligned = {}) const;
+    // The rows' JSON array, for a listing that is part of a larger object.
+    std::string Json() const { return JsonArray(m_objects); }
+
+private:
+    bool m_json;
+    TextTable m_table;
+    std::vector<std::string> m_objects;
 };
 
 }  // namespace cli

@@ -53,22 +53,41 @@ Resolved ResolveLocation(CNorvikSql& db, const std::string& word, bool allowRoot
     return Found(id);
 }
 
-Resolved ResolveLocType(CNorvikSql& db, const std::string& word) {
+Resolved ResolveNamedRow(CNorvikSql& db, const char* table, const char* column, const std::string& what,
+                         const std::string& word) {
     try {
-        if (const ULong id = IdFromDigits(word); id != 0 && RowExists(db, "LOCTYPE", id)) return Found(id);
+        if (const ULong id = IdFromDigits(word); id != 0 && RowExists(db, table, id)) return Found(id);
         CDynaList<ULong> named;
-        const CString statement =
-            "select _ID from LOCTYPE where _LABEL = " + CNorvikSql::SqlQuote(word.c_str()) + " order by _ID";
-        CSqlRecordset rs(&db, statement);
-        for (; !rs.IsEOF(); rs.MoveNext()) named.Add(rs.NumberAt(0));
+        db.EnumIds(table, (std::string(column) + " = " + CNorvikSql::SqlQuote(word.c_str()).str()).c_str(), named);
         if (named.GetCount() == 1) return Found(named[0]);
         if (named.GetCount() > 1) {
-            return Failure(kExitFailed, std::to_string(named.GetCount()) + " location types are named '" + word +
+            return Failure(kExitFailed, std::to_string(named.GetCount()) + " " + what + "s are named '" + word +
                                             "'; name one by its id");
         }
-        return Failure(kExitFailed, "no location type '" + word + "'");
+        return Failure(kExitFailed, "no " + what + " '" + word + "'");
     } catch (const CDBException& e) {
-        return Failure(kExitFailed, "cannot read the location types: " + e.m_strError.str());
+        return Failure(kExitFailed, "cannot read the " + what + "s: " + e.m_strError.str());
+    }
+}
+
+bool CheckNewName(CNorvikSql& db, const char* table, const char* column, const std::string& what,
+                  const std::string& name, ULong except) {
+    if (name.empty()) {
+        PrintError("a " + what + " name may not be empty");
+        return false;
+    }
+    try {
+        CDynaList<ULong> same;
+        db.EnumIds(table, (std::string(column) + " = " + CNorvikSql::SqlQuote(name.c_str()).str()).c_str(), same);
+        for (ULong id : same) {
+            if (id == except) continue;
+            PrintError("a " + what + " named '" + name + "' already exists (id " + std::to_string(id) + ")");
+            return false;
+        }
+        return true;
+    } catch (const CDBException& e) {
+        PrintError("cannot read the " + what + "s: " + e.m_strError.str());
+        return false;
     }
 }
 

@@ -31,6 +31,15 @@ ULong IdFromDigits(const std::string& word);
 // Whether `table` has the row `id`. Throws CDBException.
 bool RowExists(CNorvikSql& db, const char* table, ULong id);
 
+// A row of `table` named by its _ID or by its exact `column` text (refused when several rows
+// share it); `what` names such a row in the messages ("location type").
+Resolved ResolveNamedRow(CNorvikSql& db, const char* table, const char* column, const std::string& what,
+                         const std::string& word);
+// Whether `name` may name a row of `table` other than `except`: not empty and no other row's
+// `column` text. When it may not, prints why (naming the row as `what`).
+bool CheckNewName(CNorvikSql& db, const char* table, const char* column, const std::string& what,
+                  const std::string& name, ULong except);
+
 // A location named by its _ID (decimal digits) or by its path of names separated by ';' or
 // '\', from the top level down. Digits name an _ID when that location exists and are taken
 // as a path otherwise; a trailing separator ("2024;") always makes a path. "0" names the
@@ -38,7 +47,9 @@ bool RowExists(CNorvikSql& db, const char* table, ULong id);
 Resolved ResolveLocation(CNorvikSql& db, const std::string& word, bool allowRoot = false);
 
 // A location type named by its _ID or by its exact name (refused when several types share it).
-Resolved ResolveLocType(CNorvikSql& db, const std::string& word);
+inline Resolved ResolveLocType(CNorvikSql& db, const std::string& word) {
+    return ResolveNamedRow(db, "LOCTYPE", "_LABEL", "location type", word);
+}
 
 // The child of `parent` named exactly `name`; 0 when none. Throws CDBException.
 ULong FindChildLocation(CNorvikSql& db, ULong parent, const std::string& name);

@@ -95,14 +95,23 @@ bool ParseId(const std::string& text, ULong* id) {
 }
 
 const SubCommandSpec* PickSubCommand(const char* verb, const std::vector<std::string>& args,
-                                     const std::vector<SubCommandSpec>& commands, Words* out) {
+                                     const std::vector<SubCommandSpec>& commands, Words* out,
+                                     const SubCommandSpec* bare) {
     const std::string sub = args.empty() ? "" : args[0];
     for (const SubCommandSpec& command : commands)
         if (sub == command.name)
             return SplitSubCommandWords(args, command.rules, command.usage, out) ? &command : nullptr;
+    if (bare) {
+        const std::string problem = SplitWords(args, bare->rules, out);
+        if (problem.empty()) return bare;
+        PrintError(problem + "; usage: norvik " + bare->usage);
+        return nullptr;
+    }
+    // A verb's help covers the commands of its sub-verbs ("licence type").
+    const std::string helpVerb = std::string(verb).substr(0, std::string(verb).find(' '));
     PrintError(
         (sub.empty() ? std::string(verb) + " needs a command" : "unknown " + std::string(verb) + " command " + sub) +
-        " (see norvik " + verb + " --help)");
+        " (see norvik " + helpVerb + " --help)");
     return nullptr;
 }
 

@@ -57,8 +57,11 @@ struct SubCommandSpec {
 };
 
 // The entry of `commands` named by args[0], its words split into `out`. A missing or unknown
-// sub-command or words that do not fit are printed (naming `verb`) and give null.
+// sub-command or words that do not fit are printed (naming `verb`) and give null. With `bare`
+// (a verb whose own form takes an operand, as "web ASSET"), words that name no command are
+// split whole by it instead, and `bare` is returned.
 const SubCommandSpec* PickSubCommand(const char* verb, const std::vector<std::string>& args,
-                                     const std::vector<SubCommandSpec>& commands, Words* out);
+                                     const std::vector<SubCommandSpec>& commands, Words* out,
+                                     const SubCommandSpec* bare = nullptr);
 
 }  // namespace cli
