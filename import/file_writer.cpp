@@ -4,6 +4,7 @@
 #include "import/file_writer.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
@@ -97,10 +98,30 @@ const Inventory& CFileWriter::Recognise(const Inventory& given) {
     return m_recognised;
 }
 
-ULong CFileWriter::Application(const std::string& publisher, const std::string& name) {
+ULong CFileWriter::Application(ULong asset, const std::string& publisher, const std::string& name) {
     const std::pair<std::string, std::string> key{Column(NormalisedPublisher(publisher)), Column(name)};
+    if (!m_installedRead) {
+        // The writer has just installed every application of the model on the asset: one listing
+        // names them all, where asking the catalogue would cost a call per entry. A display name
+        // two rows share ("A B" "C" and "A" "B C") is asked for the usual way.
+        m_installedRead = true;
+        CDynaList<ULong> assets;
+        assets.Add(asset);
+        CSortList installed;
+        m_db.EnumGlobalSwApplications(assets, installed, 0, 1, 0, 1, nullptr, 0);
+        for (const CSortItem& item : installed) {
+            const auto [at, added] = m_installed.emplace(item.text.str(), item.id);
+            if (!added) at->second = 0;
+        }
+    }
     ULong& app = m_apps[key];
-    if (app == 0) app = m_db.applicationAdd(key.first.c_str(), key.second.c_str(), 1);
+    if (app != 0) return app;
+    std::string display = key.first.empty() ? key.second : key.first + " " + key.second;
+    while (!display.empty() && std::isspace(static_cast<unsigned char>(display.back()))) display.pop_back();
+    const auto found = m_installed.find(display);
+    app = found != m_installed.end() && found->second != 0
+              ? found->second
+              : m_db.applicationAdd(key.first.c_str(), key.second.c_str(), 1);
     return app;
 }
 
@@ -110,6 +131,7 @@ ULong CFileWriter::Folder(ULong asset, const std::vector<std::string>& pieces) {
     for (const std::string& piece : pieces) {
         path += piece + '\\';
         ULong& folder = m_folders[path];
+        if (folder == 0) folder = ExistingFolder(asset, parent, piece);
         if (folder == 0) folder = m_db.MergeFolder(asset, piece.c_str(), parent);
         if (folder == 0) {
             m_folders.erase(path);
@@ -120,8 +142,29 @@ ULong CFileWriter::Folder(ULong asset, const std::vector<std::string>& pieces) {
     return parent;
 }
 
+ULong CFileWriter::ExistingFolder(ULong asset, ULong parent, const std::string& name) {
+    // A re-audit finds most folders in place: listing a folder's children once answers for all
+    // of them, where merging costs a call per folder. An asset without top folders (a new one)
+    // has none at all, and nothing more is listed.
+    if (!m_hasFolders) return 0;
+    if (m_listed.insert(parent).second) {
+        CSortList children;
+        m_db.folderEnum(asset, parent, children, 0, 0);
+        if (parent == 0 && children.GetCount() == 0) m_hasFolders = false;
+        for (const CSortItem& child : children) m_children.emplace(std::make_pair(parent, child.text.str()), child.id);
+    }
+    const auto found = m_children.find({parent, name});
+    return found == m_children.end() ? 0 : found->second;
+}
+
 bool CFileWriter::Write(ULong asset, std::string& reason) {
     m_folders.clear();
+    m_children.clear();
+    m_listed.clear();
+    m_hasFolders = true;
+    m_installed.clear();
+    m_installedRead = false;
+    m_apps.clear();
     m_files = 0;
     if (m_model == nullptr) return true;
     const Inventory& model = *m_model;
@@ -150,8 +193,8 @@ bool CFileWriter::Write(ULong asset, std::string& reason) {
             }
             const ULong recognised = i < m_fileApps.size() && j < m_fileApps[i].size() ? m_fileApps[i][j] : 0;
             const auto named = m_kbNames.find(recognised);
-            const ULong app = named != m_kbNames.end() ? Application(named->second.first, named->second.second)
-                                                       : Application(entry.publisher, entry.name);
+            const ULong app = named != m_kbNames.end() ? Application(asset, named->second.first, named->second.second)
+                                                       : Application(asset, entry.publisher, entry.name);
             if (app == 0) {
                 reason = "the application of the file " + file.name + " cannot be stored";
                 return false;

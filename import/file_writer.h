@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,9 +38,11 @@ public:
 
 private:
     // The catalogue row of (publisher, name), as the writer names applications; 0 on failure.
-    ULong Application(const std::string& publisher, const std::string& name);
+    ULong Application(ULong asset, const std::string& publisher, const std::string& name);
     // The folder of `pieces` on the asset, merged from the top down; 0 on failure.
     ULong Folder(ULong asset, const std::vector<std::string>& pieces);
+    // The asset's folder `name` directly below `parent` when it has one already, else 0.
+    ULong ExistingFolder(ULong asset, ULong parent, const std::string& name);
 
     CNorvik& m_db;
     const Inventory* m_model = nullptr;
@@ -49,5 +52,10 @@ private:
     std::map<ULong, std::pair<std::string, std::string>> m_kbNames;
     std::map<std::string, ULong> m_folders;  // folder path ('\'-joined pieces) -> _ID
     std::map<std::pair<std::string, std::string>, ULong> m_apps;
+    std::map<std::string, ULong> m_installed;  // the asset's applications by display name (0: two)
+    bool m_installedRead = false;
+    std::map<std::pair<ULong, std::string>, ULong> m_children;  // (parent, name) -> folder on the asset
+    std::set<ULong> m_listed;                                   // parents whose children are read
+    bool m_hasFolders = true;
     ULong m_files = 0;
 };
