@@ -165,7 +165,6 @@ bool CFileWriter::Write(ULong asset, std::string& reason) {
     m_installed.clear();
     m_installedRead = false;
     m_apps.clear();
-    m_files = 0;
     if (m_model == nullptr) return true;
     const Inventory& model = *m_model;
     for (std::size_t i = 0; i < model.software.size(); ++i) {
@@ -204,7 +203,6 @@ bool CFileWriter::Write(ULong asset, std::string& reason) {
             m_db.MergeFile(asset, where, 0, name.c_str(), file.size, 0,
                            Column(NormalisedPublisher(entry.publisher)).c_str(), Column(entry.name).c_str(),
                            Column(entry.version).c_str(), app);
-            ++m_files;
         }
     }
     return true;

@@ -28,13 +28,9 @@ public:
     // (MergeFile) in that folder, or in their own folder for a file given with a path; a file
     // with no folder at all has no place in the tree and is left out. A file belongs to the
     // application the Knowledge Base recognised, else to its entry's application. Re-merging an
-    // unchanged model changes no row. False with `reason` when a folder or application cannot be
+    // unchanged model adds no row. False with `reason` when a folder or application cannot be
     // written.
     bool Write(ULong asset, std::string& reason);
-
-    // What the last Write merged.
-    ULong Folders() const { return static_cast<ULong>(m_folders.size()); }
-    ULong Files() const { return m_files; }
 
 private:
     // The catalogue row of (publisher, name), as the writer names applications; 0 on failure.
@@ -57,5 +53,4 @@ private:
     std::map<std::pair<ULong, std::string>, ULong> m_children;  // (parent, name) -> folder on the asset
     std::set<ULong> m_listed;                                   // parents whose children are read
     bool m_hasFolders = true;
-    ULong m_files = 0;
 };
