@@ -254,7 +254,7 @@ int RunImport(Context& context) {
     }
     progress.Clear();
 
-    // Once per run, after every inventory: installations only change through the imports.
+    // Once per run, after every inventory: the counts are final and each alert is raised once.
     messages.text.clear();
     CDynaList<ULong> alerts;
     const ULong overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &alerts);
