@@ -200,8 +200,18 @@ BenchDatabase& DatabaseFor(Engine engine) {
     return target;
 }
 
-// The writer's part of a first import (a new machine each time) or of an unchanged re-import.
-void Write(benchmark::State& state, Engine engine, int software, bool again) {
+// Gives every software entry an install folder below a folder per publisher and one file there,
+// as agents that report install locations and executables do.
+void AddFolders(Inventory& inventory) {
+    for (InventorySoftware& entry : inventory.software) {
+        entry.folder = "C:\\Program Files\\" + entry.publisher + "\\" + entry.name;
+        entry.files = {{entry.name + ".exe", 40960}};
+    }
+}
+
+// The writer's part of a first import (a new machine each time) or of an unchanged re-import;
+// with `files`, each entry also brings a folder and a file.
+void WriteInventories(benchmark::State& state, Engine engine, int software, bool again, bool files) {
     BenchDatabase& target = DatabaseFor(engine);
     SqlImportTransactions transactions(*target.db);
     CInventoryWriter writer(*target.db, transactions);
@@ -211,6 +221,7 @@ void Write(benchmark::State& state, Engine engine, int software, bool again) {
     ImportOutcome outcome;
     if (again) {
         ReadInventory("bench", XmlInventory(software, ++machines), inventory, error);
+        if (files) AddFolders(inventory);
         writer.Apply(inventory, outcome, error);
     }
     for (auto _ : state) {
@@ -218,6 +229,7 @@ void Write(benchmark::State& state, Engine engine, int software, bool again) {
             state.PauseTiming();
             inventory = Inventory{};
             ReadInventory("bench", XmlInventory(software, ++machines), inventory, error);
+            if (files) AddFolders(inventory);
             state.ResumeTiming();
         }
         if (!writer.Apply(inventory, outcome, error)) state.SkipWithError(error.c_str());
@@ -226,6 +238,14 @@ void Write(benchmark::State& state, Engine engine, int software, bool again) {
         benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["hw values"] = static_cast<double>(outcome.hardwareValues);
     state.counters["applications"] = static_cast<double>(outcome.applications);
+}
+
+void Write(benchmark::State& state, Engine engine, int software, bool again) {
+    WriteInventories(state, engine, software, again, false);
+}
+
+void WriteWithFiles(benchmark::State& state, Engine engine, int software, bool again) {
+    WriteInventories(state, engine, software, again, true);
 }
 
 }  // namespace
@@ -248,6 +268,14 @@ void RegisterBenchmarks() {
                 ->MinTime(2);
             benchmark::RegisterBenchmark(("Write/unchanged-reimport/" + size + name).c_str(), Write, engine, software,
                                          true)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime()
+                ->MinTime(2);
+        }
+        for (const bool again : {false, true}) {
+            const std::string kind = again ? "unchanged-reimport" : "first-import";
+            benchmark::RegisterBenchmark(("Write/" + kind + "-with-files/3000-software/" + name).c_str(),
+                                         WriteWithFiles, engine, 3000, again)
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime()
                 ->MinTime(2);

@@ -26,14 +26,19 @@ namespace cli {
 namespace {
 
 const char kHelp[] =
-    "usage: norvik import [--location LOCATION] [--json] PATH...\n"
+    "usage: norvik import [--location LOCATION] [--kb FILE] [--json] PATH...\n"
     "Imports agent inventories (XML <REQUEST> documents, .xml or .ocs, and JSON inventories;\n"
     "the format is told from the content). A PATH is a file, a folder (every .xml, .ocs and\n"
     ".json file below it, in name order) or - for standard input. Each inventory is one\n"
-    "transaction: its asset, record, hardware and applications with their history. One line\n"
-    "is printed per inventory (--json: one object each). A damaged file changes nothing and is\n"
+    "transaction: its asset, record, hardware, applications with their history, and software\n"
+    "folders and files. One line is printed per inventory, then the licence check: after all\n"
+    "files, every per-PC licence is compared with its installations once and an alert raised\n"
+    "for each newly over-used application (--json: {\"inventories\": [one object each],\n"
+    "\"overUsedApplications\": N, \"licenceAlerts\": N}). A damaged file changes nothing and is\n"
     "reported; the others are still imported and the exit code is then 1.\n"
-    "LOCATION (an id or a path) places assets that no address range claims.\n";
+    "LOCATION (an id or a path) places assets that no address range claims.\n"
+    "FILE, a Knowledge Base, recognises applications among the inventories' files and answers\n"
+    "first for category, make and model (the site's own entries otherwise).\n";
 
 // Attempts of one inventory when the engine reports the database busy or locked.
 constexpr int kBusyAttempts = 20;
@@ -145,8 +150,8 @@ private:
 int RunImport(Context& context) {
     if (context.PrintHelpIfAsked(kHelp)) return kExitOk;
     Words words;
-    const std::string problem =
-        SplitWords(context.args, WordRules{{"--json"}, {"--location"}, 1, static_cast<std::size_t>(-1)}, &words);
+    const std::string problem = SplitWords(
+        context.args, WordRules{{"--json"}, {"--location", "--kb"}, 1, static_cast<std::size_t>(-1)}, &words);
     if (!problem.empty()) {
         PrintError(problem + " (see norvik import --help)");
         return kExitUsage;
@@ -180,6 +185,20 @@ int RunImport(Context& context) {
         const Resolved location = ResolveLocation(*db, words.Value("--location"), true);
         if (!location.ok()) return Fail(location);
         placement = {true, location.id};
+    }
+    if (words.Has("--kb")) {
+        // An older Knowledge Base asks before it is upgraded: the tool's own answers (--yes, the
+        // terminal) apply.
+        platform::SetMessageBoxHook([&context](const char* text, unsigned style) {
+            return TerminalMessageBox(text, style, reinterpret_cast<CallbackValue>(&context.options));
+        });
+        const int opened = db->kb().Open(words.Value("--kb").c_str());
+        platform::SetMessageBoxHook(nullptr);
+        if (!opened) {
+            const CString& why = db->kb().GetLastError();
+            return Fail("cannot read the Knowledge Base " + words.Value("--kb") +
+                        (why.IsEmpty() ? "" : ": " + why.str()));
+        }
     }
     Messages messages;
     db->SetMsgBoxCallback(Messages::Collect, reinterpret_cast<CallbackValue>(&messages));
@@ -234,10 +253,23 @@ int RunImport(Context& context) {
         results.push_back(std::move(result));
     }
     progress.Clear();
+
+    // Once per run, after every inventory: the counts are final and each alert is raised once.
+    messages.text.clear();
+    CDynaList<ULong> alerts;
+    const ULong overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &alerts);
+    if (!messages.text.empty()) {
+        PrintError("the licence check failed: " + messages.text.substr(0, 300));
+        failed = true;
+    }
     if (json) {
-        std::cout << "[";
+        std::cout << "{\"inventories\": [";
         for (std::size_t i = 0; i < results.size(); ++i) std::cout << (i ? ",\n " : "") << JsonOf(results[i]);
-        std::cout << "]\n";
+        std::cout << "],\n \"overUsedApplications\": " << overUsed << ", \"licenceAlerts\": " << alerts.GetCount()
+                  << "}\n";
+    } else {
+        std::cout << "Licences: " << Counted(overUsed, "over-used application", "over-used applications") << ", "
+                  << Counted(alerts.GetCount(), "new alert", "new alerts") << std::endl;
     }
     return failed ? kExitFailed : kExitOk;
 }

@@ -25,6 +25,15 @@ struct InventoryHwSection {
     std::vector<InventoryHwValue> values;
 };
 
+// One file of a software entry: its name (a bare name, or a path of its own) and its size in
+// bytes, 0 when the inventory does not give one.
+struct InventoryFile {
+    std::string name;
+    ULong size = 0;
+
+    bool operator==(const InventoryFile&) const = default;
+};
+
 // One installed software entry. Folder and file names are present only where the format
 // carries them (an install location, an executable); they are empty otherwise.
 struct InventorySoftware {
@@ -32,7 +41,7 @@ struct InventorySoftware {
     std::string name;
     std::string version;
     std::string folder;
-    std::vector<std::string> files;
+    std::vector<InventoryFile> files;
 };
 
 // Identifiers used to recognise a machine under a new name. Placeholder values (the list in

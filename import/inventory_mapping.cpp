@@ -528,6 +528,11 @@ bool MapInventory(const InventoryContent& content, Inventory& inventory, std::st
         software.publisher = FirstOf(*record, "publisher");
         software.version = FirstOf(*record, "version");
         software.folder = FirstOf(*record, "folder|install_location|installlocation");
+        // The size belongs to the file only beside a file name: without one it is the package's.
+        if (std::string file = FirstOf(*record, "filename"); !file.empty()) {
+            const auto size = NumberInUnit(FirstOf(*record, "filesize"), "");
+            software.files.push_back({std::move(file), size.value_or(0)});
+        }
         inventory.software.push_back(std::move(software));
     }
     return true;

@@ -11,8 +11,10 @@
 #include "common/ipaddress.h"
 #include "common/publishers.h"
 #include "common/sortlist.h"
+#include "import/file_writer.h"
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
+#include "import/publisher_name.h"
 
 namespace {
 
@@ -34,22 +36,6 @@ std::string ColumnPath(const std::string& path) {
     }
 }
 
-// One spelling per company: the publisher table's full name when the text is one of its keys or
-// starts with one as a whole word ("Microsoft Corporation" -> MICROSOFT), else the text as given.
-std::string NormalisedPublisher(const std::string& publisher) {
-    std::string upper = publisher;
-    for (char& c : upper)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-    const PublisherName* table = PublisherTable();
-    for (int i = 0; i < kPublisherTableSize && table[i].key[0] != '\0'; ++i) {
-        const std::string_view key = table[i].key;
-        if (upper.compare(0, key.size(), key) != 0) continue;
-        const unsigned char next = upper.size() > key.size() ? static_cast<unsigned char>(upper[key.size()]) : ' ';
-        if (!(std::isalnum(next) || next >= 0x80)) return table[i].name;
-    }
-    return publisher;
-}
-
 // How EnumApplicationInstances (with versions) lists an instance.
 std::string InstanceText(const std::string& name, const std::string& version) {
     return version.empty() ? name : name + " [" + version + "]";
@@ -60,8 +46,12 @@ std::string InstanceText(const std::string& name, const std::string& version) {
 CInventoryWriter::CInventoryWriter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
     : m_db(db), m_transactions(transactions), m_placement(placement) {}
 
-bool CInventoryWriter::Apply(const Inventory& inventory, ImportOutcome& outcome, std::string& error) {
+bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std::string& error) {
     outcome = ImportOutcome{};
+    // Recognised applications join the model, so that they are written (and kept by a re-import)
+    // like the entries; folders and files follow the applications they belong to.
+    CFileWriter files(m_db);
+    const Inventory& inventory = files.Recognise(given);
     if (inventory.hostName.empty()) {
         error = "(no name): the inventory names no host";
         return false;
@@ -79,7 +69,7 @@ bool CInventoryWriter::Apply(const Inventory& inventory, ImportOutcome& outcome,
     const bool written = Identify(inventory, when, outcome, reason) && WriteRecord(inventory, when, outcome, reason) &&
                          WriteCatalogue(inventory, when, outcome, reason) &&
                          WriteHardware(inventory, when, outcome, reason) &&
-                         WriteSoftware(inventory, when, outcome, reason);
+                         WriteSoftware(inventory, when, outcome, reason) && files.Write(outcome.asset, reason);
     if (written && m_transactions.Commit()) return true;
     m_transactions.Rollback();
     m_categories.clear();
