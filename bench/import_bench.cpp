@@ -13,6 +13,7 @@
 #include "import/import_transactions.h"
 #include "import/inventory_reader.h"
 #include "import/inventory_writer.h"
+#include "platform/odbc_prepared.h"
 
 namespace {
 
@@ -248,6 +249,24 @@ void WriteWithFiles(benchmark::State& state, Engine engine, int software, bool a
     WriteInventories(state, engine, software, again, true);
 }
 
+// The driver's floor for one row per entry: a bare prepared insert of `rows` instance rows in
+// one transaction, what any writer that sends a statement per software entry pays at least.
+void PreparedInsertFloor(benchmark::State& state, Engine engine, int rows) {
+    BenchDatabase& target = DatabaseFor(engine);
+    COdbcPrepared& insert = target.db->Prepared(
+        "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) values (?, ?, '', ?, 0, 0)");
+    for (auto _ : state) {
+        target.db->BeginTrans();
+        for (int i = 0; i < rows; ++i) {
+            insert.SetLong(1, 999999);
+            insert.SetLong(2, i + 1);
+            insert.SetText(3, "1.0-1ubuntu0.22.04");
+            insert.Execute();
+        }
+        target.db->Rollback();
+    }
+}
+
 }  // namespace
 
 void RegisterBenchmarks() {
@@ -271,6 +290,10 @@ void RegisterBenchmarks() {
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime()
                 ->MinTime(2);
+            benchmark::RegisterBenchmark(("Floor/prepared-insert/" + size + name).c_str(), PreparedInsertFloor, engine,
+                                         software)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime();
         }
         for (const bool again : {false, true}) {
             const std::string kind = again ? "unchanged-reimport" : "first-import";

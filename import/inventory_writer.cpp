@@ -324,7 +324,10 @@ bool CInventoryWriter::WriteSoftware(const Inventory& inventory, CTime when, Imp
             ++outcome.applicationsRemoved;
         }
     }
+    // The new instances go in one call: on a server each statement is a round trip, and a
+    // first import adds thousands.
     CSortList after;
+    CDynaList<CNorvik::AppInstanceEntry> added;
     for (const auto& [text, items] : wanted) {
         const auto found = old.find(text);
         const std::size_t present = found == old.end() ? 0 : found->second.size();
@@ -332,14 +335,15 @@ bool CInventoryWriter::WriteSoftware(const Inventory& inventory, CTime when, Imp
             after.Add(CString(text.c_str()), 0, 0);
             if (i < present) continue;
             const Planned& item = items[i];
-            const ULong app = m_db.applicationAdd(item.publisher.c_str(), item.name.c_str(), 1);
-            if (app == 0 || m_db.applicationAddInstance(asset, app, "", item.version.c_str(), 0) == 0) {
-                reason = "the application " + text + " cannot be stored";
-                return false;
-            }
-            ++outcome.applicationsAdded;
+            added.Add(CNorvik::AppInstanceEntry{CString(item.publisher.c_str()), CString(item.name.c_str()),
+                                                CString(item.version.c_str())});
         }
     }
+    if (added.GetCount() > 0 && !m_db.applicationAddInstances(asset, added)) {
+        reason = "the applications cannot be stored";
+        return false;
+    }
+    outcome.applicationsAdded = added.GetCount();
     if (outcome.newAsset || (outcome.applicationsAdded == 0 && outcome.applicationsRemoved == 0)) return true;
     m_db.StoreAppHistory(asset, before, after, when);
     return true;

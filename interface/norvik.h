@@ -595,6 +595,15 @@ public:
     virtual CString applicationGetVersion(ULong instance) = 0;
     // Appends (empty, _ID, _LICCOUNT) for every application whose licence type has bit 0x1.
     virtual ULong applicationEnumLicenceCounts(CSortList& list) = 0;
+    // One installed application of an asset, for applicationAddInstances.
+    struct AppInstanceEntry {
+        CString publisher;
+        CString name;
+        CString version;
+    };
+    // For each entry, in a few set-based statements: applicationAdd(publisher, name, 1), then
+    // applicationAddInstance(asset, that app, "", version, 0). 1; 0 on failure (all or nothing).
+    virtual int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) = 0;
 
     // ---- Licences ----
     // LICTYPE holds the licence types; each application (APPS) carries one (_LICTYPE) and a

@@ -1,8 +1,14 @@
 // Applications and their instances: the site's catalogue in APPS, each asset's instances in
 // APPINST with the one-entry instance cache, application flags and aliases.
 #include <algorithm>
+#include <cstring>
 #include <initializer_list>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/odbc_prepared.h"
 #include "platform/ui_hooks.h"
 #include "sql/app_names.h"
 #include "sql/norvik_sql.h"
@@ -43,6 +49,52 @@ int ExecuteTogether(CNorvikSql& db, std::initializer_list<CString> statements) {
         db.HandleSqlException(e, current ? current->c_str() : nullptr);
         return 0;
     }
+}
+
+// One distinct application of applicationAddInstances with the number of its entries.
+struct AppBatchEntry {
+    const CNorvik::AppInstanceEntry* entry;
+    int count;
+};
+
+// The steps of applicationAddInstances, each run with V(M, A, C, VER) = (publisher, name,
+// count, version) and @ASSET the asset: the catalogue rows first, then the instances that exist,
+// then the missing ones, so that a new instance is not counted twice. The update is joined on
+// (asset, application), so each entry is one index look-up on either engine.
+const char* const kAppBatchSteps[] = {
+    "insert into APPS (_MFR, _APP, _FLAGS) select M, A, 1 from V where not exists (select 1 from APPS where "
+    "APPS._MFR = V.M and APPS._APP = V.A)",
+    "update APPINST set _FILES = _FILES + T.C from T where APPINST._ASSET = @ASSET and APPINST._APP = T.APP and "
+    "APPINST._ID = (select min(I._ID) from APPINST I where I._ASSET = @ASSET and I._APP = T.APP)",
+    "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) select @ASSET, APP, '', VER, C - 1, 0 from "
+    "T where not exists (select 1 from APPINST where _ASSET = @ASSET and _APP = T.APP)",
+};
+
+// A step of kAppBatchSteps over the rows `source` gives, with `asset` written for each @ASSET.
+std::string AppBatchStatement(const std::string& source, const char* body, const std::string& asset) {
+    std::string text = "with V(M, A, C, VER) as (" + source +
+                       "), T(APP, C, VER) as (select (select min(_ID) from APPS where _MFR = V.M and _APP = V.A), "
+                       "C, VER from V) ";
+    for (const char* p = body; *p;) {
+        if (std::strncmp(p, "@ASSET", 6) == 0) {
+            text += asset;
+            p += 6;
+        } else {
+            text += *p++;
+        }
+    }
+    return text;
+}
+
+// Appends `text` as an element of a PostgreSQL array literal (quoted, \ and " escaped).
+void AppendArrayText(std::string& array, const CString& text, bool first) {
+    if (!first) array += ',';
+    array += '"';
+    for (const char c : text.str()) {
+        if (c == '"' || c == '\\') array += '\\';
+        array += c;
+    }
+    array += '"';
 }
 
 }  // namespace
@@ -149,30 +201,97 @@ int CNorvikSql::DeleteSw(ULong asset) {
                                    CString::Formatted("delete from SWLINK where _ASSET=%d", AsInt(asset))});
 }
 
+int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) {
+    // Entries of one application are sent once with their number: the first creates the
+    // instance and each further one adds to its _FILES, as repeated calls of the pair would.
+    std::vector<AppBatchEntry> wanted;
+    std::map<std::pair<std::string, std::string>, std::size_t> seen;
+    for (const AppInstanceEntry& entry : entries) {
+        const auto [at, added] = seen.emplace(std::make_pair(entry.publisher.str(), entry.name.str()), wanted.size());
+        if (added)
+            wanted.push_back(AppBatchEntry{&entry, 1});
+        else
+            ++wanted[at->second].count;
+    }
+    if (wanted.empty()) return 1;
+    CString statement;
+    try {
+        TransactionScope transaction(*this);
+        if (GetEngine() == SqlEngine::PostgreSql) {
+            // The whole list as four array parameters of statements prepared once per connection:
+            // three round trips, and nothing for the server to parse or plan per entry.
+            std::string arrays[4];
+            for (const AppBatchEntry& item : wanted) {
+                const bool first = arrays[0].empty();
+                AppendArrayText(arrays[0], item.entry->publisher, first);
+                AppendArrayText(arrays[1], item.entry->name, first);
+                arrays[2] += (first ? "" : ",") + std::to_string(item.count);
+                AppendArrayText(arrays[3], item.entry->version, first);
+            }
+            const std::string source =
+                "select * from unnest(cast(? as text[]), cast(? as text[]), cast(? as integer[]), cast(? as text[]))";
+            for (const char* body : kAppBatchSteps) {
+                statement = AppBatchStatement(source, body, "cast(? as integer)");
+                COdbcPrepared& step = Prepared(statement);
+                for (int i = 0; i < 4; ++i) step.SetText(i + 1, ("{" + arrays[i] + "}").c_str());
+                int number = 5;
+                for (const char* at = body; (at = std::strstr(at, "@ASSET")) != nullptr; ++at)
+                    step.SetLong(number++, AsInt(asset));
+                BusyScope busy(*this);
+                step.Execute();
+            }
+        } else {
+            // In process a statement costs no round trip; batches bound the statement text
+            // (about 100 bytes an entry).
+            constexpr std::size_t kBatch = 500;
+            for (std::size_t first = 0; first < wanted.size(); first += kBatch) {
+                std::string source = "values ";
+                for (std::size_t i = first; i < std::min(wanted.size(), first + kBatch); ++i) {
+                    const AppInstanceEntry& entry = *wanted[i].entry;
+                    source += CString::Formatted("%s(%s, %s, %d, %s)", i == first ? "" : ", ",
+                                                 SqlQuote(entry.publisher).c_str(), SqlQuote(entry.name).c_str(),
+                                                 wanted[i].count, SqlQuote(entry.version).c_str())
+                                  .str();
+                }
+                for (const char* body : kAppBatchSteps) {
+                    statement = AppBatchStatement(source, body, std::to_string(AsInt(asset)));
+                    ExecuteStatement(statement);
+                }
+            }
+        }
+        transaction.Commit();
+        m_appInstCacheId = 0;
+        return 1;
+    } catch (const CDBException& e) {
+        m_appInstCacheId = 0;
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
 // ---- Instances: enumerations ----
 
 ULong CNorvikSql::EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int /*unused*/) {
-    struct Row {
-        CString version;
-        ULong instance;
-        ULong app;
-    };
-    CDynaList<Row> rows;
+    // The alias row comes with the instance, so a whole asset is read in one statement: an
+    // import compares every instance of the asset on each re-audit.
     const CString statement = CString::Formatted(
-        "select APPINST._VERSION, APPINST._ID ,APPS._ID ,APPS._FLAGS from APPINST ,APPS where _ASSET=%d and "
-        "APPINST._APP=APPS._ID",
+        "select APPINST._VERSION, APPINST._ID, APPS._FLAGS, APPS._ALIAS, APPS._APP, ALIAS._ID, ALIAS._APP from APPINST "
+        "join APPS on APPINST._APP = APPS._ID left join APPS ALIAS on ALIAS._ID = APPS._ALIAS where APPINST._ASSET = "
+        "%d",
         AsInt(asset));
     try {
-        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
-            if ((rs.NumberAt(3) & mask) == mask) rows.Add(Row{rs.TextAt(0), rs.NumberAt(1), rs.NumberAt(2)});
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+            if ((rs.NumberAt(2) & mask) != mask) continue;
+            // applicationGetName(app, 1, 0): an alias that names no row gives an empty name.
+            const bool aliased = rs.NumberAt(3) != 0;
+            CString text =
+                aliased && rs.NumberAt(5) == 0 ? CString() : AppDisplayName("", rs.TextAt(aliased ? 6 : 4), "", false);
+            const CString version = rs.TextAt(0);
+            if (withVersion && !version.IsEmpty()) text += " [" + version + "]";
+            list.Add(text, rs.NumberAt(1), 0);
+        }
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
-        return list.GetCount();
-    }
-    for (const Row& row : rows) {
-        CString text = applicationGetName(row.app, 1, 0);
-        if (withVersion && !row.version.IsEmpty()) text += " [" + row.version + "]";
-        list.Add(text, row.instance, 0);
     }
     return list.GetCount();
 }

@@ -5,6 +5,7 @@
 
 #include "common/token.h"
 #include "common/trace.h"
+#include "platform/odbc_prepared.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -15,6 +16,14 @@ constexpr int kHwTextWidth = 255;
 
 // The trace options of the diagnostic scope that hwAdd opens for parent 9 of asset 0.
 constexpr ULong kHwDiagnosticTrace = 13;
+
+// The first column of the first row `statement` gives, run as it stands; 0 without a row.
+std::int32_t FirstLong(COdbcPrepared& statement) {
+    statement.Execute();
+    const std::int32_t value = statement.Fetch() ? statement.LongAt(1) : 0;
+    statement.CloseCursor();
+    return value;
+}
 
 }  // namespace
 
@@ -53,22 +62,52 @@ ULong CNorvikSql::hwAdd(ULong parent, ULong asset, ULong flags, const char* key,
     }
     statement = CString::Formatted("select _ID from HW where _PARENT=%d and _ASSET=%d and _KEY=%s",
                                    static_cast<int>(parent), static_cast<int>(asset), SqlQuote(key).c_str());
+    // An import stores hundreds of values per asset: the statements are prepared once per
+    // connection, and a server gets the find and the write as one statement (one round trip).
+    const std::string fullKey = key ? key : "";
+    const std::string fullValue = value ? value : "";
+    const std::string cutKey = fullKey.substr(0, kHwTextWidth);
+    const std::string cutValue = fullValue.substr(0, kHwTextWidth);
     try {
-        ULong node = 0;
-        {
-            CSqlRecordset rs(this, statement);
-            if (!rs.IsEOF()) node = rs.NumberAt(0);
+        BusyScope busy(*this);
+        if (GetEngine() == SqlEngine::PostgreSql) {
+            COdbcPrepared& store = Prepared(
+                "with F as (select _ID from HW where _PARENT = cast(? as integer) and _ASSET = cast(? as integer) and "
+                "_KEY = cast(? as text) limit 1), U as (update HW set _VAL = cast(? as text) where _ID in (select _ID "
+                "from F) returning _ID), I as (insert into HW (_PARENT, _ASSET, _FLAGS, _KEY, _VAL) select cast(? as "
+                "integer), cast(? as integer), cast(? as integer), cast(? as text), cast(? as text) where not exists "
+                "(select 1 from F) returning _ID) select _ID from U union all select _ID from I");
+            store.SetLong(1, static_cast<std::int32_t>(parent));
+            store.SetLong(2, static_cast<std::int32_t>(asset));
+            store.SetText(3, fullKey.c_str());
+            store.SetText(4, fullValue.c_str());
+            store.SetLong(5, static_cast<std::int32_t>(parent));
+            store.SetLong(6, static_cast<std::int32_t>(asset));
+            store.SetLong(7, static_cast<std::int32_t>(flags));
+            store.SetText(8, cutKey.c_str());
+            store.SetText(9, cutValue.c_str());
+            return static_cast<ULong>(FirstLong(store));
         }
+        COdbcPrepared& find = Prepared("select _ID from HW where _PARENT = ? and _ASSET = ? and _KEY = ? limit 1");
+        find.SetLong(1, static_cast<std::int32_t>(parent));
+        find.SetLong(2, static_cast<std::int32_t>(asset));
+        find.SetText(3, fullKey.c_str());
+        const std::int32_t node = FirstLong(find);
         if (node != 0) {
-            statement = CString::Formatted("update HW set _VAL=%s where _ID=%d", SqlQuote(value).c_str(),
-                                           static_cast<int>(node));
-            ExecuteStatement(statement);
-            return node;
+            COdbcPrepared& update = Prepared("update HW set _VAL = ? where _ID = ?");
+            update.SetText(1, fullValue.c_str());
+            update.SetLong(2, node);
+            update.Execute();
+            return static_cast<ULong>(node);
         }
-        statement = CString::Formatted("%d,%d,%d,%s,%s", static_cast<int>(parent), static_cast<int>(asset),
-                                       static_cast<int>(flags), SqlQuote(key, kHwTextWidth).c_str(),
-                                       SqlQuote(value, kHwTextWidth).c_str());
-        return InsertRecord("HW", "_PARENT,_ASSET,_FLAGS,_KEY,_VAL", statement);
+        COdbcPrepared& insert = Prepared("insert into HW (_PARENT, _ASSET, _FLAGS, _KEY, _VAL) values (?, ?, ?, ?, ?)");
+        insert.SetLong(1, static_cast<std::int32_t>(parent));
+        insert.SetLong(2, static_cast<std::int32_t>(asset));
+        insert.SetLong(3, static_cast<std::int32_t>(flags));
+        insert.SetText(4, cutKey.c_str());
+        insert.SetText(5, cutValue.c_str());
+        insert.Execute();
+        return static_cast<ULong>(FirstLong(Prepared("select last_insert_rowid()")));
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
         return 0;

@@ -214,6 +214,7 @@ public:
     CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) override;
     CString applicationGetVersion(ULong instance) override;
     ULong applicationEnumLicenceCounts(CSortList& list) override;
+    int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
 
     // ---- Licences ----
     int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances, int& difference) override;

@@ -96,20 +96,6 @@ TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
     }
 }
 
-TEST(InventoryReader, TruncatedFixturesAreRefusedWhereTheyEnd) {
-    for (const char* name : {"truncated.xml", "truncated.json"}) {
-        Inventory inventory;
-        std::string error;
-        EXPECT_FALSE(ReadInventoryFile(kFixtures + "/" + name, inventory, error));
-        EXPECT_NE(error.find(kFixtures + "/" + name + ": line "), std::string::npos) << error;
-        EXPECT_NE(error.find("(truncated file)"), std::string::npos) << error;
-    }
-    Inventory inventory;
-    std::string error;
-    EXPECT_FALSE(ReadInventoryFile(kFixtures + "/missing.xml", inventory, error));
-    EXPECT_EQ(error, kFixtures + "/missing.xml: No such file or directory");
-}
-
 TEST(InventoryReader, XmlInventoryMapsIdentityRecordAndOperatingSystem) {
     const Inventory inventory = ReadFixture("workstation.xml");
     EXPECT_EQ(inventory.hostName, "WS-ALPHA");
@@ -142,32 +128,20 @@ TEST(InventoryReader, XmlHardwareSectionsBecomeCategoriesWithDisplayTypes) {
         std::string expected;
     } cases[] = {
         {"System", "Serial Number", "CZC1234XYZ/0"},
-        {"System", "Asset Tag", "Default string/0"},  // kept as hardware, never used to match
         {"System", "Memory", "8192/3"},
         {"BIOS", "Date", std::to_string(CTime(2009, 6, 23, 0, 0, 0).GetTime()) + "/4"},
         {"Motherboard", "Serial Number", "MB77-000123/0"},
         {"Network", "Default Gateway", "167838209/5"},
         {"Processors|Processor 1", "Speed", "2400/7"},
-        {"Processors|Processor 2", "Cores", "4/0"},
         {"Memory|DIMM 0", "Capacity", "4096/3"},
-        {"Memory|DIMM 0", "Speed", "1333/7"},
         {"Storage|sda", "Model", "Disk|Pro 500/0"},
-        {"Storage|sda", "Size", "476940/3"},
-        {"Drives|C:", "Free Space", "200000/3"},
-        {"Controllers|SATA AHCI Controller", "PCI ID", "8086:3a22/0"},
         {"Network Adapters|Gigabit Ethernet", "IP Address", "167838241/5"},
         {"Network Adapters|Gigabit Ethernet", "Subnet Mask", "4294967040/5"},
-        {"Network Adapters|Gigabit Ethernet", "MAC Address", "00:1e:4f:12:34:56/0"},
         {"Network Adapters|WAN Miniport (IPv6)", "MAC Address", "50:50:54:50:30:30/0"},
         {"Monitors|Wide 24", "Serial Number", "MON-24-77/0"},
         {"Printers|Office Laser", "Port", "IP_10.1.2.50/0"},
-        {"Sound|High Definition Audio", "Manufacturer", "Contoso/0"},
         {"Video|Contoso Graphics 900", "Memory", "1024/3"},
-        {"USB Devices|USB Keyboard", "Vendor ID", "046D/0"},
         {"Batteries|UPS Battery", "Date", std::to_string(CTime(2010, 4, 1, 0, 0, 0).GetTime()) + "/4"},
-        {"Modems|Fax Modem", "Type", "External/0"},
-        {"Ports|COM1", "Type", "Serial/0"},
-        {"Slots|PCIE1", "Status", "In Use/0"},
         {"Input Devices|HID Mouse", "Pointing Type", "3/0"},
         {"Security|Antivirus|Shield Antivirus", "Up To Date", "1/0"},
     };
@@ -194,18 +168,6 @@ TEST(InventoryReader, XmlSoftwareKeepsBytesEntitiesLongNamesAndFolders) {
     const auto longest = std::max_element(inventory.software.begin(), inventory.software.end(),
                                           [](const auto& a, const auto& b) { return a.name.size() < b.name.size(); });
     EXPECT_EQ(longest->name.size(), 2000u);  // uncut in the model: the writer cuts to the column
-}
-
-TEST(InventoryReader, RenamedFixtureKeepsTheIdentityAndLosesOneSoftware) {
-    const Inventory before = ReadFixture("workstation.xml");
-    const Inventory after = ReadFixture("workstation-renamed.xml");
-    EXPECT_EQ(after.hostName, "WS-BETA");
-    EXPECT_EQ(after.identity.biosSerial, before.identity.biosSerial);
-    EXPECT_EQ(after.identity.systemUuid, before.identity.systemUuid);
-    EXPECT_EQ(after.software.size() + 1, before.software.size());
-    EXPECT_EQ(Software(after, "Removed Later"), nullptr);
-    EXPECT_EQ(Item(after, "Processors|Processor 1", "Speed"), "2600/7");
-    EXPECT_EQ(Section(after, "Printers|Office Laser"), nullptr);
 }
 
 TEST(InventoryReader, PlaceholderIdentifiersAndNoAddressesLeaveIdentityEmpty) {
@@ -247,20 +209,14 @@ TEST(InventoryReader, JsonInventoryMapsLikeTheXmlOne) {
         {"Motherboard", "Serial Number", "@@@@@@@@@@@@/0"},
         {"System", "Memory", "7800/3"},
         {"Processors|Processor 1", "Speed", "2300/7"},
-        {"Memory|DIMM0", "Speed", "1866/7"},
         {"Drives|/", "Total Size", "50268/3"},
-        {"Drives|/home", "Volume", "/dev/mapper/home/0"},
         {"Storage|Logical Volumes|home", "Size", "193516/3"},
         {"Storage|Physical Volumes|/dev/nvme0n1p3", "Format", "lvm2/0"},
         {"Storage|Volume Groups|fedora", "Logical Volumes", "3/0"},
         {"Network Adapters|wlp58s0", "IP Address", "3232235918/5"},
         {"Network Adapters|wlp58s0", "Virtual", "0/0"},
-        {"Network Adapters|lo", "Virtual", "1/0"},
         {"Virtual Machines|test-vm", "Memory", "2048/3"},
-        {"Security|Firewall|Firewall 1", "Status", "on/0"},
         {"Security|Antivirus|ClamAV", "Enabled", "1/0"},
-        {"Remote Management|teamviewer", "ID", "123456789/0"},
-        {"Batteries|BAT0", "Capacity", "56000/0"},
     };
     for (const auto& c : cases) EXPECT_EQ(Item(inventory, c.path, c.key), c.expected) << c.path << " " << c.key;
     ASSERT_EQ(inventory.software.size(), 3u);

@@ -2,10 +2,12 @@
 // names and aliases, the instance cache, the labels of the enumerations, and hostile texts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "kb/kb_files.h"
+#include "sql/sql_recordset.h"
 #include "support/engine_test.h"
 
 namespace {
@@ -257,6 +259,53 @@ TEST_P(Applications, ReRecogniseAssignsUnassignedFilesAndCountsThemIntoInstances
     EXPECT_EQ(db_->newGetAppInstFiles(instances[0]), 2u);
     EXPECT_EQ(db_->applicationIsInstalled(pc2, scribe), 1);  // the shared file's other holder
     EXPECT_EQ(db_->ReRecognise(pc), 0u);                     // nothing left to assign
+    EXPECT_EQ(AllMessages(), "");
+}
+
+// The bulk form must leave what the pair applicationAdd + applicationAddInstance leaves entry by
+// entry: found or new catalogue rows, an existing instance counted up, a repeated entry counted,
+// hostile texts intact (the server receives them as array literals), batches past 500 entries.
+TEST_P(Applications, BulkInstanceAddLeavesWhatThePairOfCallsLeaves) {
+    const ULong bulk = Asset("BULK"), paired = Asset("PAIRED");
+    CDynaList<CNorvik::AppInstanceEntry> entries;
+    entries.Add({"Acme", "Editor", "1.0"});
+    entries.Add({"Acme", "Viewer", "2.0"});
+    entries.Add({"Acme", "Viewer", "9.9"});  // repeated: counted into the first one's instance
+    entries.Add({"", "O'Brien \"Tools\" \\ {a,b} \xc3\xa9", "v'1\"}"});
+    for (int i = 0; i < 1100; ++i) entries.Add({"Bulk Co", ("tool " + std::to_string(i)).c_str(), ""});
+    for (const ULong asset : {bulk, paired}) {  // an instance and a catalogue row already there
+        db_->applicationAddInstance(asset, db_->applicationAdd("Acme", "Editor", 4), "", "0.5", 0);
+        db_->applicationAdd("Acme", "Viewer", 4);
+    }
+    auto appRows = [&] { return CSqlRecordset(db_.get(), "select count(*) from APPS").NumberAt(0); };
+    const ULong appsBefore = appRows();
+    ASSERT_EQ(db_->applicationAddInstances(bulk, entries), 1);
+    const ULong appsAfterBulk = appRows();
+    for (const CNorvik::AppInstanceEntry& entry : entries)
+        db_->applicationAddInstance(paired, db_->applicationAdd(entry.publisher, entry.name, 1), "", entry.version, 0);
+    EXPECT_EQ(appsAfterBulk, appsBefore + 1 + 1100);
+    EXPECT_EQ(appRows(), appsAfterBulk);  // the pair found every row the bulk form made
+
+    auto state = [&](ULong asset) {
+        std::vector<std::string> rows;
+        CSqlRecordset rs(db_.get(),
+                         CString::Formatted("select APPS._MFR, APPS._APP, APPS._FLAGS, APPINST._VERSION, "
+                                            "APPINST._FILES, APPINST._FLAGS, APPINST._SERIAL from APPINST join APPS on "
+                                            "APPS._ID = APPINST._APP where _ASSET = %d",
+                                            static_cast<int>(asset)));
+        for (; !rs.IsEOF(); rs.MoveNext())
+            rows.push_back(rs.TextAt(0).str() + "|" + rs.TextAt(1).str() + "|" + std::to_string(rs.NumberAt(2)) + "|" +
+                           rs.TextAt(3).str() + "|" + std::to_string(rs.NumberAt(4)) + "|" +
+                           std::to_string(rs.NumberAt(5)) + "|" + rs.TextAt(6).str());
+        std::sort(rows.begin(), rows.end());
+        return rows;
+    };
+    const std::vector<std::string> expected = state(paired);
+    ASSERT_EQ(expected.size(), 1103u);
+    EXPECT_EQ(state(bulk), expected);
+    EXPECT_NE(std::find(expected.begin(), expected.end(), "Acme|Editor|4|0.5|1|0|"), expected.end());
+    EXPECT_NE(std::find(expected.begin(), expected.end(), "Acme|Viewer|4|2.0|1|0|"), expected.end());
+    EXPECT_EQ(db_->applicationAddInstances(bulk, CDynaList<CNorvik::AppInstanceEntry>()), 1);
     EXPECT_EQ(AllMessages(), "");
 }
 
