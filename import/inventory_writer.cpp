@@ -23,6 +23,10 @@ const char* const kSystemCategory = "System";
 
 CString Column(const std::string& text) { return CString(CutToColumn(text, kImportColumnLimit).c_str()); }
 
+// Listings take only the nodes whose flags share a bit with their mask, so a plain text value
+// carries 0x2, a bit with no other meaning (as `norvik hw set` writes it).
+constexpr ULong kPlainTextValue = 0x0002;
+
 // A category path with each of its pieces cut to the column.
 std::string ColumnPath(const std::string& path) {
     std::string cut;
@@ -240,7 +244,8 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     auto plan = [&](const std::string& wholePath, const std::vector<InventoryHwValue>& values) {
         const std::string path = ColumnPath(wholePath);
         for (const auto& value : values) {
-            Planned item{path, Column(value.key), Column(value.value), value.display};
+            Planned item{path, Column(value.key), Column(value.value),
+                         value.display != 0 ? value.display : kPlainTextValue};
             if (names.insert(path + "." + item.key.str()).second) planned.push_back(std::move(item));
         }
     };

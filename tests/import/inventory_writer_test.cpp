@@ -3,6 +3,7 @@
 // location rules, over-long values and a transaction that fails.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <string>
 #include <vector>
@@ -98,6 +99,9 @@ TEST_P(InventoryWriter, NewAssetGetsRecordCatalogueHardwareAndOnlyItsInitialAudi
     EXPECT_EQ(db_->GetMakeName(make).str(), "Contoso Computers");
     EXPECT_EQ(db_->GetModelName(model).str(), "Desk 5000");
     EXPECT_EQ(db_->osFindValue(asset, "Version").str(), "6.1.7601");
+    CSortList osItems;  // plain text values too must show in a listing
+    db_->hwEnum(asset, db_->hwFind(CNorvik::m_szOS, '|'), osItems, 0xFFFFFFFF);
+    EXPECT_TRUE(std::any_of(osItems.begin(), osItems.end(), [](const CSortItem& i) { return i.text == "Version"; }));
     EXPECT_EQ(
         db_->hwValueAsString(db_->hwFind(db_->hwFind("Network Adapters|Ethernet", '|'), asset, "IP Address")).str(),
         "10.1.2.33");
