@@ -974,9 +974,8 @@ public:
     // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
     // the asset holds it in; items already in the list are not added again. Returns the count.
     virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
-    // With an empty `assets`, empties `ids` and fills it with
-    // every event; otherwise appends the events whose history row belongs to one of `assets`.
-    // Returns the count of `ids`.
+    // With an empty `assets`, empties `ids` and fills it with every event; otherwise appends the
+    // events whose history row belongs to one of `assets`. Returns the count of `ids`.
     virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;
 
     // ---- Events ----
