@@ -31,9 +31,6 @@ using NorvikMsgBoxCallback = int (*)(const char* text, unsigned int style, Callb
 
 class NORVIK_API CNorvik {
 public:
-    // The kinds of back end.
-    enum eDbType { dbNone = 0, dbSql = 1 };
-
     // Progress callback codes and the answer that cancels a step.
     static constexpr int kProgCaption = 1;
     static constexpr int kProgRange = 2;
@@ -67,6 +64,25 @@ public:
     static const char* const m_szSystem;
     static const char* const REG_KEY_UNINSTALL;
 
+    // Enumerations shared with the back end and callers: the kind of back end (GetDbType), and
+    // the kind of a note and the table whose record it is attached to (notesAdd, enumNotes).
+    enum eDbType { dbNone = 0, dbSql = 1 };
+    enum NOTETYPE { noteComment = 0, noteWarning = 1, noteReminder = 2 };
+    enum TABLEIDX {
+        tableLocation = 1,
+        tableAsset = 2,
+        tableApplication = 3,
+        tableAppInstance = 4,
+        tableHardware = 5,
+        tableHistory = 6,
+        tableLicenceType = 7,
+        tableUser = 8,
+        tableDiscovered = 9,
+        tableCategory = 10,
+        tableMake = 11,
+        tableModel = 12
+    };
+
     // Keeps a reference to `kb`, which must outlive this object.
     explicit CNorvik(CAuditDBSys& kb);
     CNorvik(const CNorvik&) = default;
@@ -97,12 +113,10 @@ public:
     // Stores `value` under `key`, replacing an earlier value.
     virtual void SetOption(const char* key, const char* value) = 0;
 
-    // ---- Callbacks ----
+    // ---- Callbacks and samples ----
     // A null function switches a callback off; the context is handed back unchanged.
     virtual void SetCallback(NorvikCallback fn, CallbackValue context);
     virtual void SetMsgBoxCallback(NorvikMsgBoxCallback fn, CallbackValue context);
-
-    // ---- Samples (with the callbacks above) ----
     // The _FLAGS bit of ASSET that marks the sample assets shipped with a new database.
     static constexpr ULong kAssetSampleFlag = 0x1;
     // Deletes (assetDelete) every asset whose _FLAGS carry kAssetSampleFlag. A failure is
@@ -691,7 +705,11 @@ public:
     static constexpr ULong kHistChanged = 4;
     static constexpr ULong kHistInitialAudit = 0x10003;
 
-    // (StoreHwHistory stands first here; it is declared with the hardware operations.)
+    // Records the hardware changes between two hwEnumAll snapshots, items matched by path.key
+    // (exact): added (value1 new), changed (value1 old, value2 new), deleted (value1 old), dated
+    // `date`, keyed "path|key", as the logon user, kind hwIconFromFlags; additions and changes
+    // in newList's order, then deletions in oldList's. A failed write is reported, the rest run.
+    virtual void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) = 0;
     // Records the applications found in `newList` but not in `oldList` ("Added %s") and those
     // gone ("Deleted %s"), names compared exactly, as the logon user. Sorts unsorted lists.
     virtual void StoreAppHistory(ULong asset, CSortList& oldList, CSortList& newList, CTime date);
@@ -723,7 +741,15 @@ public:
     virtual int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) = 0;
     // The asset of a row; 0 for an unknown row.
     virtual ULong historyGetAsset(ULong hist) = 0;
-    // (historyAdd is protected, below.)
+    // Kept protected: callers record history through the operations that change data.
+protected:
+    // Writes one history row with code operation << 16 | (kind & 0xFFFF) and returns its _ID
+    // (0 on failure, which is reported). Key, values and a given user are cut to 256 characters;
+    // a null key or value is stored empty, a null user as the logon user (uncut).
+    virtual ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
+                             const char* value2, const char* user) = 0;
+
+public:
     // Deletes (applicationDelete) every application enumUnreferencedApps lists, in name order.
     // Returns how many were listed.
     virtual ULong PurgeUnreferencedApplications();
@@ -743,127 +769,6 @@ public:
     virtual int IsSecurityEnabled() = 0;
     // Switches log-on on (any non-zero `enable`, stored as 1) or off. 1 when stored, 0 on failure.
     virtual int EnableSecurity(int enable) = 0;
-    // ---- Global (site-wide) enumerations ----
-    // A scope is 0 for the whole site, or a location _ID: the assets of that location and of every
-    // location below it, with their child assets at any depth (assetEnum(scope, 0, list, 1)).
-    // An asset set is a list of asset _IDs; an empty set stands for the whole site.
-    // Appends every catalogue row as (display name, _ID, _FLAGS). Returns the list's count.
-    virtual ULong enumApplications(CSortList& list, int withPublisher) = 0;
-    // The applications of the scope's assets: the asset set of `scope`, then the overload below.
-    // A location holding no asset gives nothing.
-    virtual ULong EnumGlobalSwApplications(ULong scope, CSortList& list, ULong mask, int withPublisher,
-                                           unsigned int aliasDepth, int installedOnly, const char* publisher,
-                                           ULong excludeMask);
-    // Appends each application once as (display name through aliasDepth alias levels, with the
-    // publisher when withPublisher; _ID; number of its instances on the assets) for applications
-    // whose _FLAGS share a bit with `mask` (0 = any) and none with `excludeMask`. `publisher`
-    // null or "All Publishers" = any, "Unknown" = the empty one, else exactly that text. With a
-    // non-empty asset set or installedOnly, only applications installed on the set's assets;
-    // otherwise every catalogue row. Returns the list's count.
-    virtual ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask,
-                                           int withPublisher, unsigned int aliasDepth, int installedOnly,
-                                           const char* publisher, ULong excludeMask) = 0;
-    // Appends the scope's assets holding an instance of `app` (with withAliases, also of the rows
-    // aliased to it at any depth): (asset name [+ " [VERSION]" with withVersion], asset _ID,
-    // instance _ID), ordered by asset name. Returns the list's count.
-    virtual ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) = 0;
-
-    // The distinct files the scope's assets hold, named `name` (null or empty: any name), as
-    // (name [+ " [VERSION]" with withVersion and a version text], SWFILE _ID, _APPID). Items
-    // already in the list are not added again. Returns the list's count.
-    virtual ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) = 0;
-    // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
-    // the asset holds it in; items already in the list are not added again. Returns the count.
-    virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
-
-    // ---- Events ----
-    // (Of the global enumerations.) With an empty `assets`, empties `ids` and fills it with
-    // every event; otherwise appends the events whose history row belongs to one of `assets`.
-    // Returns the count of `ids`.
-    virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;
-    // Ties the event text to a history row; returns the new event's _ID (0 on failure).
-    virtual ULong AddEvent(const char* event, ULong hist) = 0;
-    // The event with exactly this text on this history row, or 0.
-    virtual ULong FindEvent(const char* event, ULong hist) = 0;
-    // Sends "delete * from EVENTLOG", which the supported engines refuse: the failure is
-    // reported and nothing is deleted. Kept as it is; delete events one by one instead.
-    virtual void DeleteAllEvents() = 0;
-    virtual ULong GetEventCount() = 0;
-    // text = the event's text, *hist (when not null) = its history row; an unknown event
-    // leaves both as they were.
-    virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
-    virtual void DeleteEvent(ULong event) = 0;
-
-    // ---- Licence alerts ----
-    // LICALERTS: one row per alert raised about an application's installations; the type is
-    // the caller's (kLicenceAlertOverUse is the one this library raises).
-    // Empties `ids`, then fills it with every alert's _ID. Returns the count.
-    virtual ULong EnumLicenseAlerts(CDynaList<ULong>& ids) = 0;
-    // Records an alert; the new _ID, 0 on failure.
-    virtual ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) = 0;
-    // The first alert of this type about `app`; 0 when none.
-    virtual ULong licensealertFind(int type, ULong app) = 0;
-    // Sends "delete * from LICALERTS", which the supported engines refuse: the failure is
-    // reported and nothing is deleted. Kept as it is; delete alerts one by one instead.
-    virtual void licensealertDeleteAll() = 0;
-    virtual ULong licensealertGetCount() = 0;
-    // The alert's stored values through the pointers given (each may be null); 1 when the
-    // alert exists, else 0 and nothing written.
-    virtual ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared,
-                                         int* instances) = 0;
-    virtual void licensealertDelete(ULong alert) = 0;
-
-    // ---- Publishers ----
-    // Appends each publisher of the applications installed on the scope's assets once, as (text, 0,
-    // number of instances), for applications without kAppHidden whose _FLAGS hold every bit of
-    // `mask`; an empty publisher is listed as "Unknown". Returns the list's count.
-    virtual ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) = 0;
-    // Appends each non-empty publisher of the asset's instances (asset 0: of every instance) once,
-    // as (text, 0, 0), for applications without kAppHidden whose _FLAGS hold every bit of `mask`.
-    virtual ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) = 0;
-    // The application's own publisher, whatever aliasDepth (an alias is never followed here).
-    virtual CString GetAppPublisher(ULong app, unsigned int aliasDepth) = 0;
-    // Appends (name [+ " [VERSION]"], instance _ID, instance _FLAGS) for the asset's instances
-    // without kAppHidden (asset 0: every instance of applications without kAppHidden) whose
-    // application _FLAGS share a bit with `mask`, of `publisher` ("Unknown" = the empty one, "All
-    // Publishers" = any), skipping items already in the list. Returns the list's count.
-    virtual ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
-                                      ULong mask) = 0;
-    // all != 0: every row of publisher `oldPublisher` gets `newPublisher`; else only `app` does.
-    // Returns 0 (a failure is reported).
-    virtual ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) = 0;
-
-    // ---- Housekeeping of applications ----
-    // Appends (name, _ID, 0) for each application with licence type 0 or 1 that no instance and no
-    // file refers to. Returns the list's count.
-    virtual ULong enumUnreferencedApps(CSortList& list) = 0;
-    // Appends (display name, lowest _ID, number of rows) for each publisher and name held by more
-    // than one row, most rows first. Returns the list's count.
-    virtual ULong enumDuplicateApps(CSortList& list) = 0;
-    // Appends rows that point nowhere: ("APPINST", instance _ID, its asset) for instances whose
-    // asset or application is missing, then ("SWLINK", link _ID, its asset) for links whose asset
-    // is missing, each in _ID order. Returns the list's count.
-    virtual ULong enumOrphans(CSortList& list) = 0;
-    // Deletes the later rows (higher _ID) of app's publisher and name. Kept as callers have always
-    // had it: app's instances are first re-pointed to each later row in turn before that row is
-    // deleted, and the later rows' own instances are left pointing at deleted rows. 0; 0xFFFFFFFF
-    // when `app` is missing.
-    virtual ULong FixupDuplicateApps(ULong app) = 0;
-    // Appends ("NAME on ASSET", lowest instance _ID, number of instances) for each asset holding
-    // more than one instance of one application, in asset and application order. Returns the count.
-    virtual ULong enumDuplicateAppInstances(CSortList& list) = 0;
-
-    // (Of the History family, declared beside the hardware operations it serves.)
-    // Records what an audit changed in an asset's hardware, comparing the snapshot `oldList`
-    // with `newList` (both as hwEnumAll gives them) item by item, items matched by their
-    // path.key name (exact comparison). An item only in newList is "added" (operation 1,
-    // value1 = the new value); one in both with another value (exact comparison) "changed"
-    // (operation 4, value1 old, value2 new); one only in oldList "deleted" (operation 2,
-    // value1 = the old value). Each record is dated `date`, keyed "path|key" as hwSetVal keys
-    // its records, written as the logon user, and of the kind hwIconFromFlags gives for the
-    // item's flags (the new item's for a change). Additions and changes come in newList's
-    // order, then deletions in oldList's. A failed write is reported and the rest still run.
-    virtual void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) = 0;
 
     // ---- Hardware ----
     // HW is one tree: category nodes (kHwCategory, _ASSET 0) form the skeleton every asset
@@ -1046,6 +951,75 @@ public:
     virtual int userSetLastName(ULong user, const char* name) = 0;
     virtual void SetLogonUser(const char* name) { m_strLogonUser = name ? name : ""; }
 
+    // ---- Global (site-wide) enumerations ----
+    // A scope is 0 for the whole site, or a location _ID: the assets of that location and of every
+    // location below it, with their child assets at any depth (assetEnum(scope, 0, list, 1)).
+    // An asset set is a list of asset _IDs; an empty set stands for the whole site.
+    // Appends every catalogue row as (display name, _ID, _FLAGS). Returns the list's count.
+    virtual ULong enumApplications(CSortList& list, int withPublisher) = 0;
+    // The applications of the scope's assets: the asset set of `scope`, then the overload below.
+    // A location holding no asset gives nothing.
+    virtual ULong EnumGlobalSwApplications(ULong scope, CSortList& list, ULong mask, int withPublisher,
+                                           unsigned int aliasDepth, int installedOnly, const char* publisher,
+                                           ULong excludeMask);
+    // Appends each application once as (display name through aliasDepth alias levels, with the
+    // publisher when withPublisher; _ID; number of its instances on the assets) for applications
+    // whose _FLAGS share a bit with `mask` (0 = any) and none with `excludeMask`. `publisher`
+    // null or "All Publishers" = any, "Unknown" = the empty one, else exactly that text. With a
+    // non-empty asset set or installedOnly, only applications installed on the set's assets;
+    // otherwise every catalogue row. Returns the list's count.
+    virtual ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask,
+                                           int withPublisher, unsigned int aliasDepth, int installedOnly,
+                                           const char* publisher, ULong excludeMask) = 0;
+    // Appends the scope's assets holding an instance of `app` (with withAliases, also of the rows
+    // aliased to it at any depth): (asset name [+ " [VERSION]" with withVersion], asset _ID,
+    // instance _ID), ordered by asset name. Returns the list's count.
+    virtual ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) = 0;
+
+    // The distinct files the scope's assets hold, named `name` (null or empty: any name), as
+    // (name [+ " [VERSION]" with withVersion and a version text], SWFILE _ID, _APPID). Items
+    // already in the list are not added again. Returns the list's count.
+    virtual ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) = 0;
+    // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
+    // the asset holds it in; items already in the list are not added again. Returns the count.
+    virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
+    // With an empty `assets`, empties `ids` and fills it with every event; otherwise appends the
+    // events whose history row belongs to one of `assets`. Returns the count of `ids`.
+    virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;
+
+    // ---- Events ----
+    // Ties the event text to a history row; returns the new event's _ID (0 on failure).
+    virtual ULong AddEvent(const char* event, ULong hist) = 0;
+    // The event with exactly this text on this history row, or 0.
+    virtual ULong FindEvent(const char* event, ULong hist) = 0;
+    // Sends "delete * from EVENTLOG", which the supported engines refuse: the failure is
+    // reported and nothing is deleted. Kept as it is; delete events one by one instead.
+    virtual void DeleteAllEvents() = 0;
+    virtual ULong GetEventCount() = 0;
+    // text = the event's text, *hist (when not null) = its history row; an unknown event
+    // leaves both as they were.
+    virtual void GetEventDetails(ULong event, CString& text, ULong* hist) = 0;
+    virtual void DeleteEvent(ULong event) = 0;
+
+    // ---- Licence alerts ----
+    // LICALERTS: one row per alert raised about an application's installations; the type is
+    // the caller's (kLicenceAlertOverUse is the one this library raises).
+    // Empties `ids`, then fills it with every alert's _ID. Returns the count.
+    virtual ULong EnumLicenseAlerts(CDynaList<ULong>& ids) = 0;
+    // Records an alert; the new _ID, 0 on failure.
+    virtual ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) = 0;
+    // The first alert of this type about `app`; 0 when none.
+    virtual ULong licensealertFind(int type, ULong app) = 0;
+    // Sends "delete * from LICALERTS", which the supported engines refuse: the failure is
+    // reported and nothing is deleted. Kept as it is; delete alerts one by one instead.
+    virtual void licensealertDeleteAll() = 0;
+    virtual ULong licensealertGetCount() = 0;
+    // The alert's stored values through the pointers given (each may be null); 1 when the
+    // alert exists, else 0 and nothing written.
+    virtual ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared,
+                                         int* instances) = 0;
+    virtual void licensealertDelete(ULong alert) = 0;
+
     // ---- Discovered assets ----
     // Computers found on the network (DISCOVER): name, domain or workgroup, dotted address. An
     // entry is "unaudited" while no asset bears its name.
@@ -1073,27 +1047,31 @@ public:
     // and ends the run, the assets made staying.
     ULong daMerge();
 
+    // ---- Publishers ----
+    // Appends each publisher of the applications installed on the scope's assets once, as (text, 0,
+    // number of instances), for applications without kAppHidden whose _FLAGS hold every bit of
+    // `mask`; an empty publisher is listed as "Unknown". Returns the list's count.
+    virtual ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) = 0;
+    // Appends each non-empty publisher of the asset's instances (asset 0: of every instance) once,
+    // as (text, 0, 0), for applications without kAppHidden whose _FLAGS hold every bit of `mask`.
+    virtual ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) = 0;
+    // The application's own publisher, whatever aliasDepth (an alias is never followed here).
+    virtual CString GetAppPublisher(ULong app, unsigned int aliasDepth) = 0;
+    // Appends (name [+ " [VERSION]"], instance _ID, instance _FLAGS) for the asset's instances
+    // without kAppHidden (asset 0: every instance of applications without kAppHidden) whose
+    // application _FLAGS share a bit with `mask`, of `publisher` ("Unknown" = the empty one, "All
+    // Publishers" = any), skipping items already in the list. Returns the list's count.
+    virtual ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
+                                      ULong mask) = 0;
+    // all != 0: every row of publisher `oldPublisher` gets `newPublisher`; else only `app` does.
+    // Returns 0 (a failure is reported).
+    virtual ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) = 0;
+
     // ---- Scheduling and notes ----
     // Appends the assets due for audit at `now` (0: the current time), never-audited ones too;
     // child assets and assets with a bit of kAssetUncounted are never due. The interval is the
     // back end's (GetAuditInterval of CNorvikSql). Returns the list's count.
     virtual ULong EnumScheduledAssets(CDynaList<ULong>& assets, CTime now) = 0;
-    // The kinds of a note, and the tables whose records notes are attached to.
-    enum NOTETYPE { noteComment = 0, noteWarning = 1, noteReminder = 2 };
-    enum TABLEIDX {
-        tableLocation = 1,
-        tableAsset = 2,
-        tableApplication = 3,
-        tableAppInstance = 4,
-        tableHardware = 5,
-        tableHistory = 6,
-        tableLicenceType = 7,
-        tableUser = 8,
-        tableDiscovered = 9,
-        tableCategory = 10,
-        tableMake = 11,
-        tableModel = 12
-    };
     // The note of (type, table, record) gets `data` and `text`, or one is inserted. Returns its
     // _ID, 0 on failure.
     virtual ULong notesAdd(int type, int table, ULong record, int data, const char* text) = 0;
@@ -1106,7 +1084,27 @@ public:
     // *data and *text (either may be null) of the note; returns `note`, or 0 for a missing note.
     virtual ULong notesGetDetails(ULong note, int* data, CString* text) = 0;
 
-    // ---- Licence compliance (beyond the operations above) ----
+    // ---- Housekeeping of applications ----
+    // Appends (name, _ID, 0) for each application with licence type 0 or 1 that no instance and no
+    // file refers to. Returns the list's count.
+    virtual ULong enumUnreferencedApps(CSortList& list) = 0;
+    // Appends (display name, lowest _ID, number of rows) for each publisher and name held by more
+    // than one row, most rows first. Returns the list's count.
+    virtual ULong enumDuplicateApps(CSortList& list) = 0;
+    // Appends rows that point nowhere: ("APPINST", instance _ID, its asset) for instances whose
+    // asset or application is missing, then ("SWLINK", link _ID, its asset) for links whose asset
+    // is missing, each in _ID order. Returns the list's count.
+    virtual ULong enumOrphans(CSortList& list) = 0;
+    // Deletes the later rows (higher _ID) of app's publisher and name. Kept as callers have always
+    // had it: app's instances are first re-pointed to each later row in turn before that row is
+    // deleted, and the later rows' own instances are left pointing at deleted rows. 0; 0xFFFFFFFF
+    // when `app` is missing.
+    virtual ULong FixupDuplicateApps(ULong app) = 0;
+    // Appends ("NAME on ASSET", lowest instance _ID, number of instances) for each asset holding
+    // more than one instance of one application, in asset and application order. Returns the count.
+    virtual ULong enumDuplicateAppInstances(CSortList& list) = 0;
+
+    // ---- Licence compliance (beyond the published slots) ----
     // The LICALERTS._TYPE of an alert raised because an application is installed on more assets
     // than its per-PC licence count declares.
     static constexpr int kLicenceAlertOverUse = 1;
@@ -1121,7 +1119,7 @@ public:
     // number of over-used applications, alerted before or now.
     virtual ULong licensealertCheckOverUse(const CTime& date, CDynaList<ULong>* added);
 
-    // ---- Not virtual ----
+    // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The location that holds an asset, following asset parents upward.
     ULong GetAssetLocation(ULong asset);
@@ -1129,12 +1127,6 @@ public:
     const CString& GetLogonUser() const { return m_strLogonUser; }
 
 protected:
-    // Writes one history row with code operation << 16 | (kind & 0xFFFF) and returns its _ID
-    // (0 on failure, which is reported). Key, values and a given user are cut to 256 characters;
-    // a null key or value is stored empty, a null user as the logon user (uncut).
-    virtual ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
-                             const char* value2, const char* user) = 0;
-
     // 1 when no user callback is installed, else the callback's answer.
     int CallUser(int code, CallbackValue value);
     // The callback's answer, or the platform message box's when none is installed.

@@ -33,7 +33,7 @@ public:
     CString GetOption(const char* key) override;
     void SetOption(const char* key, const char* value) override;
 
-    // ---- Samples ----
+    // ---- Callbacks and samples ----
     void assetDeleteSamples() override;
     void locationDeleteSamples() override;
 
@@ -230,18 +230,6 @@ public:
     ULong AddLicenceType(const char* name) override;
     void SetAppLicence(ULong app, int type, int count) override;
 
-    // ---- Licence totals by application text (SWLIC; not virtual) ----
-    // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
-    // is the caller's.
-    // Stores the row of (type, app): an existing one is updated in place. Its _ID, 0 on failure.
-    ULong AddSwLicence(const char* app, int type, int total, int authorized);
-    // The row's total; 0 when there is none.
-    ULong GetLicenceDetails(CString& app, int type);
-    // The row's authorised value; 0 when there is none.
-    int GetAuthorizedState(CString& app, int type);
-    // Appends every row of the type to three parallel lists. Returns the count of `apps`.
-    ULong EnumAppLicence(int type, CDynaList<CString>& apps, CDynaList<ULong>& totals, CDynaList<ULong>& authorized);
-
     // ---- Application flags, aliases, recognition ----
     int applicationGetFlag(ULong app, ULong mask) override;
     int applicationSetFlag(ULong app, ULong mask, int set) override;
@@ -256,6 +244,7 @@ public:
                                        int* instances, int* declared, int* difference) override;
 
     // ---- History ----
+    void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) override;
     ULong assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) override;
     void historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) override;
     void historyGetDetails(ULong hist, ULong* asset, int* kind, CString& operation, CString& category, CString& key,
@@ -266,57 +255,17 @@ public:
     void historyDelete(ULong hist) override;
     int PurgeAssetHistory(ULong asset, const CTime& date, int keepInitial, int keepAudits) override;
     ULong historyGetAsset(ULong hist) override;
+
+protected:
+    ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
+                     const char* value2, const char* user) override;
+
+public:
     CTime historyGetLastDate(ULong asset) override;
 
     // ---- Security switch ----
     int IsSecurityEnabled() override;
     int EnableSecurity(int enable) override;
-
-    // ---- Events ----
-    ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
-    ULong AddEvent(const char* event, ULong hist) override;
-    ULong FindEvent(const char* event, ULong hist) override;
-    void DeleteAllEvents() override;
-    ULong GetEventCount() override;
-    void GetEventDetails(ULong event, CString& text, ULong* hist) override;
-    void DeleteEvent(ULong event) override;
-
-    // ---- Licence alerts ----
-    ULong EnumLicenseAlerts(CDynaList<ULong>& ids) override;
-    ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) override;
-    ULong licensealertFind(int type, ULong app) override;
-    void licensealertDeleteAll() override;
-    ULong licensealertGetCount() override;
-    ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) override;
-    void licensealertDelete(ULong alert) override;
-
-    // ---- Global (site-wide) enumerations ----
-    ULong enumApplications(CSortList& list, int withPublisher) override;
-    using CNorvik::EnumGlobalSwApplications;
-    ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask, int withPublisher,
-                                   unsigned int aliasDepth, int installedOnly, const char* publisher,
-                                   ULong excludeMask) override;
-    ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
-    ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) override;
-    ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) override;
-
-    // ---- Publishers ----
-    ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) override;
-    ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) override;
-    CString GetAppPublisher(ULong app, unsigned int aliasDepth) override;
-    ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
-                              ULong mask) override;
-    ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) override;
-
-    // ---- Housekeeping of applications ----
-    ULong enumUnreferencedApps(CSortList& list) override;
-    ULong enumDuplicateApps(CSortList& list) override;
-    ULong enumOrphans(CSortList& list) override;
-    ULong FixupDuplicateApps(ULong app) override;
-    ULong enumDuplicateAppInstances(CSortList& list) override;
-
-    // (Of the History family; it compares hardware snapshots.)
-    void StoreHwHistory(ULong asset, const CHwList& oldList, const CHwList& newList, CTime date) override;
 
     // ---- Hardware ----
     int hwEnum(ULong asset, ULong parent, CSortList& list, ULong mask) override;
@@ -357,6 +306,17 @@ public:
     int ieCookieDeleteAll(ULong asset) override;
     int ieCookieDelete(ULong row) override;
 
+    // ---- Serial-number scan records ----
+    ULong EnumSSRecs(CDynaList<ULong>& ids, int unused) override;
+    ULong AddSSRec(const char* appName, const char* regKey, const char* regItem) override;
+    void DeleteSSRec(ULong record) override;
+    CString GetSSAppName(ULong record) override;
+    CString GetSSRegKey(ULong record) override;
+    CString GetSSRegItem(ULong record) override;
+    void SetSSAppName(ULong record, const char* text) override;
+    void SetSSRegKey(ULong record, const char* text) override;
+    void SetSSRegItem(ULong record, const char* text) override;
+
     // ---- Users ----
     ULong EnumUsers(CDynaList<ULong>& users, int level) override;
     ULong userFind(const char* name) override;
@@ -378,6 +338,34 @@ public:
     int userSetFirstName(ULong user, const char* name) override;
     int userSetLastName(ULong user, const char* name) override;
 
+    // ---- Global (site-wide) enumerations ----
+    ULong enumApplications(CSortList& list, int withPublisher) override;
+    using CNorvik::EnumGlobalSwApplications;
+    ULong EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask, int withPublisher,
+                                   unsigned int aliasDepth, int installedOnly, const char* publisher,
+                                   ULong excludeMask) override;
+    ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
+    ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) override;
+    ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) override;
+    ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
+
+    // ---- Events ----
+    ULong AddEvent(const char* event, ULong hist) override;
+    ULong FindEvent(const char* event, ULong hist) override;
+    void DeleteAllEvents() override;
+    ULong GetEventCount() override;
+    void GetEventDetails(ULong event, CString& text, ULong* hist) override;
+    void DeleteEvent(ULong event) override;
+
+    // ---- Licence alerts ----
+    ULong EnumLicenseAlerts(CDynaList<ULong>& ids) override;
+    ULong licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) override;
+    ULong licensealertFind(int type, ULong app) override;
+    void licensealertDeleteAll() override;
+    ULong licensealertGetCount() override;
+    ULong licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) override;
+    void licensealertDelete(ULong alert) override;
+
     // ---- Discovered assets ----
     ULong daEnum(CDynaList<ULong>& entries, int unauditedOnly) override;
     CString daGetName(ULong entry) override;
@@ -386,6 +374,14 @@ public:
     ULong daAdd(const char* name, const char* domain, CIPAddress ip) override;
     int daDelete(ULong entry) override;
 
+    // ---- Publishers ----
+    ULong EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) override;
+    ULong EnumAppPublishers(ULong asset, CSortList& list, ULong mask) override;
+    CString GetAppPublisher(ULong app, unsigned int aliasDepth) override;
+    ULong EnumAppsByPublisher(ULong asset, const char* publisher, int withVersion, CSortList& list,
+                              ULong mask) override;
+    ULong UpdateAppPublisher(ULong app, const char* oldPublisher, const char* newPublisher, int all) override;
+
     // ---- Scheduling and notes ----
     ULong EnumScheduledAssets(CDynaList<ULong>& assets, CTime now) override;
     ULong notesAdd(int type, int table, ULong record, int data, const char* text) override;
@@ -393,19 +389,27 @@ public:
     ULong enumNotes(const int* type, const int* table, const ULong* record, CDynaList<ULong>& notes) override;
     ULong notesGetDetails(ULong note, int* data, CString* text) override;
 
-    // ---- Serial-number scan records ----
-    ULong EnumSSRecs(CDynaList<ULong>& ids, int unused) override;
-    ULong AddSSRec(const char* appName, const char* regKey, const char* regItem) override;
-    void DeleteSSRec(ULong record) override;
-    CString GetSSAppName(ULong record) override;
-    CString GetSSRegKey(ULong record) override;
-    CString GetSSRegItem(ULong record) override;
-    void SetSSAppName(ULong record, const char* text) override;
-    void SetSSRegKey(ULong record, const char* text) override;
-    void SetSSRegItem(ULong record, const char* text) override;
+    // ---- Housekeeping of applications ----
+    ULong enumUnreferencedApps(CSortList& list) override;
+    ULong enumDuplicateApps(CSortList& list) override;
+    ULong enumOrphans(CSortList& list) override;
+    ULong FixupDuplicateApps(ULong app) override;
+    ULong enumDuplicateAppInstances(CSortList& list) override;
 
     // ---- Licence compliance ----
     ULong licenceEnumInstallations(ULong scope, CSortList& list) override;
+
+    // ---- Licence totals by application text (SWLIC; not virtual) ----
+    // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
+    // is the caller's.
+    // Stores the row of (type, app): an existing one is updated in place. Its _ID, 0 on failure.
+    ULong AddSwLicence(const char* app, int type, int total, int authorized);
+    // The row's total; 0 when there is none.
+    ULong GetLicenceDetails(CString& app, int type);
+    // The row's authorised value; 0 when there is none.
+    int GetAuthorizedState(CString& app, int type);
+    // Appends every row of the type to three parallel lists. Returns the count of `apps`.
+    ULong EnumAppLicence(int type, CDynaList<CString>& apps, CDynaList<ULong>& totals, CDynaList<ULong>& authorized);
 
     // The display text of a stored value under display type flags & kHwDisplayMask (sizes,
     // megabytes, a date, a dotted IPv4 address, MHz; any other type shows the text unchanged).
@@ -422,9 +426,6 @@ public:
     int GetVer();
 
 protected:
-    ULong historyAdd(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1,
-                     const char* value2, const char* user) override;
-
     int GetVer(unsigned short& major, unsigned short& minor);
     int SetVer(unsigned short major, unsigned short minor);
 
