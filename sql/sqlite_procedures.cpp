@@ -175,9 +175,11 @@ std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* arg
     Arguments arguments;
     if (!ParseSqlArguments(args, &arguments)) throw ProcedureError(name, "unterminated text in the argument list");
     if (!atomic) return run(db, arguments, out);
-    if (finds) {
-        // The lock's write comes first, so the find already holds the database: a concurrent
-        // import cannot insert the same row between this find and this insert.
+    if (finds && !db.InTransaction()) {
+        // The lock's write comes first, so the find already holds the database and a concurrent
+        // writer waits instead of failing this insert as busy. In a caller's transaction SQLite
+        // refuses a write from a stale read anyway (no duplicate row can come of it), and the
+        // import, which calls these for every file, has held the write lock since its first row.
         FindOrInsertLock lock(db, finds, "");
         const std::int32_t ret = run(db, arguments, out);
         lock.Commit();
