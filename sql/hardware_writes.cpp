@@ -30,7 +30,8 @@ ULong CNorvikSql::hwAdd(const char* path, char delimiter, ULong flags) {
             if (found == 0) {
                 // Looked for again under the node's lock: of two importers creating one path, the
                 // second waits for the first and takes its node.
-                FindOrInsertLock lock(*this, "HW", CString::Formatted("%d\t%s", static_cast<int>(parent), token.c_str()));
+                FindOrInsertLock lock(*this, "HW",
+                                      CString::Formatted("%d\t%s", static_cast<int>(parent), token.c_str()));
                 found = FindChildCategory(parent, token, statement);
                 if (found == 0) {
                     // _ASSET is left to its default, 0: categories belong to no asset.

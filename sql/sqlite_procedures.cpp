@@ -95,8 +95,8 @@ std::int32_t AddApp(CDatabase& db, const Arguments& args, std::int32_t* out) {
         FindOrInsertLock lock(db, "APPS", "");
         id = FirstValueAsInt32(db, find);
         if (id == 0) {
-            db.ExecuteSQL(CString::Formatted("insert into APPS (_MFR, _APP, _FLAGS) values (%s, %s, %ld)",
-                                             mfr.c_str(), app.c_str(), flags));
+            db.ExecuteSQL(CString::Formatted("insert into APPS (_MFR, _APP, _FLAGS) values (%s, %s, %ld)", mfr.c_str(),
+                                             app.c_str(), flags));
             id = FirstValueAsInt32(db, "select last_insert_rowid()");
         }
         lock.Commit();
