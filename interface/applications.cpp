@@ -30,11 +30,12 @@ ULong CNorvik::PurgeUnreferencedApplications() {
     return apps.GetCount();
 }
 
+ULong CNorvik::EnumScopeAssets(ULong location, CDynaList<ULong>& assets) { return assetEnum(location, 0, assets, 1); }
+
 bool CNorvik::ScopeAssets(ULong scope, CDynaList<ULong>& assets) {
     assets.RemoveAll();
     if (scope == 0) return true;
-    assetEnum(scope, 0, assets, 1);
-    return assets.GetCount() != 0;
+    return EnumScopeAssets(scope, assets) != 0;
 }
 
 ULong CNorvik::EnumGlobalSwApplications(ULong scope, CSortList& list, ULong mask, int withPublisher,

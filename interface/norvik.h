@@ -983,6 +983,9 @@ public:
     // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
     // the asset holds it in; items already in the list are not added again. Returns the count.
     virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
+    // Appends the assets of location scope `location` (as above, each once, in no set order) to
+    // `assets`; the default asks assetEnum. Returns the list's count.
+    virtual ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets);
     // With an empty `assets`, empties `ids` and fills it with every event; otherwise appends the
     // events whose history row belongs to one of `assets`. Returns the count of `ids`.
     virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;

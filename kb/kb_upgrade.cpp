@@ -1,10 +1,15 @@
 // Upgrading an older Knowledge Base file to content version 4.0: the user's consent, the backup
 // copy beside the file, and the three content upgrades (1.05 -> 1.06, 3.13, 4.0).
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
+#include <string>
 
 #include "common/trace.h"
 #include "kb/auditdbsys.h"
+#include "platform/atomic_file.h"
+#include "platform/exceptions.h"
 #include "platform/ui_hooks.h"
 
 namespace {
@@ -14,6 +19,23 @@ const char kUpgradedText[] = "System Database has been upgraded to version %s";
 
 CString VersionText(int major, int minor) {
     return CString::Formatted("%1.1d.%1.1d.%1.1d", major, minor / 10, minor % 10);
+}
+
+// Copies `from` to `to` through an atomic replacement, so that a crash mid-copy leaves no
+// truncated backup that a later upgrade would then keep. An existing `to` is never replaced.
+// Failures are ignored: whether the backup worked does not stop the upgrade.
+void SaveBackup(const std::filesystem::path& from, const CString& to) {
+    std::error_code ignored;
+    if (std::filesystem::exists(to.str(), ignored)) return;
+    std::ifstream in(from, std::ios::binary);
+    if (!in) return;
+    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) return;
+    try {
+        CAtomicFile::Replace(to, bytes);
+    } catch (const CFileException&) {
+        // No backup: as documented, the upgrade goes on.
+    }
 }
 
 // The table called `name`, or null.
@@ -48,9 +70,7 @@ bool CAuditDBSys::Upgrade(std::uint16_t major, std::uint16_t minor) {
     const CString backup = base + extension;
     TracePrintf("Upgrading Knowledge Base from v%s to v%s\n", oldText.c_str(), newText.c_str());
     TracePrintf("Saving old Knowledge Base as %s\n", backup.c_str());
-    // An earlier backup is never replaced; whether this copy worked does not stop the upgrade.
-    std::error_code ignored;
-    std::filesystem::copy_file(path, backup.str(), std::filesystem::copy_options::none, ignored);
+    SaveBackup(path, backup);
     EnableTracing();
     if (!ReadFile(m_strPath)) return false;
 

@@ -12,6 +12,7 @@
 #include "platform/ui_hooks.h"
 #include "sql/app_names.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -112,11 +113,14 @@ CString AppDisplayName(const char* publisher, const char* name, const char* extr
 
 void CNorvikSql::LoadAppInstCache(ULong instance) {
     if (m_appInstCacheId == instance) return;
-    CSqlRecordset rs(this, CString::Formatted("select _ASSET,_APP,_SERIAL,_FILES,_FLAGS from APPINST where _ID=%d",
-                                              AsInt(instance)));
-    if (rs.IsEOF()) return;
-    m_appInstCache = AppInstCacheEntry{rs.NumberAt(0), rs.NumberAt(1), rs.TextAt(2), rs.NumberAt(3), rs.NumberAt(4)};
-    m_appInstCacheId = instance;
+    if (ReadFirstRow(
+            *this,
+            CString::Formatted("select _ASSET,_APP,_SERIAL,_FILES,_FLAGS from APPINST where _ID=%d", AsInt(instance)),
+            [&](CSqlRecordset& rs) {
+                m_appInstCache =
+                    AppInstCacheEntry{rs.NumberAt(0), rs.NumberAt(1), rs.TextAt(2), rs.NumberAt(3), rs.NumberAt(4)};
+            }))
+        m_appInstCacheId = instance;
 }
 
 // ---- Instances: reads ----

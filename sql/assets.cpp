@@ -7,6 +7,7 @@
 #include "common/trace.h"
 #include "sql/name_pattern.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -39,20 +40,19 @@ bool CNorvikSql::LoadAssetCache(ULong asset) {
                               : version >= 500 ? "_NAME,_LOCATION,_STATUS,_CAT,_MAKE,_MODEL,_SERIAL,_MACADDR,_IPADDR"
                                                : "_NAME,_LOCATION,_STATUS,_CAT,_MAKE,_MODEL,_SERIAL";
         statement = CString::Formatted("select %s from ASSET where _ID=%d", columns, AsInt(asset));
-        CSqlRecordset rs(this, statement);
-        if (rs.IsEOF()) return false;
-        m_assetCache.name = rs.TextAt(0);
-        m_assetCache.location = rs.NumberAt(1);
-        m_assetCache.status = rs.NumberAt(2);
-        m_assetCache.category = rs.NumberAt(3);
-        m_assetCache.make = rs.NumberAt(4);
-        m_assetCache.model = rs.NumberAt(5);
-        m_assetCache.serial = rs.TextAt(6);
-        if (version >= 500) {
-            m_assetCache.macAddr = rs.TextAt(7);
-            m_assetCache.ipAddr = rs.TextAt(8);
-        }
-        if (version >= 510) m_assetCache.auditDate = rs.TimeAt(9);
+        const bool found = ReadFirstRow(*this, statement, [&](CSqlRecordset& rs) {
+            m_assetCache = AssetCacheEntry{rs.TextAt(0),
+                                           rs.NumberAt(1),
+                                           rs.NumberAt(2),
+                                           rs.NumberAt(3),
+                                           rs.NumberAt(4),
+                                           rs.NumberAt(5),
+                                           rs.TextAt(6),
+                                           version >= 500 ? rs.TextAt(7) : CString(),
+                                           version >= 500 ? rs.TextAt(8) : CString(),
+                                           version >= 510 ? rs.TimeAt(9) : CTime()};
+        });
+        if (!found) return false;
         m_assetCacheId = asset;
         return asset != 0;
     } catch (const CDBException& e) {

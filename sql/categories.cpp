@@ -3,6 +3,7 @@
 // 0xFFFF on a site _ID << 16). Knowledge Base entries come first wherever both are asked for.
 #include "kb/auditdbsys.h"
 #include "kb/recset.h"
+#include "sql/find_or_insert_lock.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -75,14 +76,33 @@ ULong CNorvikSql::GetModelMake(ULong id) {
 
 namespace {
 
-// Inserts (quoted name, number) into `columns` of `table` and hands the row out as a combined
-// identifier; 0 after a reported failure.
-ULong InsertReported(CNorvikSql& db, const char* table, const char* columns, const char* name, ULong number) {
-    const CString values = CString::Formatted("%s,%d", CSqlDatabase::SqlQuote(name).c_str(), static_cast<int>(number));
+// The site row of `table` named `name` under `parent` (in column `parentColumn`; a category has
+// none and `parent` is its type), as a combined identifier, inserted when missing. The find and
+// the insert hold the key's lock together, so two importers adding one name end with one row.
+// 0 after a reported failure.
+ULong FindOrInsertReported(CNorvikSql& db, const char* table, const char* parentColumn, const char* name,
+                           ULong parent) {
+    const CString quoted = CSqlDatabase::SqlQuote(name);
+    const CString columns = CString("_NAME,") + (parentColumn ? parentColumn : "_TYPE");
+    const CString values = CString::Formatted("%s,%d", quoted.c_str(), static_cast<int>(parent));
+    const int scope = parentColumn ? static_cast<int>(parent) : 0;
+    CString statement = CString::Formatted("select _ID from %s where _NAME=%s", table, quoted.c_str());
+    if (parentColumn) statement += CString::Formatted(" and %s=%d", parentColumn, scope);
     try {
-        return Combined(db.InsertRecord(table, columns, values));
+        FindOrInsertLock lock(db, table, CString::Formatted("%d\t%s", scope, name ? name : "").c_str());
+        ULong id = 0;
+        {
+            CSqlRecordset rs(&db, statement + " order by _ID");
+            if (!rs.IsEOF()) id = rs.NumberAt(0);
+        }
+        if (id == 0) {
+            statement = CString::Formatted("usp_Insert %s (%s) %s", table, columns.c_str(), values.c_str());
+            id = db.InsertRecord(table, columns, values);
+        }
+        lock.Commit();
+        return Combined(id);
     } catch (const CDBException& e) {
-        db.HandleSqlException(e, CString::Formatted("usp_Insert %s (%s) %s", table, columns, values.c_str()));
+        db.HandleSqlException(e, statement);
         return 0;
     }
 }
@@ -102,15 +122,15 @@ void CNorvikSql::SetModelName(ULong id, const char* name) {
 }
 
 ULong CNorvikSql::AddCategory(const char* name, ULong type) {
-    return InsertReported(*this, "CAT", "_NAME,_TYPE", name, type);
+    return FindOrInsertReported(*this, "CAT", nullptr, name, type);
 }
 
 ULong CNorvikSql::AddMake(ULong category, const char* name) {
-    return InsertReported(*this, "MAKE", "_NAME,_CAT", name, category);
+    return FindOrInsertReported(*this, "MAKE", "_CAT", name, category);
 }
 
 ULong CNorvikSql::AddModel(ULong make, const char* name) {
-    return InsertReported(*this, "MODEL", "_NAME,_MAKE", name, make);
+    return FindOrInsertReported(*this, "MODEL", "_MAKE", name, make);
 }
 
 template <typename Work>

@@ -1,5 +1,6 @@
 // Events: named events tied to history rows (EVENTLOG), and their site-wide enumeration.
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 ULong CNorvikSql::EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) {
@@ -26,12 +27,7 @@ ULong CNorvikSql::EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULo
 
 ULong CNorvikSql::AddEvent(const char* event, ULong hist) {
     const CString values = CString::Formatted("%s,%d", SqlQuote(event).c_str(), static_cast<int>(hist));
-    try {
-        return InsertRecord("EVENTLOG", "_EVENT,_HISTID", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "EVENTLOG", "_EVENT,_HISTID", values);
 }
 
 ULong CNorvikSql::FindEvent(const char* event, ULong hist) {
@@ -47,30 +43,15 @@ void CNorvikSql::DeleteAllEvents() {
     ExecuteReported(statement);
 }
 
-ULong CNorvikSql::GetEventCount() {
-    const char* statement = "select * from EVENTLOG";
-    ULong count = 0;
-    try {
-        CSqlRecordset rs(this, statement);
-        for (; !rs.IsEOF(); rs.MoveNext()) ++count;
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        count = 0;
-    }
-    return count;
-}
+ULong CNorvikSql::GetEventCount() { return CountRowsReported(*this, "select * from EVENTLOG"); }
 
 void CNorvikSql::GetEventDetails(ULong event, CString& text, ULong* hist) {
     const CString statement =
         CString::Formatted("select _EVENT,_HISTID from EVENTLOG where _ID=%d", static_cast<int>(event));
-    try {
-        CSqlRecordset rs(this, statement);
-        if (rs.IsEOF()) return;
+    ReadFirstRowReported(*this, statement, [&](CSqlRecordset& rs) {
         text = rs.TextAt(0);
         if (hist) *hist = rs.NumberAt(1);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
+    });
 }
 
 void CNorvikSql::DeleteEvent(ULong event) {

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstdint>
 
+#include "platform/odbc_prepared.h"
+
 std::int32_t FindOrInsertLock::LockKey(const char* text) {
     // FNV-1a: stable across builds and programs, which a lock shared between processes needs.
     std::uint32_t hash = 2166136261u;
@@ -22,8 +24,9 @@ FindOrInsertLock::FindOrInsertLock(CDatabase& db, const char* table, const char*
             break;
         case SqlEngine::Sqlite:
             // The update names no row, but a write statement starts a write transaction: the
-            // finds that follow already hold the database against every other writer.
-            db.ExecuteSQL(CString::Formatted("update %s set _ID = _ID where 1 = 0", table));
+            // finds that follow already hold the database against every other writer. Prepared
+            // once per connection: the import takes this lock for every folder and file.
+            db.Prepared(CString::Formatted("update %s set _ID = _ID where 1 = 0", table).c_str()).Execute();
             break;
         case SqlEngine::Unknown:
             // No scheme known for the engine: the transaction alone, as before.

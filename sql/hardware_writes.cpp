@@ -6,6 +6,7 @@
 #include "common/token.h"
 #include "common/trace.h"
 #include "platform/odbc_prepared.h"
+#include "sql/find_or_insert_lock.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -36,10 +37,18 @@ ULong CNorvikSql::hwAdd(const char* path, char delimiter, ULong flags) {
             const CString token = ExtractToken(rest, delimiter, true, false, false);
             ULong found = FindChildCategory(parent, token, statement);
             if (found == 0) {
-                // _ASSET is left to its default, 0: categories belong to no asset.
-                statement = CString::Formatted("%d,%d,%s", static_cast<int>(parent), static_cast<int>(flags),
-                                               SqlQuote(token).c_str());
-                found = InsertRecord("HW", "_PARENT,_FLAGS,_KEY", statement);
+                // Looked for again under the node's lock: of two importers creating one path, the
+                // second waits for the first and takes its node.
+                FindOrInsertLock lock(*this, "HW",
+                                      CString::Formatted("%d\t%s", static_cast<int>(parent), token.c_str()));
+                found = FindChildCategory(parent, token, statement);
+                if (found == 0) {
+                    // _ASSET is left to its default, 0: categories belong to no asset.
+                    statement = CString::Formatted("%d,%d,%s", static_cast<int>(parent), static_cast<int>(flags),
+                                                   SqlQuote(token).c_str());
+                    found = InsertRecord("HW", "_PARENT,_FLAGS,_KEY", statement);
+                }
+                lock.Commit();
             }
             parent = found;
         }

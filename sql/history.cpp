@@ -6,6 +6,7 @@
 #include "common/formatting.h"
 #include "common/trace.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -101,15 +102,9 @@ int CNorvikSql::EnumAssetHistoryRecords(CDynaList<CAssetHistoryRecord>& records)
 // ---- History ----
 
 ULong CNorvikSql::assetEnumHistoryDates(ULong asset, CDynaList<CTime>& dates) {
-    const CString statement =
-        CString::Formatted("select _DATE from HISTORY where _ASSET=%d order by _DATE", static_cast<int>(asset));
-    try {
-        CSqlRecordset rs(this, statement);
-        for (; !rs.IsEOF(); rs.MoveNext()) dates.Add(rs.TimeAt(0));
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
-    return dates.GetCount();
+    return EnumDatesReported(
+        *this, CString::Formatted("select _DATE from HISTORY where _ASSET=%d order by _DATE", static_cast<int>(asset)),
+        dates);
 }
 
 void CNorvikSql::historyGetDetails(ULong hist, CString& category, CString& text, CString& user, int* kind) {
@@ -238,12 +233,7 @@ ULong CNorvikSql::historyAdd(ULong asset, CTime date, ULong operation, int kind,
     const CString values = CString::Formatted(
         "%d,%s,%d,%s,%s,%s,%s", static_cast<int>(asset), SqlTime(date).c_str(), static_cast<int>(code),
         QuotedOrEmpty(key).c_str(), QuotedOrEmpty(value1).c_str(), QuotedOrEmpty(value2).c_str(), quotedUser.c_str());
-    try {
-        return InsertRecord("HISTORY", "_ASSET,_DATE,_CODE,_KEY,_VALUE1,_VALUE2,_USERNAME", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "HISTORY", "_ASSET,_DATE,_CODE,_KEY,_VALUE1,_VALUE2,_USERNAME", values);
 }
 
 CTime CNorvikSql::historyGetLastDate(ULong asset) {

@@ -2,6 +2,7 @@
 // found (IECOOKIE), with their wildcard searches and purge lists.
 #include "sql/name_pattern.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -77,15 +78,9 @@ ULong CNorvikSql::ieHistGetCount(ULong asset) {
 }
 
 ULong CNorvikSql::ieHistEnumDates(ULong asset, CDynaList<CTime>& dates) {
-    const CString statement =
-        CString::Formatted("select distinct(_DATE) from IEHIST where _ASSET=%d order by _DATE", AsInt(asset));
-    try {
-        CSqlRecordset rs(this, statement);
-        for (; !rs.IsEOF(); rs.MoveNext()) dates.Add(rs.TimeAt(0));
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-    }
-    return dates.GetCount();
+    return EnumDatesReported(
+        *this, CString::Formatted("select distinct(_DATE) from IEHIST where _ASSET=%d order by _DATE", AsInt(asset)),
+        dates);
 }
 
 ULong CNorvikSql::ieHistEnumSites(ULong asset, CTime day, CDynaList<ULong>& rows) {
@@ -154,12 +149,7 @@ ULong CNorvikSql::ieEnumPurge(CTime before, CDynaList<ULong>& histRows, CDynaLis
 
 ULong CNorvikSql::ieCookieAdd(ULong asset, CTime date, const char* name) {
     const CString values = CString::Formatted("%d,%s,%s", AsInt(asset), SqlTime(date).c_str(), SqlQuote(name).c_str());
-    try {
-        return InsertRecord("IECOOKIE", "_ASSET,_DATE,_NAME", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "IECOOKIE", "_ASSET,_DATE,_NAME", values);
 }
 
 ULong CNorvikSql::ieCookieGetCount(ULong asset) {

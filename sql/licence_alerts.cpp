@@ -1,6 +1,7 @@
 // Licence alerts: the alerts raised about applications installed more often than licensed
 // (LICALERTS).
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 // ---- Reads ----
@@ -10,35 +11,21 @@ ULong CNorvikSql::licensealertFind(int type, ULong app) {
         CString::Formatted("select _ID from LICALERTS where _TYPE=%d and _APP=%d", type, static_cast<int>(app)));
 }
 
-ULong CNorvikSql::licensealertGetCount() {
-    const char* statement = "select * from LICALERTS";
-    ULong count = 0;
-    try {
-        CSqlRecordset rs(this, statement);
-        for (; !rs.IsEOF(); rs.MoveNext()) ++count;
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        count = 0;
-    }
-    return count;
-}
+ULong CNorvikSql::licensealertGetCount() { return CountRowsReported(*this, "select * from LICALERTS"); }
 
 ULong CNorvikSql::licensealertGetDetails(ULong alert, int* type, int* app, CTime* date, int* declared, int* instances) {
     const CString statement = CString::Formatted(
         "select _TYPE,_APP,_DATE,_DECLARED,_INSTANCES from LICALERTS where _ID=%d", static_cast<int>(alert));
-    try {
-        CSqlRecordset rs(this, statement);
-        if (rs.IsEOF()) return 0;
-        if (type) *type = static_cast<int>(rs.NumberAt(0));
-        if (app) *app = static_cast<int>(rs.NumberAt(1));
-        if (date) *date = rs.TimeAt(2);
-        if (declared) *declared = static_cast<int>(rs.NumberAt(3));
-        if (instances) *instances = static_cast<int>(rs.NumberAt(4));
-        return 1;
-    } catch (const CDBException& e) {
-        HandleSqlException(e, statement);
-        return 0;
-    }
+    return ReadFirstRowReported(*this, statement,
+                                [&](CSqlRecordset& rs) {
+                                    if (type) *type = static_cast<int>(rs.NumberAt(0));
+                                    if (app) *app = static_cast<int>(rs.NumberAt(1));
+                                    if (date) *date = rs.TimeAt(2);
+                                    if (declared) *declared = static_cast<int>(rs.NumberAt(3));
+                                    if (instances) *instances = static_cast<int>(rs.NumberAt(4));
+                                })
+               ? 1
+               : 0;
 }
 
 // ---- Writes ----
@@ -46,12 +33,7 @@ ULong CNorvikSql::licensealertGetDetails(ULong alert, int* type, int* app, CTime
 ULong CNorvikSql::licensealertAdd(int type, ULong app, const CTime& date, int declared, int instances) {
     const CString values =
         CString::Formatted("%d,%d,%s,%d,%d", type, static_cast<int>(app), SqlTime(date).c_str(), declared, instances);
-    try {
-        return InsertRecord("LICALERTS", "_TYPE,_APP,_DATE,_DECLARED,_INSTANCES", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "LICALERTS", "_TYPE,_APP,_DATE,_DECLARED,_INSTANCES", values);
 }
 
 void CNorvikSql::licensealertDeleteAll() {

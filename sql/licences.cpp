@@ -1,6 +1,7 @@
 // Licences: the licence types (LICTYPE), each application's type and declared count (APPS),
 // and the licence totals kept by application text (SWLIC).
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -144,12 +145,7 @@ int CNorvikSql::DeleteLicenceType(ULong type) {
 
 ULong CNorvikSql::AddLicenceType(const char* name) {
     const CString values = CString::Formatted("%s,%d", SqlQuote(name).c_str(), 0);
-    try {
-        return InsertRecord("LICTYPE", "_NAME,_FLAGS", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "LICTYPE", "_NAME,_FLAGS", values);
 }
 
 void CNorvikSql::SetAppLicence(ULong app, int type, int count) {

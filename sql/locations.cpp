@@ -10,6 +10,7 @@
 #include "common/address_list.h"
 #include "platform/atomic_file.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -189,12 +190,7 @@ ULong CNorvikSql::locAdd(const char* name, ULong parent, ULong type, CIPAddress 
     const CString values =
         CString::Formatted("%s,%d,%d,%s,%s", SqlQuote(name).c_str(), static_cast<int>(parent), static_cast<int>(type),
                            SqlQuote(from.GetAsText()).c_str(), SqlQuote(to.GetAsText()).c_str());
-    try {
-        return InsertRecord("LOCDATA", "_NAME,_PARENT,_TYPE,_IPFROM,_IPTO", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "LOCDATA", "_NAME,_PARENT,_TYPE,_IPFROM,_IPTO", values);
 }
 
 ULong CNorvikSql::locAddFull(const char* path) {

@@ -347,6 +347,8 @@ public:
     ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
     ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) override;
     ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) override;
+    // One statement over the location subtree and the child assets below it (cycles end it).
+    ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
     ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
 
     // ---- Events ----

@@ -1,6 +1,7 @@
 // Serial-number scan records: the registry places where the auditor reads an application's
 // serial number (SWSERIAL).
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 
 // ---- Reads ----
 
@@ -15,12 +16,7 @@ CString CNorvikSql::GetSSRegItem(ULong record) { return SelectTextReported("SWSE
 ULong CNorvikSql::AddSSRec(const char* appName, const char* regKey, const char* regItem) {
     const CString values =
         CString::Formatted("%s,%s,%s", SqlQuote(appName).c_str(), SqlQuote(regKey).c_str(), SqlQuote(regItem).c_str());
-    try {
-        return InsertRecord("SWSERIAL", "_APPNAME,_REGKEY,_REGITEM", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "SWSERIAL", "_APPNAME,_REGKEY,_REGITEM", values);
 }
 
 void CNorvikSql::DeleteSSRec(ULong record) {

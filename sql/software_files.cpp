@@ -3,6 +3,7 @@
 #include "kb/recset.h"
 #include "kb/table.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -18,17 +19,11 @@ void CNorvikSql::LoadSwFileCache(ULong file) {
     const CString statement = CString::Formatted(
         "select _NAME,_SIZE,_CRC,_RESMFR,_RESAPP,_RESVER,_APPID from SWFILE where _ID=%d", AsInt(file));
     try {
-        CSqlRecordset rs(this, statement);
         // A missing row still takes the key: the fields keep what they held.
-        if (!rs.IsEOF()) {
-            m_swFileCache.name = rs.TextAt(0);
-            m_swFileCache.size = rs.NumberAt(1);
-            m_swFileCache.crc = rs.NumberAt(2);
-            m_swFileCache.mfr = rs.TextAt(3);
-            m_swFileCache.product = rs.TextAt(4);
-            m_swFileCache.version = rs.TextAt(5);
-            m_swFileCache.app = rs.NumberAt(6);
-        }
+        ReadFirstRow(*this, statement, [&](CSqlRecordset& rs) {
+            m_swFileCache = SwFileCacheEntry{rs.TextAt(0), rs.NumberAt(1), rs.NumberAt(2), rs.TextAt(3),
+                                             rs.TextAt(4), rs.TextAt(5),   rs.NumberAt(6)};
+        });
         m_swFileCacheId = file;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);

@@ -40,6 +40,23 @@ std::vector<CString> AssetConditions(bool wholeSite, const CDynaList<ULong>& ass
 
 }  // namespace
 
+ULong CNorvikSql::EnumScopeAssets(ULong location, CDynaList<ULong>& assets) {
+    // "union" rather than "union all": a row met again adds nothing, so a cycle written into
+    // LOCDATA or into the child assets by hand ends the recursion on both engines.
+    const CString statement = CString::Formatted(
+        "with recursive PLACES(_ID) as (select %d union select LOCDATA._ID from LOCDATA join PLACES on "
+        "LOCDATA._PARENT = PLACES._ID), MEMBERS(_ID) as (select ASSET._ID from ASSET join PLACES on ASSET._LOCATION = "
+        "PLACES._ID where (ASSET._STATUS & %d) = 0 union select ASSET._ID from ASSET join MEMBERS on ASSET._LOCATION "
+        "= MEMBERS._ID where (ASSET._STATUS & %d) <> 0) select _ID from MEMBERS",
+        AsInt(location), AsInt(kAssetChild), AsInt(kAssetChild));
+    try {
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) assets.Add(rs.NumberAt(0));
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return assets.GetCount();
+}
+
 ULong CNorvikSql::EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) {
     CDynaList<ULong> assets;
     if (!ScopeAssets(scope, assets)) return list.GetCount();

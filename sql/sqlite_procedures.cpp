@@ -11,6 +11,7 @@
 
 #include "platform/ctime.h"
 #include "platform/odbc_recordset.h"
+#include "sql/find_or_insert_lock.h"
 #include "sql/schema_scripts.h"
 #include "sql/sql_arguments.h"
 #include "sql/sql_database.h"
@@ -79,21 +80,26 @@ std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* 
     return 0;
 }
 
-// usp_AddApp(mfr, app, flags, OUT id): the steps of postgresql/usp_addapp.sql. Like
-// usp_AddAppInst it writes with one statement at most, so it needs no transaction of its own:
-// the two statements a transaction would add cost more than the lookup itself.
+// usp_AddApp(mfr, app, flags, OUT id): the steps of postgresql/usp_addapp.sql. A found
+// application costs one lookup and no transaction; only a missing one takes the write lock and
+// looks again, so that of two connections adding one name the second finds the first's row.
 std::int32_t AddApp(CDatabase& db, const Arguments& args, std::int32_t* out) {
     long flags = 0;
     if (args.size() != 3 || !IntegerArgument(args[2], &flags))
         throw ProcedureError("usp_AddApp", "expects a publisher, a name and an integer");
     const CString mfr = CSqlDatabase::SqlQuote(args[0]);
     const CString app = CSqlDatabase::SqlQuote(args[1]);
-    std::int32_t id = FirstValueAsInt32(
-        db, "select _ID from APPS where _MFR = " + mfr + " and _APP = " + app + " order by _ID limit 1");
+    const CString find = "select _ID from APPS where _MFR = " + mfr + " and _APP = " + app + " order by _ID limit 1";
+    std::int32_t id = FirstValueAsInt32(db, find);
     if (id == 0) {
-        db.ExecuteSQL(CString::Formatted("insert into APPS (_MFR, _APP, _FLAGS) values (%s, %s, %ld)", mfr.c_str(),
-                                         app.c_str(), flags));
-        id = FirstValueAsInt32(db, "select last_insert_rowid()");
+        FindOrInsertLock lock(db, "APPS", "");
+        id = FirstValueAsInt32(db, find);
+        if (id == 0) {
+            db.ExecuteSQL(CString::Formatted("insert into APPS (_MFR, _APP, _FLAGS) values (%s, %s, %ld)", mfr.c_str(),
+                                             app.c_str(), flags));
+            id = FirstValueAsInt32(db, "select last_insert_rowid()");
+        }
+        lock.Commit();
     }
     if (out) *out = id;
     return 0;
@@ -126,19 +132,20 @@ std::int32_t AddAppInst(CDatabase& db, const Arguments& args, std::int32_t* out)
 struct Entry {
     const char* name;
     Procedure run;
-    bool atomic;  // several statements that must all happen or none
+    bool atomic;        // several statements that must all happen or none
+    const char* finds;  // a find-or-insert into this table: runs under its FindOrInsertLock
 };
 
 // One entry a line, so that procedures are added and removed line by line.
 // clang-format off
 const Entry kProcedures[] = {
-    {"usp_Insert", Insert, false},
-    {"usp_Clean", Clean, true},
-    {"usp_PurgeAssetHist", PurgeAssetHist, true},
-    {"usp_MergeFolder", SqliteMergeFolder, true},
-    {"usp_MergeFile", SqliteMergeFile, true},
-    {"usp_AddApp", AddApp, false},
-    {"usp_AddAppInst", AddAppInst, false},
+    {"usp_Insert", Insert, false, nullptr},
+    {"usp_Clean", Clean, true, nullptr},
+    {"usp_PurgeAssetHist", PurgeAssetHist, true, nullptr},
+    {"usp_MergeFolder", SqliteMergeFolder, true, "SWFOLDER"},
+    {"usp_MergeFile", SqliteMergeFile, true, "SWFILE"},
+    {"usp_AddApp", AddApp, false, nullptr},  // locks only when it inserts
+    {"usp_AddAppInst", AddAppInst, false, nullptr},
 };
 // clang-format on
 
@@ -154,10 +161,12 @@ void TEST_RegisterSqliteProcedure(const char* name, SqliteProcedure run) { TestP
 std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* args, std::int32_t* out) {
     Procedure run = nullptr;
     bool atomic = true;
+    const char* finds = nullptr;
     for (const auto& entry : kProcedures) {
         if (strcasecmp(entry.name, name) == 0) {
             run = entry.run;
             atomic = entry.atomic;
+            finds = entry.finds;
         }
     }
     for (const auto& [testName, testRun] : TestProcedures())
@@ -166,6 +175,16 @@ std::int32_t RunSqliteProcedure(CDatabase& db, const char* name, const char* arg
     Arguments arguments;
     if (!ParseSqlArguments(args, &arguments)) throw ProcedureError(name, "unterminated text in the argument list");
     if (!atomic) return run(db, arguments, out);
+    if (finds && !db.InTransaction()) {
+        // The lock's write comes first, so the find already holds the database and a concurrent
+        // writer waits instead of failing this insert as busy. In a caller's transaction SQLite
+        // refuses a write from a stale read anyway (no duplicate row can come of it), and the
+        // import, which calls these for every file, has held the write lock since its first row.
+        FindOrInsertLock lock(db, finds, "");
+        const std::int32_t ret = run(db, arguments, out);
+        lock.Commit();
+        return ret;
+    }
     TransactionScope transaction(db);
     const std::int32_t ret = run(db, arguments, out);
     transaction.Commit();

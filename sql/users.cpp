@@ -5,6 +5,7 @@
 
 #include "sql/norvik_sql.h"
 #include "sql/password_hash.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -75,12 +76,7 @@ CString CNorvikSql::userGetLastName(ULong user) { return SelectTextReported("USE
 
 ULong CNorvikSql::userAdd(const char* name, int level) {
     const CString values = CString::Formatted("%s,%d", SqlQuote(name).c_str(), level);
-    try {
-        return InsertRecord("USERS", "_USER,_LEVEL", values);
-    } catch (const CDBException& e) {
-        HandleSqlException(e, values);
-        return 0;
-    }
+    return InsertReported(*this, "USERS", "_USER,_LEVEL", values);
 }
 
 int CNorvikSql::userDelete(ULong user) {

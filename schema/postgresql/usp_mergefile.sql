@@ -16,8 +16,9 @@
 -- arrive negative and are stored and compared as they arrive.
 -- File rows are shared by the whole site: the SWFILE row whose name, size, CRC and three
 -- version texts all equal the arguments (texts byte for byte) is taken, else one is inserted
--- with p_app. A found row without an application takes p_app; one with an application keeps
--- it (assignments are changed by AssignFile, which keeps APPINST in step). The asset's link of
+-- with p_app (a missing row is looked for again under an advisory lock on the name, as
+-- schema/README.md describes, so concurrent imports share one row). A found row without an
+-- application takes p_app; one with an application keeps it (assignments are changed by AssignFile, which keeps APPINST in step). The asset's link of
 -- that file in that folder takes the date; without one, a link is inserted. The library runs the
 -- same statements itself on SQLite (sql/sqlite_software_procedures.cpp): keep them in step.
 create or replace function usp_MergeFile(p_asset integer, p_folder integer, p_crc integer, p_name text, p_size integer, p_date integer, p_mfr text, p_product text, p_version text, p_app integer, out ret integer)
@@ -27,6 +28,10 @@ declare
     v_app integer;
 begin
     select _ID, _APPID into v_file, v_app from SWFILE where _NAME = p_name and _SIZE = p_size and _CRC = p_crc and _RESMFR = p_mfr and _RESAPP = p_product and _RESVER = p_version order by _ID limit 1;
+    if v_file is null then
+        perform pg_advisory_xact_lock(hashtext('SWFILE'), hashtext(upper(p_name)));
+        select _ID, _APPID into v_file, v_app from SWFILE where _NAME = p_name and _SIZE = p_size and _CRC = p_crc and _RESMFR = p_mfr and _RESAPP = p_product and _RESVER = p_version order by _ID limit 1;
+    end if;
     if v_file is null then
         insert into SWFILE (_NAME, _SIZE, _CRC, _RESMFR, _RESAPP, _RESVER, _APPID) values (p_name, p_size, p_crc, p_mfr, p_product, p_version, p_app) returning _ID into v_file;
     elsif v_app = 0 and p_app <> 0 then

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -197,22 +198,20 @@ TEST_P(DbCrash, LocationDeleteKilledAtRandomMomentsLeavesAllOrNothing) {
     RecordProperty("left_whole", none);
 }
 
-TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
-    // 12 names keep the suite quick; NORVIK_RACE_NAMES asks for a longer race (100 to measure).
-    const char* names = std::getenv("NORVIK_RACE_NAMES");
-    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
-    constexpr int kProcesses = 4;
-    const fs::path dir = fs::temp_directory_path() / ("norvik_race_" + std::to_string(getpid()));
+// Runs kRaceProcesses shells at once against the scratch database, each running the tool with
+// `verb` followed by "SAME-1" to "SAME-<count>" in turn, and waits for all of them. What shell k
+// printed is in dir/k.
+constexpr int kRaceProcesses = 4;
+void RaceSameNames(const std::string& dsn, const std::string& verb, int count, const fs::path& dir) {
     fs::create_directories(dir);
     std::vector<pid_t> runs;
-    for (int process = 0; process < kProcesses; ++process) {
-        // One shell per process, adding the names in turn and keeping what each add printed.
+    for (int process = 0; process < kRaceProcesses; ++process) {
         std::string script;
-        for (int i = 1; i <= nameCount; ++i) {
-            script += "'" NORVIK_CLI_PATH "' --dsn \"$1\" asset add SAME-" + std::to_string(i) + " >>'" +
+        for (int i = 1; i <= count; ++i) {
+            script += "'" NORVIK_CLI_PATH "' --dsn \"$1\" " + verb + " SAME-" + std::to_string(i) + " >>'" +
                       (dir / std::to_string(process)).string() + "' 2>&1\n";
         }
-        std::vector<std::string> words{"/bin/sh", "-c", script, "sh", scratch_.ConnectionString()};
+        std::vector<std::string> words{"/bin/sh", "-c", script, "sh", dsn};
         std::vector<char*> argv;
         for (std::string& word : words) argv.push_back(word.data());
         argv.push_back(nullptr);
@@ -221,6 +220,14 @@ TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
         runs.push_back(pid);
     }
     for (const pid_t pid : runs) Wait(pid);
+}
+
+TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
+    // 12 names keep the suite quick; NORVIK_RACE_NAMES asks for a longer race (100 to measure).
+    const char* names = std::getenv("NORVIK_RACE_NAMES");
+    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
+    const fs::path dir = fs::temp_directory_path() / ("norvik_race_" + std::to_string(getpid()));
+    RaceSameNames(scratch_.ConnectionString(), "asset add", nameCount, dir);
 
     EXPECT_EQ(Count("select count(*) from ASSET where _NAME like 'SAME-%'"), static_cast<ULong>(nameCount));
     const ULong duplicated =
@@ -233,7 +240,7 @@ TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
         CSqlRecordset rs(&Db(), "select _NAME,_ID from ASSET");
         for (; !rs.IsEOF(); rs.MoveNext()) ids[rs.TextAt(0).str()] = rs.NumberAt(1);
     }
-    for (int process = 0; process < kProcesses; ++process) {
+    for (int process = 0; process < kRaceProcesses; ++process) {
         std::ifstream in(dir / std::to_string(process));
         std::string line;
         int reported = 0;
@@ -247,6 +254,31 @@ TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
             ++reported;
         }
         EXPECT_EQ(reported, nameCount);
+    }
+    fs::remove_all(dir);
+}
+
+TEST_P(DbCrash, ConcurrentAppAddsOfTheSameNamesLeaveOneApplicationPerName) {
+    // Every add of a name prints the one application's id, whether it inserted or found it.
+    const char* names = std::getenv("NORVIK_RACE_NAMES");
+    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
+    const fs::path dir = fs::temp_directory_path() / ("norvik_app_race_" + std::to_string(getpid()));
+    RaceSameNames(scratch_.ConnectionString(), "app add Racer", nameCount, dir);
+
+    EXPECT_EQ(Count("select count(*) from APPS where _APP like 'SAME-%'"), static_cast<ULong>(nameCount));
+    std::vector<std::string> ids;
+    {
+        CSqlRecordset rs(&Db(), "select _ID from APPS where _APP like 'SAME-%' order by _ID");
+        for (; !rs.IsEOF(); rs.MoveNext()) ids.push_back(std::to_string(rs.NumberAt(0)));
+    }
+    for (int process = 0; process < kRaceProcesses; ++process) {
+        std::ifstream in(dir / std::to_string(process));
+        std::vector<std::string> printed;
+        for (std::string line; std::getline(in, line);) printed.push_back(line);
+        std::sort(printed.begin(), printed.end());
+        std::vector<std::string> expected = ids;
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(printed, expected) << "process " << process;
     }
     fs::remove_all(dir);
 }

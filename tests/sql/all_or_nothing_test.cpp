@@ -2,8 +2,10 @@
 // row): each reports the failure and leaves the database as it was. The find-or-insert lock's keys.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "sql/find_or_insert_lock.h"
 #include "sql/sql_recordset.h"
@@ -114,6 +116,29 @@ TEST_P(AllOrNothing, FindOrInsertLockHoldsItsTransactionUntilCommit) {
     // The key ignores case, so that names that differ only in case wait for each other too.
     EXPECT_EQ(FindOrInsertLock::LockKey("pc-1"), FindOrInsertLock::LockKey("PC-1"));
     EXPECT_NE(FindOrInsertLock::LockKey("PC-1"), FindOrInsertLock::LockKey("PC-2"));
+}
+
+TEST_P(AllOrNothing, CatalogueAddsOfOneNameShareOneRowAcrossConnections) {
+    const ULong rack = db_->AddCategory("Rack", 0);
+    EXPECT_EQ(db_->AddCategory("Rack", 0), rack);
+    const ULong make = db_->AddMake(rack, "Stackwell");
+    EXPECT_EQ(db_->AddMake(rack, "Stackwell"), make);
+    EXPECT_NE(db_->AddMake(db_->AddCategory("Shelf", 0), "Stackwell"), make) << "one name under two categories";
+    EXPECT_EQ(db_->AddModel(make, "S-1"), db_->AddModel(make, "S-1"));
+
+    // Another connection adding "Desk" while this one holds the name's lock (the key is the
+    // scope, a tab and the name) waits for the commit, then takes the row committed meanwhile.
+    auto other = MakeBackEnd();
+    ASSERT_TRUE(OpenBackEnd(*other));
+    FindOrInsertLock lock(*db_, "CAT", "0\tDesk");
+    const ULong desk = db_->InsertRecord("CAT", "_NAME,_TYPE", "'Desk',0") << 16;
+    ULong seen = 0;
+    std::thread adder([&] { seen = other->AddCategory("Desk", 0); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    lock.Commit();
+    adder.join();
+    EXPECT_EQ(seen, desk);
+    EXPECT_EQ(Count("select count(*) from CAT where _NAME = 'Desk'"), 1u);
 }
 
 NORVIK_ON_BOTH_ENGINES(AllOrNothing);

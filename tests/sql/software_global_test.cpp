@@ -73,6 +73,27 @@ TEST_P(GlobalFiles, FileAssetsFollowTheScopeAndTheNameFilter) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+TEST_P(GlobalFiles, ScopeAssetsAreTheWalksSetEachOnceAndSurviveALocationCycle) {
+    const ULong grandchild = db_->AddAsset("Grandchild", 0, 0, 0, CTime());
+    db_->SetAssetParent(grandchild, child_, 1, 0, CTime());
+    auto asSet = [](const CDynaList<ULong>& list) { return std::set<ULong>(list.begin(), list.end()); };
+    for (const ULong scope : {site_, room_}) {
+        CDynaList<ULong> walked, scoped;
+        db_->assetEnum(scope, 0, walked, 1);
+        db_->EnumScopeAssets(scope, scoped);
+        EXPECT_EQ(asSet(scoped), asSet(walked)) << scope;
+        EXPECT_EQ(scoped.GetCount(), asSet(scoped).size()) << scope;
+    }
+    // A cycle written into LOCDATA by hand: the site placed below its own room.
+    db_->ExecuteStatement(CString::Formatted("update LOCDATA set _PARENT=%d where _ID=%d", static_cast<int>(room_),
+                                             static_cast<int>(site_)));
+    CDynaList<ULong> cyclic;
+    db_->EnumScopeAssets(site_, cyclic);
+    EXPECT_EQ(asSet(cyclic), (std::set<ULong>{top_, inRoom_, child_, grandchild}));
+    EXPECT_EQ(cyclic.GetCount(), 4u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 NORVIK_ON_BOTH_ENGINES(GlobalFiles);
 
 }  // namespace
