@@ -609,15 +609,6 @@ public:
     virtual CString applicationGetVersion(ULong instance) = 0;
     // Appends (empty, _ID, _LICCOUNT) for every application whose licence type has bit 0x1.
     virtual ULong applicationEnumLicenceCounts(CSortList& list) = 0;
-    // One installed application of an asset, for applicationAddInstances.
-    struct AppInstanceEntry {
-        CString publisher;
-        CString name;
-        CString version;
-    };
-    // For each entry, in a few set-based statements: applicationAdd(publisher, name, 1), then
-    // applicationAddInstance(asset, that app, "", version, 0). 1; 0 on failure (all or nothing).
-    virtual int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) = 0;
 
     // ---- Licences ----
     // LICTYPE holds the licence types; each application (APPS) carries one (_LICTYPE) and a
@@ -983,9 +974,6 @@ public:
     // The scope's assets holding `file`: (asset name, asset _ID, folder _ID), one item per folder
     // the asset holds it in; items already in the list are not added again. Returns the count.
     virtual ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) = 0;
-    // Appends the assets of location scope `location` (as above, each once, in no set order) to
-    // `assets`; the default asks assetEnum. Returns the list's count.
-    virtual ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets);
     // With an empty `assets`, empties `ids` and fills it with every event; otherwise appends the
     // events whose history row belongs to one of `assets`. Returns the count of `ids`.
     virtual ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) = 0;
@@ -1121,6 +1109,20 @@ public:
     // new alerts' _IDs are appended to `added` when given. Changes nothing else. Returns the
     // number of over-used applications, alerted before or now.
     virtual ULong licensealertCheckOverUse(const CTime& date, CDynaList<ULong>* added);
+
+    // ---- Bulk writes and set reads (beyond the published slots) ----
+    // One installed application of an asset, for applicationAddInstances.
+    struct AppInstanceEntry {
+        CString publisher;
+        CString name;
+        CString version;
+    };
+    // For each entry, in a few set-based statements: applicationAdd(publisher, name, 1), then
+    // applicationAddInstance(asset, that app, "", version, 0). 1; 0 on failure (all or nothing).
+    virtual int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) = 0;
+    // Appends the assets of location scope `location` (as the global enumerations scope it, each once, in no set order)
+    // to `assets`; the default asks assetEnum. Returns the list's count.
+    virtual ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets);
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

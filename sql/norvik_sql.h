@@ -214,7 +214,6 @@ public:
     CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) override;
     CString applicationGetVersion(ULong instance) override;
     ULong applicationEnumLicenceCounts(CSortList& list) override;
-    int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
 
     // ---- Licences ----
     int GetAppLicenceStats(ULong scope, ULong app, ULong& type, ULong& flags, int& instances, int& difference) override;
@@ -347,8 +346,6 @@ public:
     ULong EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CSortList& list, int withAliases) override;
     ULong EnumGlobalFile(ULong scope, const char* name, int withVersion, CSortList& list) override;
     ULong EnumGlobalFileAssets(ULong scope, ULong file, CSortList& list) override;
-    // One statement over the location subtree and the child assets below it (cycles end it).
-    ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
     ULong EnumGlobalEvents(const CDynaList<ULong>& assets, CDynaList<ULong>& ids) override;
 
     // ---- Events ----
@@ -400,6 +397,11 @@ public:
 
     // ---- Licence compliance ----
     ULong licenceEnumInstallations(ULong scope, CSortList& list) override;
+
+    // ---- Bulk writes and set reads ----
+    int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
+    // One statement over the location subtree and the child assets below it (cycles end it).
+    ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
 
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning

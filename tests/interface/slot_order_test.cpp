@@ -18,7 +18,7 @@ struct Family {
 };
 
 // Families in slot order, each with its virtual operations in slot order (an overload appears
-// once per declaration). The last family extends the published set and must stay last.
+// once per declaration). The families beyond the published slots extend the set; each new one goes last.
 const std::vector<Family> kSlotOrder = {
     {"Life cycle",
      {"~CNorvik", "IsDbOpen", "GetCompanyName", "SetCompanyName", "GetIconName", "GetDbType", "Open", "Save",
@@ -112,6 +112,7 @@ const std::vector<Family> kSlotOrder = {
     {"Housekeeping of applications",
      {"enumUnreferencedApps", "enumDuplicateApps", "enumOrphans", "FixupDuplicateApps", "enumDuplicateAppInstances"}},
     {"Licence compliance (beyond the published slots)", {"licenceEnumInstallations", "licensealertCheckOverUse"}},
+    {"Bulk writes and set reads (beyond the published slots)", {"applicationAddInstances", "EnumScopeAssets"}},
 };
 
 std::string ReadSource(const char* relative) {
