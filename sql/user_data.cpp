@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/odbc_prepared.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -461,23 +462,27 @@ void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
     // value row (the first one's flags), as userDataAdd has it. The rows are inserted empty, as
     // userDataAdd leaves an empty value, without usp_Insert since no _ID is needed.
     if (GetEngine() != SqlEngine::Sqlite) {
-        // One statement, one round trip, against the definitions as they are now.
+        // One statement, one round trip, against the definitions as they are now; prepared, so
+        // that the server plans it once per connection (planning costs more than running it).
         static const std::string text = [] {
             auto field = [](const std::string& row) {
                 std::string condition = "(" + row + "._FLAGS & 3) = 2";
                 for (const auto& entry : kBuiltIns) condition += " and " + row + "._KEY <> '" + entry.name + "'";
                 return condition;
             };
-            return "insert into USERDATA (_PARENT,_OWNER,_KEY,_FLAGS) select d._PARENT, %d, d._KEY, d._FLAGS & " +
+            return "insert into USERDATA (_PARENT,_OWNER,_KEY,_FLAGS) select d._PARENT, ?, d._KEY, d._FLAGS & " +
                    std::to_string(kUserDataOwnerMask) + " from USERDEF d where " + field("d") +
                    " and not exists (select 1 from USERDEF e where e._PARENT = d._PARENT and e._KEY = d._KEY and "
                    "e._ID < d._ID and " +
                    field("e") +
-                   ") and not exists (select 1 from USERDATA u where u._OWNER = %d and u._PARENT = d._PARENT and "
+                   ") and not exists (select 1 from USERDATA u where u._OWNER = ? and u._PARENT = d._PARENT and "
                    "u._KEY = d._KEY and (u._FLAGS & 2) <> 0) order by d._ID";
         }();
-        statement = CString::Formatted(text.c_str(), AsInt(asset), AsInt(asset));
-        ExecuteStatement(statement);
+        statement = text.c_str();
+        COdbcPrepared& insert = Prepared(text.c_str());
+        insert.SetLong(1, AsInt(asset));
+        insert.SetLong(2, AsInt(asset));
+        insert.Execute();
         return;
     }
     // SQLite: the driver compiles a statement on every execution, prepared or not, and compiling
