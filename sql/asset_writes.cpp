@@ -25,6 +25,7 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
     // instead of reading as "not found" and inserting a second asset of the name. Only _ID is
     // fetched: every added asset pays for this read, and a whole row costs several times more.
     CString statement = CString::Formatted("select _ID from ASSET where _NAME=%s", SqlQuote(name).c_str());
+    if (!InTransaction()) m_assetFieldsUnsettled = false;  // any definition write has ended by now
     try {
         // The find and the insert hold the name's lock together: of concurrent adds of one name
         // the first inserts, the others wait and find its asset.
@@ -48,8 +49,10 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
                 return 0;  // historyAdd has reported the failure; the scope takes the asset back
             transaction.Commit();
         }
-        lock.Commit();
+        // The value rows commit with the asset (or with the lock of a found one): one commit per
+        // call, and no new asset without its rows when their insert fails.
         if (addUserFields) AddAssetUserFields(asset, statement);
+        lock.Commit();
         return asset;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);

@@ -19,6 +19,7 @@ void CNorvikSql::ClearCaches() {
     m_assetCacheId = 0;
     m_appInstCacheId = 0;
     m_swFileCacheId = 0;
+    InvalidateAssetFields();
 }
 
 bool CNorvikSql::OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)()) {

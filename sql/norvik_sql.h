@@ -5,6 +5,8 @@
 // HandleSqlException (the caller's message-box callback) and returns its failure value.
 #pragma once
 
+#include <vector>
+
 #include "interface/norvik.h"
 #include "sql/sql_database.h"
 
@@ -505,6 +507,19 @@ private:
     // aside) gets an empty value row for `asset` unless it has one; no history. Throws
     // CDBException, the statement sent left in `statement`.
     void AddAssetUserFields(ULong asset, CString& statement);
+    // The asset-level fields AddAsset fills in on SQLite, kept per connection: reloaded after a
+    // definition write of this connection (InvalidateAssetFields) or another connection's commit.
+    // A write inside a transaction leaves them unsettled (reloaded on every use) until AddAsset
+    // next starts outside any transaction, since a rollback would take the write back unseen.
+    struct AssetField {
+        ULong group;
+        CString key;
+        ULong flags;
+    };
+    void InvalidateAssetFields() {
+        m_assetFieldsLoaded = false;
+        m_assetFieldsUnsettled = m_assetFieldsUnsettled || InTransaction();
+    }
     // The category named `key` directly below `parent`; 0 when there is none. Throws
     // CDBException, the statement sent left in `statement`.
     ULong FindChildCategory(ULong parent, const CString& key, CString& statement);
@@ -561,6 +576,10 @@ private:
     };
     AppInstCacheEntry m_appInstCache;
     ULong m_swFileCacheId = 0;
+    std::vector<AssetField> m_assetFields;
+    bool m_assetFieldsLoaded = false;
+    bool m_assetFieldsUnsettled = false;
+    long m_assetFieldsVersion = 0;  // the SQLite data_version they were read at
     // How many failures HandleSqlException has reported: RunAllOrNothing compares it.
     mutable ULong m_nReportedFailures = 0;
 };

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/odbc_prepared.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -70,6 +71,24 @@ ULong AddDistinctTexts(CNorvikSql& db, const CString& statement, CStringTable& t
         db.HandleSqlException(e, statement);
     }
     return added;
+}
+
+// A row of USERDATA as the writes of one value need it.
+struct ValueRow {
+    ULong owner = 0;
+    CString key;
+    CString value;
+    ULong flags = 0;
+};
+
+// Reads value `id` into `row`; false when there is no such row. Throws CDBException, the
+// statement sent left in `statement`.
+bool ReadValueRow(CNorvikSql& db, ULong id, ValueRow& row, CString& statement) {
+    statement = CString::Formatted("select _OWNER,_KEY,_VAL,_FLAGS from USERDATA where _ID=%d", AsInt(id));
+    CSqlRecordset rs(&db, statement);
+    if (rs.IsEOF()) return false;
+    row = ValueRow{rs.NumberAt(0), rs.TextAt(1), rs.TextAt(2), rs.NumberAt(3)};
+    return true;
 }
 
 }  // namespace
@@ -375,6 +394,7 @@ int CNorvikSql::userDataDelete(ULong value, int deleteGroup, CTime when) {
         if (deleteGroup) {
             // A group's values and definitions move up to the group's own parent, then it goes.
             const ULong parent = SelectNumber("USERDEF", "_PARENT", value);
+            InvalidateAssetFields();
             TransactionScope transaction(*this);
             statement =
                 CString::Formatted("update USERDATA set _PARENT=%d where _PARENT=%d", AsInt(parent), AsInt(value));
@@ -387,21 +407,12 @@ int CNorvikSql::userDataDelete(ULong value, int deleteGroup, CTime when) {
             transaction.Commit();
             return 1;
         }
-        statement = CString::Formatted("select _OWNER,_KEY,_VAL,_FLAGS from USERDATA where _ID=%d", AsInt(value));
-        ULong owner = 0, flags = 0;
-        CString key, old;
-        {
-            CSqlRecordset rs(this, statement);
-            if (rs.IsEOF()) return 1;
-            owner = rs.NumberAt(0);
-            key = rs.TextAt(1);
-            old = rs.TextAt(2);
-            flags = rs.NumberAt(3);
-        }
+        ValueRow row;
+        if (!ReadValueRow(*this, value, row, statement)) return 1;
         statement = CString::Formatted("delete from USERDATA where _ID=%d", AsInt(value));
         ExecuteStatement(statement);
-        if (when.GetTime() != 0 && (flags & kUserDataAsset))
-            historyAdd(owner, when, kHistDeleted, kKindAssetData, key, old, nullptr, nullptr);
+        if (when.GetTime() != 0 && (row.flags & kUserDataAsset))
+            historyAdd(row.owner, when, kHistDeleted, kKindAssetData, row.key, row.value, nullptr, nullptr);
         return 1;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
@@ -417,24 +428,16 @@ int CNorvikSql::userDataSetKey(ULong value, const char* key) {
 int CNorvikSql::userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) {
     if (IsBuiltInField(key)) return SetBuiltInField(value, key, text, true, recordHistory, when) ? 1 : 0;
     const CString stored = text ? text : m_szNull;
-    CString statement = CString::Formatted("select _OWNER,_KEY,_VAL,_FLAGS from USERDATA where _ID=%d", AsInt(value));
+    CString statement;
     try {
-        ULong owner = 0, flags = 0;
-        CString rowKey, old;
-        {
-            CSqlRecordset rs(this, statement);
-            if (rs.IsEOF()) return 0;
-            owner = rs.NumberAt(0);
-            rowKey = rs.TextAt(1);
-            old = rs.TextAt(2);
-            flags = rs.NumberAt(3);
-        }
-        if (old == stored) return 1;
+        ValueRow row;
+        if (!ReadValueRow(*this, value, row, statement)) return 0;
+        if (row.value == stored) return 1;
         statement =
             CString::Formatted("update USERDATA set _VAL=%s where _ID=%d", SqlQuote(stored).c_str(), AsInt(value));
         ExecuteStatement(statement);
-        if (recordHistory && (flags & kUserDataAsset))
-            historyAdd(owner, when, kHistChanged, kKindAssetData, rowKey, old, stored, nullptr);
+        if (recordHistory && (row.flags & kUserDataAsset))
+            historyAdd(row.owner, when, kHistChanged, kKindAssetData, row.key, row.value, stored, nullptr);
         return 1;
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
@@ -454,35 +457,67 @@ ULong CNorvikSql::userdataSetAppFieldValue(ULong app, const char* key, const cha
 // ---- The user-field step of AddAsset ----
 
 void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
-    // Every audit import runs this, so it costs three statements whatever the number of fields:
-    // the definitions, the values the asset has already, and one insert of all the missing rows.
-    // userDataAdd would cost a lookup and an insert per field. The rows are inserted without
-    // usp_Insert since no _ID is needed, empty as userDataAdd leaves an empty value.
-    struct Field {
-        ULong group;
-        CString key;
-        ULong flags;
-    };
-    std::vector<Field> fields;
-    statement =
-        CString::Formatted("select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & %d) > 0", AsInt(kUserDataAsset));
-    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-        const ULong flags = rs.NumberAt(2);
-        const CString key = rs.TextAt(1);
-        // A built-in name stands for a column the asset always has.
-        if ((flags & kUserDefGroup) || IsBuiltInField(key)) continue;
-        fields.push_back(Field{rs.NumberAt(0), key, flags & kUserDataOwnerMask});
+    // Every audit import runs this for every asset. A field is an asset-level definition that is
+    // neither a group nor a built-in name; two definitions of one name in one group share one
+    // value row (the first one's flags), as userDataAdd has it. The rows are inserted empty, as
+    // userDataAdd leaves an empty value, without usp_Insert since no _ID is needed.
+    if (GetEngine() != SqlEngine::Sqlite) {
+        // One statement, one round trip, against the definitions as they are now; prepared, so
+        // that the server plans it once per connection (planning costs more than running it).
+        static const std::string text = [] {
+            auto field = [](const std::string& row) {
+                std::string condition = "(" + row + "._FLAGS & 3) = 2";
+                for (const auto& entry : kBuiltIns) condition += " and " + row + "._KEY <> '" + entry.name + "'";
+                return condition;
+            };
+            return "insert into USERDATA (_PARENT,_OWNER,_KEY,_FLAGS) select d._PARENT, ?, d._KEY, d._FLAGS & " +
+                   std::to_string(kUserDataOwnerMask) + " from USERDEF d where " + field("d") +
+                   " and not exists (select 1 from USERDEF e where e._PARENT = d._PARENT and e._KEY = d._KEY and "
+                   "e._ID < d._ID and " +
+                   field("e") +
+                   ") and not exists (select 1 from USERDATA u where u._OWNER = ? and u._PARENT = d._PARENT and "
+                   "u._KEY = d._KEY and (u._FLAGS & 2) <> 0) order by d._ID";
+        }();
+        statement = text.c_str();
+        COdbcPrepared& insert = Prepared(text.c_str());
+        insert.SetLong(1, AsInt(asset));
+        insert.SetLong(2, AsInt(asset));
+        insert.Execute();
+        return;
     }
-    if (fields.empty()) return;
+    // SQLite: the driver compiles a statement on every execution, prepared or not, and compiling
+    // the statement above costs more than the rows it writes. So the fields are kept per
+    // connection and the rows sent as values. One read gives the rows the asset has and the
+    // database's data_version, which moves when another connection has committed (maybe new
+    // definitions); this connection's own definition writes drop the fields themselves.
+    static_assert(kUserDataAsset == 2 && kUserDefGroup == 1, "the statements spell the flags out");
     std::set<std::pair<ULong, std::string>> present;
-    statement = CString::Formatted("select _PARENT,_KEY from USERDATA where _OWNER=%d and (_FLAGS & %d) > 0",
-                                   AsInt(asset), AsInt(kUserDataAsset));
-    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
-        present.emplace(rs.NumberAt(0), rs.TextAt(1).str());
+    long version = 0;
+    statement = CString::Formatted(
+        "select 0, data_version, '' from pragma_data_version union all select 1, _PARENT, _KEY from USERDATA "
+        "where _OWNER=%d and (_FLAGS & 2) <> 0",
+        AsInt(asset));
+    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+        if (rs.NumberAt(0) == 0)
+            version = static_cast<long>(rs.NumberAt(1));
+        else
+            present.emplace(rs.NumberAt(1), rs.TextAt(2).str());
+    }
+    if (!m_assetFieldsLoaded || version != m_assetFieldsVersion) {
+        m_assetFields.clear();
+        std::set<std::pair<ULong, std::string>> seen;
+        statement = "select _PARENT,_KEY,_FLAGS from USERDEF where (_FLAGS & 3) = 2 order by _ID";
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+            const CString key = rs.TextAt(1);
+            if (IsBuiltInField(key) || !seen.emplace(rs.NumberAt(0), key.str()).second) continue;
+            m_assetFields.push_back(AssetField{rs.NumberAt(0), key, rs.NumberAt(2) & kUserDataOwnerMask});
+        }
+        m_assetFieldsLoaded = !m_assetFieldsUnsettled;
+        m_assetFieldsVersion = version;
+    }
     CString rows;
-    for (const Field& field : fields) {
-        // Two definitions of one name in one group share their value row, as userDataAdd has it.
-        if (!present.emplace(field.group, field.key.str()).second) continue;
+    for (const AssetField& field : m_assetFields) {
+        if (present.count({field.group, field.key.str()})) continue;
         if (!rows.IsEmpty()) rows += ",";
         rows += CString::Formatted("(%d,%d,%s,%d)", AsInt(field.group), AsInt(asset), SqlQuote(field.key).c_str(),
                                    AsInt(field.flags));

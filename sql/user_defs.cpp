@@ -71,10 +71,12 @@ int CNorvikSql::userDefGetParams(ULong def, CString& first, CString& second) {
 // ---- Writes ----
 
 int CNorvikSql::userDefSetParent(ULong def, ULong group) {
+    InvalidateAssetFields();
     return ExecuteReported(CString::Formatted("update USERDEF set _PARENT=%d where _ID=%d", AsInt(group), AsInt(def)));
 }
 
 int CNorvikSql::userDefSetKey(ULong def, const char* key, int renameValues) {
+    InvalidateAssetFields();
     CString statement = CString::Formatted("select _KEY,_PARENT from USERDEF where _ID=%d", AsInt(def));
     try {
         CString oldKey;
@@ -105,6 +107,7 @@ int CNorvikSql::userDefSetKey(ULong def, const char* key, int renameValues) {
 }
 
 int CNorvikSql::userDefSetFlags(ULong def, ULong flags) {
+    InvalidateAssetFields();
     return ExecuteReported(CString::Formatted("update USERDEF set _FLAGS=%d where _ID=%d", AsInt(flags), AsInt(def)));
 }
 
@@ -114,6 +117,7 @@ int CNorvikSql::userDefSetParams(ULong def, const char* first, const char* secon
 }
 
 ULong CNorvikSql::userDefAdd(ULong flags) {
+    InvalidateAssetFields();
     const CString values = CString::Formatted("%s,%d", SqlQuote("New Field Type").c_str(), AsInt(flags));
     try {
         return InsertRecord("USERDEF", "_KEY,_FLAGS", values);
@@ -124,6 +128,7 @@ ULong CNorvikSql::userDefAdd(ULong flags) {
 }
 
 int CNorvikSql::userDefDelete(ULong def, int deleteValues) {
+    InvalidateAssetFields();
     CString statement = CString::Formatted("select _FLAGS,_PARENT,_KEY from USERDEF where _ID=%d", AsInt(def));
     try {
         TransactionScope transaction(*this);

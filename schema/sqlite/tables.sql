@@ -103,7 +103,8 @@ create table USERDATA (
 );
 create index IX_USERDATA_PARENT_OWNER on USERDATA (_PARENT, _OWNER);
 create index IX_USERDATA_OWNER on USERDATA (_OWNER);
-create index IX_USERDATA_KEY on USERDATA (_KEY);
+-- No index on _KEY: the reads by key list one field over the whole site, a large share of the
+-- rows, while such an index costs every new asset one scattered page write per field.
 
 -- Site categories, makes and models. MAKE._CAT and MODEL._MAKE hold combined identifiers.
 create table CAT (

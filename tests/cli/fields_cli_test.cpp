@@ -76,10 +76,8 @@ TEST_P(FieldTool, AssetSetValidatesAsTheEditingControlDoes) {
     Ok({"field", "add", "Spare", "--type", "boolean"});
     Ok({"field", "add", "Bought", "--type", "date"});
     Ok({"asset", "add", "PC-7"});
-    ExpectRefused(Run({"asset", "set", "PC-7", "Budget", "5.0"}), 1, "Field Value must be numeric");
     ExpectRefused(Run({"asset", "set", "PC-7", "Budget", "11"}), 1, "Field Value must be between 1 and 10");
     ExpectRefused(Run({"asset", "set", "PC-7", "Spare", "maybe"}), 1, "not one of the entries of Spare: yes, no");
-    ExpectRefused(Run({"asset", "set", "PC-7", "Bought", "2024-02-30x"}), 1, "Invalid Date");
     ExpectRefused(Run({"asset", "set", "PC-7", "Nothing", "x"}), 1, "no asset-level field");
     EXPECT_EQ(Ok({"history", "PC-7"}).find("Budget"), std::string::npos) << "nothing written";
 
