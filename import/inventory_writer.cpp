@@ -180,22 +180,13 @@ bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, CTime when, Im
     if (record.category.empty()) return true;
     // The catalogue answers with Knowledge Base entries first (when one is loaded) and site
     // entries otherwise; a name it does not know becomes a site entry.
-    ULong category = m_db.FindCategory(record.category.c_str());
-    if (category == 0) category = m_db.AddCategory(record.category.c_str(), 0);
+    const ULong category = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueCategory, 0, record.category.c_str());
     ULong make = 0;
-    if (category != 0 && !record.manufacturer.empty()) {
-        make = m_db.FindMake(category, record.manufacturer.c_str());
-        if (make == 0) make = m_db.AddMake(category, record.manufacturer.c_str());
-    }
+    if (category != 0 && !record.manufacturer.empty())
+        make = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueMake, category, record.manufacturer.c_str());
     ULong model = 0;
-    if (make != 0 && !record.model.empty()) {
-        // Not FindModel: it answers site models shifted out of their identifier space.
-        CSortList models;
-        m_db.EnumModels(make, models, 1);
-        for (const CSortItem& item : models)
-            if (item.text.str() == record.model) model = item.id;
-        if (model == 0) model = m_db.AddModel(make, record.model.c_str());
-    }
+    if (make != 0 && !record.model.empty())
+        model = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueModel, make, record.model.c_str());
     if (category == 0 || (!record.manufacturer.empty() && make == 0) || (!record.model.empty() && model == 0)) {
         reason = "the catalogue entries cannot be added";
         return false;

@@ -1123,6 +1123,13 @@ public:
     // Appends the assets of location scope `location` (as the global enumerations scope it, each once, in no set order)
     // to `assets`; the default asks assetEnum. Returns the list's count.
     virtual ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets);
+    // The catalogue entry named exactly `name` at `level` (a make under category `parent`, a model
+    // under make `parent`): the Knowledge Base's, else the site's, else a new site row (a category
+    // of type 0). Find and add are one step across connections. Its identifier; 0 on failure.
+    static constexpr int kCatalogueCategory = 0;
+    static constexpr int kCatalogueMake = 1;
+    static constexpr int kCatalogueModel = 2;
+    virtual ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name);
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

@@ -5,6 +5,7 @@
 #include "kb/recset.h"
 #include "sql/find_or_insert_lock.h"
 #include "sql/norvik_sql.h"
+#include "sql/row_reading.h"
 #include "sql/sql_recordset.h"
 
 namespace {
@@ -76,35 +77,11 @@ ULong CNorvikSql::GetModelMake(ULong id) {
 
 namespace {
 
-// The site row of `table` named `name` under `parent` (in column `parentColumn`; a category has
-// none and `parent` is its type), as a combined identifier, inserted when missing. The find and
-// the insert hold the key's lock together, so two importers adding one name end with one row.
-// 0 after a reported failure.
-ULong FindOrInsertReported(CNorvikSql& db, const char* table, const char* parentColumn, const char* name,
-                           ULong parent) {
-    const CString quoted = CSqlDatabase::SqlQuote(name);
-    const CString columns = CString("_NAME,") + (parentColumn ? parentColumn : "_TYPE");
-    const CString values = CString::Formatted("%s,%d", quoted.c_str(), static_cast<int>(parent));
-    const int scope = parentColumn ? static_cast<int>(parent) : 0;
-    CString statement = CString::Formatted("select _ID from %s where _NAME=%s", table, quoted.c_str());
-    if (parentColumn) statement += CString::Formatted(" and %s=%d", parentColumn, scope);
-    try {
-        FindOrInsertLock lock(db, table, CString::Formatted("%d\t%s", scope, name ? name : "").c_str());
-        ULong id = 0;
-        {
-            CSqlRecordset rs(&db, statement + " order by _ID");
-            if (!rs.IsEOF()) id = rs.NumberAt(0);
-        }
-        if (id == 0) {
-            statement = CString::Formatted("usp_Insert %s (%s) %s", table, columns.c_str(), values.c_str());
-            id = db.InsertRecord(table, columns, values);
-        }
-        lock.Commit();
-        return Combined(id);
-    } catch (const CDBException& e) {
-        db.HandleSqlException(e, statement);
-        return 0;
-    }
+// Inserts (quoted name, number) into `columns` of `table` and hands the row out as a combined
+// identifier; 0 after a reported failure.
+ULong InsertCatalogueRow(CNorvikSql& db, const char* table, const char* columns, const char* name, ULong number) {
+    const CString values = CString::Formatted("%s,%d", CSqlDatabase::SqlQuote(name).c_str(), static_cast<int>(number));
+    return Combined(InsertReported(db, table, columns, values.c_str()));
 }
 
 }  // namespace
@@ -122,15 +99,32 @@ void CNorvikSql::SetModelName(ULong id, const char* name) {
 }
 
 ULong CNorvikSql::AddCategory(const char* name, ULong type) {
-    return FindOrInsertReported(*this, "CAT", nullptr, name, type);
+    return InsertCatalogueRow(*this, "CAT", "_NAME,_TYPE", name, type);
 }
 
 ULong CNorvikSql::AddMake(ULong category, const char* name) {
-    return FindOrInsertReported(*this, "MAKE", "_CAT", name, category);
+    return InsertCatalogueRow(*this, "MAKE", "_NAME,_CAT", name, category);
 }
 
 ULong CNorvikSql::AddModel(ULong make, const char* name) {
-    return FindOrInsertReported(*this, "MODEL", "_MAKE", name, make);
+    return InsertCatalogueRow(*this, "MODEL", "_NAME,_MAKE", name, make);
+}
+
+// The lock's key names the level's table, the parent and the name, so only adders of one entry
+// wait for each other (on SQLite every writer does).
+ULong CNorvikSql::FindOrAddCatalogueEntry(int level, ULong parent, const char* name) {
+    static const char* const kTables[] = {"CAT", "MAKE", "MODEL"};
+    if (level < kCatalogueCategory || level > kCatalogueModel) return 0;
+    try {
+        FindOrInsertLock lock(*this, kTables[level],
+                              CString::Formatted("%d\t%s", static_cast<int>(parent), name ? name : "").c_str());
+        const ULong id = CNorvik::FindOrAddCatalogueEntry(level, parent, name);
+        if (id != 0) lock.Commit();
+        return id;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, "find or add a catalogue entry");
+        return 0;
+    }
 }
 
 template <typename Work>

@@ -404,6 +404,8 @@ public:
     int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
     // One statement over the location subtree and the child assets below it (cycles end it).
     ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
+    // The interface's find-or-add under the name's FindOrInsertLock.
+    ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name) override;
 
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning

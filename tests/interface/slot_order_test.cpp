@@ -112,7 +112,8 @@ const std::vector<Family> kSlotOrder = {
     {"Housekeeping of applications",
      {"enumUnreferencedApps", "enumDuplicateApps", "enumOrphans", "FixupDuplicateApps", "enumDuplicateAppInstances"}},
     {"Licence compliance (beyond the published slots)", {"licenceEnumInstallations", "licensealertCheckOverUse"}},
-    {"Bulk writes and set reads (beyond the published slots)", {"applicationAddInstances", "EnumScopeAssets"}},
+    {"Bulk writes and set reads (beyond the published slots)",
+     {"applicationAddInstances", "EnumScopeAssets", "FindOrAddCatalogueEntry"}},
 };
 
 std::string ReadSource(const char* relative) {

@@ -118,13 +118,17 @@ TEST_P(AllOrNothing, FindOrInsertLockHoldsItsTransactionUntilCommit) {
     EXPECT_NE(FindOrInsertLock::LockKey("PC-1"), FindOrInsertLock::LockKey("PC-2"));
 }
 
-TEST_P(AllOrNothing, CatalogueAddsOfOneNameShareOneRowAcrossConnections) {
-    const ULong rack = db_->AddCategory("Rack", 0);
-    EXPECT_EQ(db_->AddCategory("Rack", 0), rack);
-    const ULong make = db_->AddMake(rack, "Stackwell");
-    EXPECT_EQ(db_->AddMake(rack, "Stackwell"), make);
-    EXPECT_NE(db_->AddMake(db_->AddCategory("Shelf", 0), "Stackwell"), make) << "one name under two categories";
-    EXPECT_EQ(db_->AddModel(make, "S-1"), db_->AddModel(make, "S-1"));
+TEST_P(AllOrNothing, CatalogueFindOrAddGivesOneRowPerNameAcrossConnections) {
+    constexpr int kCategory = CNorvik::kCatalogueCategory, kMake = CNorvik::kCatalogueMake;
+    const ULong rack = db_->FindOrAddCatalogueEntry(kCategory, 0, "Rack");
+    EXPECT_EQ(db_->FindOrAddCatalogueEntry(kCategory, 0, "Rack"), rack);
+    const ULong make = db_->FindOrAddCatalogueEntry(kMake, rack, "Stackwell");
+    EXPECT_EQ(db_->FindOrAddCatalogueEntry(kMake, rack, "Stackwell"), make);
+    const ULong shelf = db_->FindOrAddCatalogueEntry(kCategory, 0, "Shelf");
+    EXPECT_NE(db_->FindOrAddCatalogueEntry(kMake, shelf, "Stackwell"), make) << "one name under two categories";
+    const ULong model = db_->FindOrAddCatalogueEntry(CNorvik::kCatalogueModel, make, "S-1");
+    EXPECT_EQ(db_->FindOrAddCatalogueEntry(CNorvik::kCatalogueModel, make, "S-1"), model);
+    EXPECT_NE(db_->AddCategory("Rack", 0), rack) << "an add always inserts";
 
     // Another connection adding "Desk" while this one holds the name's lock (the key is the
     // scope, a tab and the name) waits for the commit, then takes the row committed meanwhile.
@@ -133,7 +137,7 @@ TEST_P(AllOrNothing, CatalogueAddsOfOneNameShareOneRowAcrossConnections) {
     FindOrInsertLock lock(*db_, "CAT", "0\tDesk");
     const ULong desk = db_->InsertRecord("CAT", "_NAME,_TYPE", "'Desk',0") << 16;
     ULong seen = 0;
-    std::thread adder([&] { seen = other->AddCategory("Desk", 0); });
+    std::thread adder([&] { seen = other->FindOrAddCatalogueEntry(kCategory, 0, "Desk"); });
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     lock.Commit();
     adder.join();
