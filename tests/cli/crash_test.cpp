@@ -1,85 +1,25 @@
 // The tool interrupted and raced: a Knowledge Base save and a location delete killed at random
 // moments leave the old state or the new one, processes adding the same names at once leave
 // one asset per name, and output that cannot be written fails the run.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "kb/auditdbsys.h"
 #include "kb/tabledb.h"
 #include "platform/archive.h"
 #include "platform/exceptions.h"
 #include "platform/file.h"
-#include "sql/norvik_sql.h"
-#include "sql/sql_recordset.h"
-#include "support/cli_runner.h"
-#include "support/scratch_database.h"
-
-extern char** environ;
+#include "support/db_tool_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
-
-// The tool started with `args`, its output thrown away; its process id.
-pid_t Start(const std::vector<std::string>& args) {
-    std::vector<std::string> words{NORVIK_CLI_PATH};
-    words.insert(words.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t pid = -1;
-    const int error = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    EXPECT_EQ(error, 0);
-    return pid;
-}
-
-// Waits for `pid`; its exit code, or -1 when a signal ended it.
-int Wait(pid_t pid) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// Runs `args` to the end and returns how long it took.
-Clock::duration Timed(const std::vector<std::string>& args) {
-    const auto start = Clock::now();
-    EXPECT_EQ(Wait(Start(args)), 0);
-    return Clock::now() - start;
-}
-
-// Starts `args`, kills it after a random part of `span` and says whether it had finished.
-bool KilledOrFinished(const std::vector<std::string>& args, Clock::duration span, std::mt19937& random) {
-    const pid_t pid = Start(args);
-    std::uniform_int_distribution<long> delay(0, std::chrono::duration_cast<std::chrono::microseconds>(span).count());
-    std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
-    kill(pid, SIGKILL);
-    return Wait(pid) == 0;
-}
-
-// ---- Knowledge Base saves ----
 
 // A Knowledge Base of about 30,000 known files, every two sharing a CRC, so that check-common
 // marks them all and saves a file of some megabytes.
@@ -116,51 +56,35 @@ TEST(KbCrash, SaveKilledAtRandomMomentsLeavesTheOldFileOrTheNew) {
     const fs::path original = BuildLargeKb(dir.path);
     const fs::path work = dir.path / "work.kb";
     fs::copy_file(original, work);
-    const Clock::duration span = Timed({"kb", "check-common", work.string()});
+    const auto span = TimedRun({"kb", "check-common", work.string()});
     const std::string before = Slurp(original);
     const std::string after = Slurp(work);
     ASSERT_NE(before, after) << "check-common must change the file for the trial to mean anything";
 
     std::mt19937 random(13);
-    int finished = 0;
     for (int trial = 0; trial < 20; ++trial) {
         fs::copy_file(original, work, fs::copy_options::overwrite_existing);
-        if (KilledOrFinished({"kb", "check-common", work.string()}, span, random)) ++finished;
+        KilledOrFinished({"kb", "check-common", work.string()}, span, random);
         const std::string now = Slurp(work);
         EXPECT_TRUE(now == before || now == after) << "trial " << trial << ": " << now.size() << " bytes";
         EXPECT_TRUE(Loads(work)) << "trial " << trial;
     }
-    RecordProperty("finished", finished);
 }
 
-// ---- Database cascades and races, on both engines ----
-
-class DbCrash : public ::testing::TestWithParam<Engine> {
+class DbCrash : public DbTool {
 protected:
-    std::vector<std::string> Tool(std::vector<std::string> args) const {
-        args.insert(args.begin(), {"--dsn", scratch_.ConnectionString()});
-        return args;
-    }
-    // Opens the library on the scratch database (anew, so that it sees other processes' work).
-    CNorvikSql& Db() {
-        db_ = std::make_unique<CNorvikSql>(kb_);
-        EXPECT_NE(db_->Open(scratch_.ConnectionString().c_str(), nullptr, 0x4), 0);
-        return *db_;
-    }
+    // Counted on a fresh connection, so that it sees other processes' work.
     ULong Count(const char* statement) {
-        CSqlRecordset rs(&Db(), statement);
-        return rs.NumberAt(0);
+        db_.reset();
+        return Number(statement);
     }
-
-    ScratchDatabase scratch_{GetParam()};
-    CAuditDBSys kb_;
-    std::unique_ptr<CNorvikSql> db_;
 };
 
 TEST_P(DbCrash, LocationDeleteKilledAtRandomMomentsLeavesAllOrNothing) {
     // TOP with 40 branches of two levels, an asset in each lower location: 81 locations.
     int round = 0;
     auto seed = [this, &round] {
+        db_.reset();
         CNorvikSql& db = Db();
         ++round;
         for (int branch = 0; branch < 40; ++branch) {
@@ -173,128 +97,70 @@ TEST_P(DbCrash, LocationDeleteKilledAtRandomMomentsLeavesAllOrNothing) {
     seed();
     const ULong all = Count("select count(*) from LOCDATA");
     ASSERT_EQ(all, 81u);
-    db_.reset();
-    const Clock::duration span = Timed(Tool({"location", "delete", "TOP"}));
+    const auto span = TimedRun(On({"location", "delete", "TOP"}));
     ASSERT_EQ(Count("select count(*) from LOCDATA"), 0u);
     seed();
 
     std::mt19937 random(40);
-    int whole = 0;
-    int none = 0;
     for (int trial = 0; trial < 10; ++trial) {
-        db_.reset();
-        KilledOrFinished(Tool({"location", "delete", "TOP"}), span, random);
+        KilledOrFinished(On({"location", "delete", "TOP"}), span, random);
         const ULong left = Count("select count(*) from LOCDATA");
         EXPECT_TRUE(left == 0 || left == all) << "trial " << trial << ": " << left << " locations left";
         EXPECT_EQ(Count("select count(*) from ASSET where _LOCATION <> 0"), left == 0 ? 0u : 40u);
-        if (left == 0) {
-            ++whole;
-            seed();
-        } else {
-            ++none;
-        }
+        if (left == 0) seed();
     }
-    RecordProperty("deleted_whole", whole);
-    RecordProperty("left_whole", none);
 }
 
-// Runs kRaceProcesses shells at once against the scratch database, each running the tool with
-// `verb` followed by "SAME-1" to "SAME-<count>" in turn, and waits for all of them. What shell k
-// printed is in dir/k.
-constexpr int kRaceProcesses = 4;
-void RaceSameNames(const std::string& dsn, const std::string& verb, int count, const fs::path& dir) {
-    fs::create_directories(dir);
-    std::vector<pid_t> runs;
-    for (int process = 0; process < kRaceProcesses; ++process) {
-        std::string script;
+// Four shells at once each run the tool with `verb` followed by "SAME-1" to "SAME-12" in turn;
+// every name leaves one row of `table` (named in `column`), and every run prints its id, whether
+// it inserted the row or found it. NORVIK_RACE_NAMES asks for a longer race (100 to measure).
+TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneRowPerName) {
+    const char* names = std::getenv("NORVIK_RACE_NAMES");
+    const int count = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
+    const struct {
+        const char *verb, *table, *column;
+    } races[] = {{"asset add", "ASSET", "_NAME"}, {"app add Racer", "APPS", "_APP"}};
+    for (const auto& race : races) {
+        SCOPED_TRACE(race.verb);
+        std::string command;
+        for (int process = 0; process < 4; ++process) {
+            command.append("(for i in $(seq 1 ").append(std::to_string(count)).append("); do '" NORVIK_CLI_PATH "' ");
+            command.append("--dsn '").append(scratch_->ConnectionString()).append("' ").append(race.verb);
+            command.append(" SAME-$i; done >'").append((dir_.path / std::to_string(process)).string());
+            command.append("' 2>&1) & ");
+        }
+        ASSERT_EQ(std::system((command + "wait").c_str()), 0);
+        const std::string table = race.table, column = race.column;
+        EXPECT_EQ(Count(("select count(*) from " + table + " where " + column + " like 'SAME-%'").c_str()),
+                  static_cast<ULong>(count));
+        std::vector<std::string> ids;
         for (int i = 1; i <= count; ++i) {
-            script += "'" NORVIK_CLI_PATH "' --dsn \"$1\" " + verb + " SAME-" + std::to_string(i) + " >>'" +
-                      (dir / std::to_string(process)).string() + "' 2>&1\n";
+            const std::string where = " where " + column + "='SAME-" + std::to_string(i) + "'";
+            ids.push_back(std::to_string(Number(("select _ID from " + table + where).c_str())));
         }
-        std::vector<std::string> words{"/bin/sh", "-c", script, "sh", dsn};
-        std::vector<char*> argv;
-        for (std::string& word : words) argv.push_back(word.data());
-        argv.push_back(nullptr);
-        pid_t pid = -1;
-        ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, argv.data(), environ), 0);
-        runs.push_back(pid);
-    }
-    for (const pid_t pid : runs) Wait(pid);
-}
-
-TEST_P(DbCrash, ConcurrentAddsOfTheSameNamesLeaveOneAssetPerName) {
-    // 12 names keep the suite quick; NORVIK_RACE_NAMES asks for a longer race (100 to measure).
-    const char* names = std::getenv("NORVIK_RACE_NAMES");
-    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
-    const fs::path dir = fs::temp_directory_path() / ("norvik_race_" + std::to_string(getpid()));
-    RaceSameNames(scratch_.ConnectionString(), "asset add", nameCount, dir);
-
-    EXPECT_EQ(Count("select count(*) from ASSET where _NAME like 'SAME-%'"), static_cast<ULong>(nameCount));
-    const ULong duplicated =
-        Count("select count(*) from (select _NAME from ASSET group by _NAME having count(*) > 1) d");
-    EXPECT_EQ(duplicated, 0u);
-    RecordProperty("duplicated_names", static_cast<int>(duplicated));
-    // Every process names, for every name, the one asset there is: added or found.
-    std::map<std::string, ULong> ids;
-    {
-        CSqlRecordset rs(&Db(), "select _NAME,_ID from ASSET");
-        for (; !rs.IsEOF(); rs.MoveNext()) ids[rs.TextAt(0).str()] = rs.NumberAt(1);
-    }
-    for (int process = 0; process < kRaceProcesses; ++process) {
-        std::ifstream in(dir / std::to_string(process));
-        std::string line;
-        int reported = 0;
-        while (std::getline(in, line)) {
-            const std::size_t name = line.find("SAME-");
-            ASSERT_NE(name, std::string::npos) << line;
-            const std::string asset = line.substr(name, line.find_first_of("' ", name) - name);
-            const std::string id = std::to_string(ids[asset]);
-            EXPECT_TRUE(line.rfind(id + "  " + asset, 0) == 0 || line.find("(id " + id + ")") != std::string::npos)
-                << line;
-            ++reported;
+        for (int process = 0; process < 4; ++process) {
+            std::ifstream in(dir_.path / std::to_string(process));
+            int line = 0;
+            for (std::string text; std::getline(in, text); ++line) {
+                ASSERT_LT(line, count) << text;
+                const std::string& id = ids[line];
+                const std::string added = id + "  SAME-" + std::to_string(line + 1);
+                EXPECT_TRUE(text == id || text == added || text.find("(id " + id + ")") != std::string::npos)
+                    << "process " << process << ": " << text;
+            }
+            EXPECT_EQ(line, count) << "process " << process;
         }
-        EXPECT_EQ(reported, nameCount);
     }
-    fs::remove_all(dir);
-}
-
-TEST_P(DbCrash, ConcurrentAppAddsOfTheSameNamesLeaveOneApplicationPerName) {
-    // Every add of a name prints the one application's id, whether it inserted or found it.
-    const char* names = std::getenv("NORVIK_RACE_NAMES");
-    const int nameCount = names && std::atoi(names) > 0 ? std::atoi(names) : 12;
-    const fs::path dir = fs::temp_directory_path() / ("norvik_app_race_" + std::to_string(getpid()));
-    RaceSameNames(scratch_.ConnectionString(), "app add Racer", nameCount, dir);
-
-    EXPECT_EQ(Count("select count(*) from APPS where _APP like 'SAME-%'"), static_cast<ULong>(nameCount));
-    std::vector<std::string> ids;
-    {
-        CSqlRecordset rs(&Db(), "select _ID from APPS where _APP like 'SAME-%' order by _ID");
-        for (; !rs.IsEOF(); rs.MoveNext()) ids.push_back(std::to_string(rs.NumberAt(0)));
-    }
-    for (int process = 0; process < kRaceProcesses; ++process) {
-        std::ifstream in(dir / std::to_string(process));
-        std::vector<std::string> printed;
-        for (std::string line; std::getline(in, line);) printed.push_back(line);
-        std::sort(printed.begin(), printed.end());
-        std::vector<std::string> expected = ids;
-        std::sort(expected.begin(), expected.end());
-        EXPECT_EQ(printed, expected) << "process " << process;
-    }
-    fs::remove_all(dir);
 }
 
 TEST_P(DbCrash, OutputThatCannotBeWrittenFailsTheRun) {
-    const std::string tool = std::string("'") + NORVIK_CLI_PATH + "' --dsn '" + scratch_.ConnectionString() + "' ";
+    const std::string tool = std::string("'") + NORVIK_CLI_PATH + "' --dsn '" + scratch_->ConnectionString() + "' ";
     for (const char* redirect : {" >/dev/full 2>/dev/null", " >&- 2>/dev/null"}) {
         const int status = std::system((tool + "asset list" + redirect).c_str());
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << redirect;
     }
-    ToolDir dir("norvik_lost_output");
-    const ToolResult listed = RunTool(dir.path, {"--dsn", scratch_.ConnectionString(), "asset", "list"});
-    EXPECT_EQ(listed.exitCode, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(, DbCrash, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
-                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+NORVIK_ON_BOTH_ENGINES(DbCrash);
 
 }  // namespace

@@ -1,23 +1,16 @@
 // The verbs that work on an Audit Database, end to end on both engines: loctype and location,
-// asset, history, hw and upgrade, with their readable and JSON output and one-line failures.
+// asset, history, hw, upgrade, picklists and fields, with readable and JSON output and one-line
+// failures.
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 
-#include "kb/auditdbsys.h"
-#include "sql/norvik_sql.h"
+#include "common/formatting.h"
 #include "support/db_tool_test.h"
 
 namespace {
-
-TEST_P(DbTool, Options) {
-    EXPECT_EQ(Ok({"option", "set", "O'Neil's", "50% * done"}), "");
-    EXPECT_EQ(Ok({"option", "get", "O'Neil's"}), "50% * done\n");
-    EXPECT_EQ(Ok({"--json", "option", "get", "O'Neil's"}), "{\"key\": \"O'Neil's\", \"value\": \"50% * done\"}\n");
-}
 
 TEST_P(DbTool, LocationTypesAndLocations) {
     EXPECT_EQ(Ok({"loctype", "add", "Site"}), "1\n");
@@ -26,19 +19,12 @@ TEST_P(DbTool, LocationTypesAndLocations) {
     EXPECT_EQ(Ok({"--json", "loctype", "list"}),
               "[{\"id\": 1, \"name\": \"Site\", \"parent\": 0, \"level\": 1}, {\"id\": 3, \"name\": \"Floor\", "
               "\"parent\": 1, \"level\": 2}, {\"id\": 2, \"name\": \"Room\", \"parent\": 3, \"level\": 3}]\n");
-    EXPECT_EQ(Ok({"loctype", "list"}),
-              "Id  Level  Name   Parent\n"
-              " 1      1  Site   -\n"
-              " 3      2  Floor  Site\n"
-              " 2      3  Room   Floor\n");
     ExpectRefused(Run({"loctype", "add", "Site"}), 1, "a location type named 'Site' already exists (id 1)");
 
     EXPECT_EQ(Ok({"location", "add", "HQ;Floor 1;Room 7"}), "3  HQ\\Floor 1\\Room 7\n");
     EXPECT_EQ(Ok({"location", "add", "HQ\\Floor 1\\Room 8"}), "4  HQ\\Floor 1\\Room 8\n");
-    EXPECT_EQ(Ok({"location", "find", "4"}), "4  HQ\\Floor 1\\Room 8\n");
     EXPECT_NE(Ok({"location", "list", "--tree"}).find("\n    Room 8   4  Room"), std::string::npos);
     ExpectRefused(Run({"location", "rename", "3", "Room 8"}), 1, "already exists there (id 4)");
-    ExpectRefused(Run({"location", "find", "Nowhere"}), 1, "no location 'Nowhere'");
     EXPECT_EQ(Ok({"location", "add", "--", "--dashes"}), "5  --dashes\n") << "after -- a word is a name";
 
     EXPECT_EQ(Ok({"location", "add", "O'Neil's;100% \"sure\""}), "7  O'Neil's\\100% \"sure\"\n");
@@ -48,12 +34,8 @@ TEST_P(DbTool, LocationTypesAndLocations) {
     EXPECT_EQ(Ok({"location", "find-ip", "10.0.1.5"}), "2  HQ\\Floor 1\n");
     EXPECT_EQ(Ok({"--json", "location", "ranges", "2"}),
               "[{\"from\": \"10.0.0.1\", \"to\": \"10.0.0.9\"}, {\"from\": \"10.0.1.1\", \"to\": \"10.0.1.9\"}]\n");
-    EXPECT_EQ(Ok({"location", "ranges", "2"}), "From      To\n10.0.0.1  10.0.0.9\n10.0.1.1  10.0.1.9\n");
-    ExpectRefused(Run({"location", "find-ip", "10.0.0.10"}), 1, "no location has a range holding 10.0.0.10");
-    // Bad ranges leave the stored ones as they were.
     ExpectRefused(Run({"location", "ranges", "2", "1.1.1.1;2.2.2.2", "1.1.1.9"}), 2, "FROM holds 2 addresses and TO 1");
     ExpectRefused(Run({"location", "ranges", "2", "1.1.1.256", "1.1.1.1"}), 2, "not an IPv4 address: '1.1.1.256'");
-    ExpectRefused(Run({"location", "find-ip", "10..0.1"}), 2, "not an IPv4 address");
     ExpectRefused(Run({"location", "find", "\\Site"}), 2, "not with a separator");
     EXPECT_STREQ(Db().locGetIpRangesFrom(2).c_str(), "10.0.0.1;10.0.1.1");
 
@@ -61,7 +43,6 @@ TEST_P(DbTool, LocationTypesAndLocations) {
     EXPECT_EQ(Ok({"location", "delete", "HQ\\Floor 1"}),
               "deleted 'HQ\\Floor 1' and 2 location(s) below it; their assets now belong to 'HQ'\n");
     ExpectRefused(Run({"location", "delete", "0"}), 1, "the root (location 0)");
-    ExpectRefused(Run({"loctype", "delete", "Hall"}), 1, "no location type 'Hall'");
 }
 
 TEST_P(DbTool, Assets) {
@@ -75,31 +56,25 @@ TEST_P(DbTool, Assets) {
               " 2  Mouse                  child of O'Neil's 100%_PC caf\xE9                           never\n"
               " 1  O'Neil's 100%_PC caf\xE9  HQ\\Floor 2                                               never\n");
     EXPECT_EQ(Ok({"asset", "list", "--location", "HQ;Floor 2", "--json"}),
-              "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\\u00e9\", \"location\": 2, \"parent\": 0, "
-              "\"place\": \"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null}]\n");
-    EXPECT_NE(Ok({"asset", "show", "1"}).find("Child assets   Mouse (2)\n"), std::string::npos);
+              "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\\u00e9\", \"location\": 2, \"parent\": 0, \"place\": "
+              "\"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null}]\n");
     EXPECT_EQ(Ok({"asset", "show", "Mouse", "--json"}),
-              "{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of O'Neil's "
-              "100%_PC caf\\u00e9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
+              "{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of O'Neil's 100%_PC "
+              "caf\\u00e9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
               "\"peripheral\", \"children\": [], \"fields\": {\"Category\": \"\", \"Make\": \"\", \"Model\": \"\", "
               "\"Serial Number\": \"\"}}\n");
-    EXPECT_EQ(Ok({"asset", "count", "--location", "HQ;Floor 2", "--json"}), "{\"count\": 1}\n");
     ExpectRefused(Run({"asset", "show", "nope"}), 1, "no asset 'nope'");
     ExpectRefused(Run({"asset", "add", "Mouse"}), 1, "already exists (id 2)");
     ExpectRefused(Run({"asset", "move", name, "--parent", "Mouse"}), 1, "below itself");
 
-    const std::filesystem::path station = dir_.path / "station.ini";
-    std::ofstream(station, std::ios::binary) << "[Asset]\nName=old\nSerial=7\n";
+    const std::string station = WriteFile(dir_.path / "station.ini", "[Asset]\nName=old\nSerial=7\n");
     const std::string renamed = name + " '2'";
-    EXPECT_EQ(Ok({"asset", "rename", name, renamed, "--station", station.string()}),
+    EXPECT_EQ(Ok({"asset", "rename", name, renamed, "--station", station}),
               "renamed asset 1 from '" + name + "' to '" + renamed + "'\n");
-    // A station file that cannot be written fails the run.
     ExpectRefused(Run({"asset", "rename", "Mouse", "Rat", "--station", (dir_.path / "no/such.ini").string()}), 1);
     EXPECT_EQ(Ok({"asset", "rename", "Mouse", "Rat"}), "renamed asset 2 from 'Mouse' to 'Rat'\n");
-    EXPECT_EQ(Ok({"asset", "move", "Rat", "--location", "0"}), "moved 'Rat' to (root)\n");
     EXPECT_EQ(Ok({"asset", "move", "Rat", "--parent", "1"}), "moved 'Rat' to child of " + renamed + "\n");
     EXPECT_EQ(Ok({"asset", "delete", renamed}), "deleted '" + renamed + "' and 1 child asset(s)\n");
-    EXPECT_EQ(Ok({"asset", "list", "--json"}), "[]\n");
 }
 
 TEST_P(DbTool, History) {
@@ -109,12 +84,9 @@ TEST_P(DbTool, History) {
     Db().historyAdd(asset, CTime(2009, 2, 10, 9, 30, 0), 4, 3, "Name", "PC1", "PC2", "O'Neil");
     Db().historyAdd(asset, CTime(2009, 3, 10, 9, 30, 0), 4, 2, nullptr, "A", "B", "me");
     const char lines[] =
-        "2009-01-10 09:30:00  Initial Audit\n"
-        "2009-02-10 09:30:00  Name changed from PC1 to PC2\n"
+        "2009-01-10 09:30:00  Initial Audit\n2009-02-10 09:30:00  Name changed from PC1 to PC2\n"
         "2009-03-10 09:30:00  Moved  from A to B\n";
     EXPECT_EQ(Ok({"history", "O'Neil's caf\xE9"}), lines);
-    const std::string details = Ok({"history", std::to_string(asset), "--details"});
-    EXPECT_EQ(LineCount(details), 4) << details;  // a header and three rows
     EXPECT_NE(Ok({"--json", "history", std::to_string(asset)})
                   .find("\"date\": \"2009-03-10 09:30:00\", \"text\": \"Moved  from A to B\", \"operation\": "
                         "\"Changed\", \"category\": \"Location\", \"kind\": 2, \"key\": \"\", \"value1\": \"A\", "
@@ -137,12 +109,7 @@ TEST_P(DbTool, Hardware) {
     Ok({"hw", "set", std::to_string(pc), "Memory", "Total", "536870912", "--flags", "8194"});
     Ok({"hw", "set", "PC 'one'", "Adapters|Video", "Caf\xE9 100%", "it's"});
     EXPECT_EQ(Ok({"hw", "PC 'one'"}),
-              "Adapters\n"
-              "  Network\n"
-              "    IP Address: 1.0.0.127\n"
-              "  Video\n"
-              "    Caf\xE9 100%: it's\n"
-              "Memory\n"
+              "Adapters\n  Network\n    IP Address: 1.0.0.127\n  Video\n    Caf\xE9 100%: it's\nMemory\n"
               "  Total: 512 MB\n");
     EXPECT_EQ(Ok({"hw", "PC 'one'", "--path", "Adapters|Network"}), "IP Address: 1.0.0.127\n");
     EXPECT_NE(Ok({"--json", "hw", "PC 'one'", "--path", "Memory"})
@@ -154,10 +121,6 @@ TEST_P(DbTool, Hardware) {
     Ok({"hw", "set", "PC 'one'", "Memory", "Total", "1024"});
     const std::string history = Ok({"hw", "history", "PC 'one'"});
     EXPECT_NE(history.find("  Memory|Total changed from 536870912 to 1024\n"), std::string::npos) << history;
-    EXPECT_NE(Ok({"--json", "hw", "history", "PC 'one'"})
-                  .find("\"operation\": \"Changed\", \"kind\": 15, \"key\": \"Memory|Total\", \"value1\": "
-                        "\"536870912\", \"value2\": \"1024\""),
-              std::string::npos);
 }
 
 TEST_P(DbTool, SoftwareFolderTreeAndFiles) {
@@ -176,35 +139,27 @@ TEST_P(DbTool, SoftwareFolderTreeAndFiles) {
     EXPECT_NE(Ok({"--json", "sw", "PC1", "--folder", "C:\\Temp\\"})
                   .find("\"name\": \"loose.txt\", \"size\": 3, \"crc\": \"00000000\", \"date\": 0"),
               std::string::npos);
-    EXPECT_EQ(Ok({"sw", "PC1", "--folder", "C:\\Temp", "--unassigned"}), "Id  Name  Size  CRC  Date  Application\n");
     ExpectRefused(Run({"sw", "PC1", "--folder", "C:\\Nope"}), 1, "no folder 'Nope'");
     ExpectRefused(Run({"sw", "add-file", "PC1", "app.exe", "--size", "1"}), 2, "at least one folder");
     ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\a.exe", "--size", "4294967296"}), 2, "--size");
-    ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\\\a.exe", "--size", "1"}), 2, "folder names");
-    ExpectRefused(Run({"sw", "add-file", "PC1", "C:\\a.exe", "--size", "1", "--date", "2024-13-01"}), 2, "--date");
 
     Db().applicationAdd("Acme", "Editor", 0);
     EXPECT_EQ(Ok({"sw", "assign", "1", "Acme Editor"}), "assigned app.exe to Acme Editor\n");
     EXPECT_NE(Ok({"sw", "PC1", "--folder", "C:\\O'Neil's 100%_\xE9"}).find("  Acme Editor\n"), std::string::npos);
-    ExpectRefused(Run({"sw", "assign", "1", "Acme Editor"}), 1, "already belongs to Acme Editor");
     EXPECT_EQ(Ok({"sw", "unassign", "1"}), "unassigned app.exe from Acme Editor\n");
-    ExpectRefused(Run({"sw", "unassign", "1"}), 1, "belongs to no application");
     ExpectRefused(Run({"sw", "assign", "77", "Acme Editor"}), 1, "no file with id '77'");
 }
 
 TEST_P(DbTool, CapturedFiles) {
     Ok({"asset", "add", "PC1"});
     const std::string content = "it's 50%_done\r\n\xE9\x80\n";
-    const std::string file = (dir_.path / "boot.ini").string();
-    std::ofstream(file, std::ios::binary) << content;
+    const std::string file = WriteFile(dir_.path / "boot.ini", content);
     EXPECT_EQ(Ok({"capture", "add", "PC1", "C:\\boot.ini", "--from", file}), "1  C:\\boot.ini  (18 bytes)\n");
     EXPECT_EQ(Ok({"capture", "show", "PC1", "C:\\boot.ini"}), content);
     EXPECT_EQ(Ok({"--json", "capture", "list", "PC1"}), "[{\"id\": 1, \"name\": \"C:\\\\boot.ini\", \"bytes\": 18}]\n");
-    std::ofstream(file, std::ios::binary) << std::string("a\0b", 3);
+    WriteFile(file, std::string("a\0b", 3));
     ExpectRefused(Run({"capture", "add", "PC1", "x", "--from", file}), 1, "zero byte");
-    ExpectRefused(Run({"capture", "show", "PC1", "C:\\BOOT.INI"}), 1, "no captured file");
     EXPECT_EQ(Ok({"capture", "delete", "PC1"}), "deleted 1 captured file(s) of PC1\n");
-    EXPECT_EQ(Ok({"capture", "list", "PC1"}), "Id  Bytes  Name\n");
 }
 
 TEST_P(DbTool, Upgrade) {
@@ -220,20 +175,17 @@ TEST_P(DbTool, UsersPasswordsFromStandardInputAndTheSecuritySwitch) {
     EXPECT_EQ(Ok({"user", "add", "anna", "--level", "-1"}), "1\n");
     ExpectRefused(Run({"user", "add", "anna"}), 1, "a user named 'anna' already exists");
     ExpectRefused(Run({"user", "add", "bob", "--level", "99999999999"}), 2, "whole number");
-    const ToolResult set = RunToolWithInput(
-        dir_.path, {"--dsn", scratch_->ConnectionString(), "user", "password", "anna"}, "S3cret 'x'\n");
+    const ToolResult set = RunToolWithInput(dir_.path, On({"user", "password", "anna"}), "S3cret 'x'\n");
     EXPECT_EQ(set.exitCode, 0) << set.err;
     const auto check = [this](const std::string& password) {
-        return RunToolWithInput(dir_.path, {"--dsn", scratch_->ConnectionString(), "user", "check", "anna"},
-                                password + "\n");
+        return RunToolWithInput(dir_.path, On({"user", "check", "anna"}), password + "\n");
     };
     EXPECT_EQ(check("S3cret 'x'").exitCode, 0);
     ExpectRefused(check("s3cret 'x'"), 1, "wrong password");
     EXPECT_EQ(Ok({"user", "set", "anna", "--profile", "admin", "--first", "Anna"}), "");
     EXPECT_EQ(Ok({"--json", "user", "list", "--level", "-1"}),
-              "[{\"id\": 1, \"name\": \"anna\", \"level\": -1, \"location\": 0, \"locationName\": \"\", "
-              "\"profile\": \"admin\", \"firstName\": \"Anna\", \"lastName\": \"\"}]\n");
-    EXPECT_EQ(Ok({"security", "status"}), "off\n");
+              "[{\"id\": 1, \"name\": \"anna\", \"level\": -1, \"location\": 0, \"locationName\": \"\", \"profile\": "
+              "\"admin\", \"firstName\": \"Anna\", \"lastName\": \"\"}]\n");
     EXPECT_EQ(Ok({"security", "on"}), "");
     EXPECT_EQ(Ok({"security", "status"}), "on\n");
     EXPECT_EQ(Ok({"user", "delete", "anna"}), "");
@@ -247,11 +199,9 @@ TEST_P(DbTool, DiscoveredComputersMergeIntoTheScheduleOfAssetsDue) {
               "[{\"id\": 1, \"name\": \"PC1\", \"domain\": \"WORK\", \"address\": \"10.0.0.5\"}]\n");
     EXPECT_EQ(Ok({"discover", "merge"}), "Merged 1 computer into the inventory\n");
     EXPECT_EQ(Ok({"discover", "merge"}), "Merged 0 computers into the inventory\n");
-    EXPECT_EQ(Ok({"discover", "list", "--unaudited"}), "Id  Name  Domain  Address\n");
     EXPECT_EQ(Ok({"--json", "schedule"}),
-              "{\"intervalDays\": 30, \"due\": [{\"id\": 1, \"name\": \"PC1\", \"location\": "
-              "\"Discovered Assets;WORK\", \"lastAudit\": \"\"}]}\n");
-    ExpectRefused(Run({"discover", "delete", "7"}), 1, "no discovered computer with id 7");
+              "{\"intervalDays\": 30, \"due\": [{\"id\": 1, \"name\": \"PC1\", \"location\": \"Discovered "
+              "Assets;WORK\", \"lastAudit\": \"\"}]}\n");
     EXPECT_EQ(Ok({"discover", "delete", "all"}), "");
 }
 
@@ -259,15 +209,10 @@ TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
     EXPECT_EQ(Ok({"note", "add", "Asset", "4", "it's 100%", "--data", "-3"}), "1\n");
     EXPECT_EQ(Ok({"note", "add", "asset", "4", "again", "--type", "warning"}), "2\n");
     ExpectRefused(Run({"note", "add", "desk", "4", "x"}), 2, "unknown table desk");
-    EXPECT_EQ(Ok({"note", "list", "--table", "asset", "--record", "4"}),
-              "Id  Type     Table  Record  Data  Text\n"
-              " 1  comment  asset       4    -3  it's 100%\n"
-              " 2  warning  asset       4     0  again\n");
     EXPECT_EQ(Ok({"note", "delete", "1"}), "");
     EXPECT_EQ(Ok({"--json", "note", "list"}),
-              "[{\"id\": 2, \"type\": \"warning\", \"table\": \"asset\", \"record\": 4, \"data\": 0, "
-              "\"text\": \"again\"}]\n");
-    ExpectRefused(Run({"note", "show", "1"}), 1, "no note with id 1");
+              "[{\"id\": 2, \"type\": \"warning\", \"table\": \"asset\", \"record\": 4, \"data\": 0, \"text\": "
+              "\"again\"}]\n");
 
     const ULong pc = Db().AddAsset("PC", 0, 0, 0, CTime());
     Db().ieHistAdd(pc, CTime(2009, 3, 10, 9, 0, 0), "www.example.com", 0);
@@ -275,12 +220,9 @@ TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
     Db().ieHistAdd(pc, CTime(2009, 3, 11, 8, 0, 0), "mail.example.com", 0);
     Db().ieCookieAdd(pc, CTime(2009, 3, 9, 8, 0, 0), "anna@example");
     EXPECT_EQ(Ok({"web", "PC"}),
-              "Day         Pages  Site\n"
-              "2009-03-10      2  www.example.com\n"
-              "2009-03-11      1  mail.example.com\n");
+              "Day         Pages  Site\n2009-03-10      2  www.example.com\n2009-03-11      1  mail.example.com\n");
     EXPECT_EQ(Ok({"--json", "web", "PC", "--date", "2009-03-11"}),
-              "[{\"id\": 2, \"asset\": 1, \"date\": \"2009-03-11\", \"site\": \"mail.example.com\", "
-              "\"pages\": 1}]\n");
+              "[{\"id\": 2, \"asset\": 1, \"date\": \"2009-03-11\", \"site\": \"mail.example.com\", \"pages\": 1}]\n");
     EXPECT_EQ(LineCount(Ok({"web", "search", "www.*"})), 2);
     EXPECT_EQ(Ok({"web", "purge", "--before", "2009-03-11"}),
               "Purged 1 history rows and 1 cookies dated before 2009-03-11\n");
@@ -289,9 +231,8 @@ TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
 
 TEST_P(DbTool, AppMergeDuplicatesLosesNothing) {
     Seeder& db = Db();
-    const CTime when(1700000000);
-    const ULong pc = db.AddAsset("PC1", 0, 0, 0, when);
-    const ULong pc2 = db.AddAsset("PC2", 0, 0, 0, when);
+    const ULong pc = db.AddAsset("PC1", 0, 0, 0, CTime(1700000000));
+    const ULong pc2 = db.AddAsset("PC2", 0, 0, 0, CTime(1700000000));
     const ULong kept = db.applicationAdd("Acme", "Editor", 1);
     const ULong dup = db.InsertRecord("APPS", "_MFR,_APP,_LICTYPE,_LICCOUNT", "'Acme','Editor',3,25");
     const ULong fan = db.applicationAdd("Acme", "Fan", 1);
@@ -304,10 +245,7 @@ TEST_P(DbTool, AppMergeDuplicatesLosesNothing) {
     EXPECT_NE(Ok({"app", "duplicates"}).find("Acme Editor"), std::string::npos);
     EXPECT_EQ(Ok({"app", "merge-duplicates"}), "merged 1 duplicate row(s)\n");
     Seeder& after = Db();
-    EXPECT_EQ(after.applicationGetName(dup, 0, 1), "");
     EXPECT_EQ(after.SelectNumber("APPINST", "_APP", keptInst), kept);
-    EXPECT_EQ(after.SelectNumber("APPINST", "_APP", dupInst), kept);
-    EXPECT_EQ(after.SelectText("APPINST", "_SERIAL", dupInst), "S-9");
     EXPECT_EQ(after.SelectNumber("SWFILE", "_APPID", file), kept);
     EXPECT_EQ(after.applicationGetAlias(fan), kept);
     EXPECT_EQ(after.SelectNumber("APPS", "_LICTYPE", kept), 3u);
@@ -332,7 +270,6 @@ TEST_P(DbTool, AppNamesAndRefusals) {
     Ok({"app", "install", "PC1", "Caf\xe9 100%"});
     Ok({"app", "alias", "Beta Editor", "Acme Editor"});
     ExpectRefused(Run({"app", "alias", "Acme Editor", "Beta Editor"}), 1, "cycle");
-    ExpectRefused(Run({"app", "add", "Acme", ""}), 2);
     ExpectRefused(Run({"app", "remove", "PC1", "Beta Editor"}), 1, "no instance");
     EXPECT_EQ(Ok({"app", "rename-publisher", "Acme", "Acme's"}), "renamed the publisher of 2 application(s)\n");
     EXPECT_EQ(Ok({"app", "publishers", "--asset", "PC1"}), "Acme's\n");
@@ -340,7 +277,72 @@ TEST_P(DbTool, AppNamesAndRefusals) {
     EXPECT_EQ(Ok({"app", "purge-unreferenced"}), "deleted 2 unreferenced application(s)\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(, DbTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
-                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+TEST_P(DbTool, PicklistsAreKeptByName) {
+    EXPECT_EQ(Ok({"picklist", "add", "Floors", "Ground", "First"}), "1\n");
+    ExpectRefused(Run({"picklist", "add", "Floors"}), 1, "a pick list named 'Floors' already exists (id 1)");
+    Ok({"picklist", "add-item", "Floors", "Roof's top"});
+    Ok({"picklist", "delete-item", "Floors", "First"});
+    EXPECT_EQ(Ok({"--json", "picklist", "items", "Floors"}), "[\"Ground\", \"Roof's top\"]\n");
+    Ok({"picklist", "rename", "Floors", "Levels"});
+    EXPECT_EQ(Ok({"--json", "picklist", "list"}), "[{\"id\": 1, \"name\": \"Levels\", \"items\": 2}]\n");
+    EXPECT_EQ(Ok({"picklist", "delete", "Levels"}), "deleted pick list 'Levels' and its 2 item(s)\n");
+}
+
+TEST_P(DbTool, FieldsAreDefinedRenamedAndDeleted) {
+    Ok({"picklist", "add", "Floors", "Ground", "First"});
+    EXPECT_EQ(Ok({"field", "add", "Budget", "--type", "integer", "--min", "1", "--max", "10", "--group", "Finance",
+                  "--mandatory"}),
+              "2  Budget\n");
+    Ok({"field", "add", "Floor", "--type", "picklist", "--list", "Floors"});
+    Ok({"field", "add", "Licence", "--type", "text", "--owner", "application", "--case", "upper"});
+    EXPECT_EQ(Ok({"--json", "field", "list"}),
+              "[{\"id\": 3, \"name\": \"Floor\", \"group\": \"\", \"owner\": \"asset\", \"type\": \"Picklist\", "
+              "\"description\": \"lookup Floors\"}, {\"id\": 4, \"name\": \"Licence\", \"group\": \"\", \"owner\": "
+              "\"application\", \"type\": \"Text\", \"description\": \"Upper Case\"}, {\"id\": 2, \"name\": "
+              "\"Budget\", \"group\": \"Finance\", \"owner\": \"asset\", \"type\": \"Integer\", \"description\": "
+              "\"Range 1 to 10, Mandatory\"}]\n");
+    ExpectRefused(Run({"field", "add", "X", "--type", "colour"}), 2, "needs --type");
+    ExpectRefused(Run({"field", "add", "Location", "--type", "text"}), 2, "built-in name");
+    ExpectRefused(Run({"field", "add", "Floor", "--type", "text"}), 1, "already exists");
+
+    Ok({"asset", "add", "PC-7"});
+    Ok({"asset", "set", "PC-7", "Floor", "First"});
+    Ok({"field", "rename", "Floor", "Level", "--keep-values"});
+    EXPECT_EQ(Ok({"field", "values", "Level"}), "Value  Assets\nFirst       1\n");
+    Ok({"field", "rename", "Level", "Storey"});
+    EXPECT_EQ(Ok({"field", "values", "Storey"}), "Value  Assets\n");
+    Ok({"field", "delete", "Storey", "--with-values"});
+    ExpectRefused(Run({"field", "values", "Storey"}), 1, "no field is named 'Storey'");
+}
+
+TEST_P(DbTool, AssetSetValidatesAsTheEditingControlDoes) {
+    Ok({"field", "add", "Budget", "--type", "integer", "--min", "1", "--max", "10"});
+    Ok({"field", "add", "Tag", "--type", "text", "--max", "3", "--case", "title"});
+    Ok({"field", "add", "Spare", "--type", "boolean"});
+    Ok({"field", "add", "Bought", "--type", "date"});
+    Ok({"asset", "add", "PC-7"});
+    ExpectRefused(Run({"asset", "set", "PC-7", "Budget", "11"}), 1, "Field Value must be between 1 and 10");
+    EXPECT_EQ(Ok({"history", "PC-7"}).find("Budget"), std::string::npos) << "nothing written";
+
+    Ok({"asset", "set", "PC-7", "Budget", "+5"});
+    const ToolResult trimmed = Run({"asset", "set", "PC-7", "Tag", "aBCDEF"});
+    EXPECT_EQ(trimmed.exitCode, 0);
+    EXPECT_EQ(trimmed.err, "norvik: Entered string was too long and has been trimmed to 'aBC'\n");
+    Ok({"asset", "set", "PC-7", "Spare", "no"});
+    Ok({"asset", "set", "PC-7", "Bought", "2024-02-29"});
+    Ok({"asset", "set", "PC-7", "Serial Number", "SN 1"});
+    ExpectRefused(Run({"asset", "set", "PC-7", "Location", "Nowhere"}), 1, "No location is found");
+    const std::string json = Ok({"--json", "asset", "show", "PC-7"});
+    // The date as the platform shows dates, in the locale's order.
+    const std::string bought = FormatDate(2024, 2, 29, '/').str();
+    EXPECT_NE(json.find("\"fields\": {\"Category\": \"\", \"Make\": \"\", \"Model\": \"\", \"Serial Number\": \"SN "
+                        "1\", \"Budget\": \"+5\", \"Tag\": \"Abc\", \"Spare\": \"no\", \"Bought\": \"" +
+                        bought + "\"}}"),
+              std::string::npos)
+        << json;
+    EXPECT_NE(Ok({"history", "PC-7"}).find("Tag"), std::string::npos);
+}
+
+NORVIK_ON_BOTH_ENGINES(DbTool);
 
 }  // namespace

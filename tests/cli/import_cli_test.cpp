@@ -1,15 +1,8 @@
 // norvik import end to end on both engines: the project's fixtures, an unchanged second run, a
 // damaged file among good ones, standard input, and the shared corpus of real agent inventories.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -17,19 +10,12 @@
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
 #include "import/inventory_reader.h"
-#include "kb/auditdbsys.h"
-#include "sql/norvik_sql.h"
-#include "sql/sql_recordset.h"
-#include "support/cli_runner.h"
-#include "support/scratch_database.h"
-
-extern char** environ;
+#include "support/db_tool_test.h"
 
 namespace {
 
@@ -45,36 +31,20 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-class ImportTool : public ::testing::TestWithParam<Engine> {
+class ImportTool : public DbTool {
 protected:
-    void TearDown() override { db_.reset(); }
-    ToolResult Run(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--dsn", scratch_->ConnectionString(), "import"});
-        return RunTool(dir_.path, args);
+    ToolResult Import(std::vector<std::string> args) {
+        args.insert(args.begin(), "import");
+        return Run(args);
     }
-    CNorvikSql& Db() {
-        if (!db_) {
-            db_ = std::make_unique<CNorvikSql>(kb_);
-            EXPECT_NE(db_->Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
-        }
-        return *db_;
-    }
-    ULong Count(const char* table) {
-        CSqlRecordset rs(&Db(), CString::Formatted("select count(*) from %s", table));
-        return rs.NumberAt(0);
-    }
-
-    ToolDir dir_{"norvik_import_cli"};
-    std::unique_ptr<ScratchDatabase> scratch_ = std::make_unique<ScratchDatabase>(GetParam());
-    CAuditDBSys kb_;
-    std::unique_ptr<CNorvikSql> db_;
+    ULong Count(const char* table) { return Number(std::string("select count(*) from ") + table); }
 };
 
 TEST_P(ImportTool, FixturesImportThenReportUnchangedAndDamagedFilesChangeNothing) {
     const std::vector<std::string> good = {(kFixtures / "workstation.xml").string(),
                                            (kFixtures / "laptop.json").string(),
                                            (kFixtures / "placeholders.ocs").string()};
-    ToolResult first = Run({good[0], (kFixtures / "truncated.xml").string(), good[1], good[2]});
+    ToolResult first = Import({good[0], (kFixtures / "truncated.xml").string(), good[1], good[2]});
     EXPECT_EQ(first.exitCode, 1);
     EXPECT_EQ(LineCount(first.err), 1) << first.err;
     EXPECT_NE(first.err.find("truncated.xml: line "), std::string::npos) << first.err;
@@ -87,12 +57,12 @@ TEST_P(ImportTool, FixturesImportThenReportUnchangedAndDamagedFilesChangeNothing
     EXPECT_EQ(lines[0].rfind("WS-ALPHA: new asset, ", 0), 0u) << lines[0];
     EXPECT_EQ(Count("ASSET"), 3u);
 
-    const ToolResult second = Run({"--json", good[0], good[1], good[2]});
+    const ToolResult second = Import({"--json", good[0], good[1], good[2]});
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_EQ(second.err, "");
     EXPECT_EQ(second.out.find("\"status\": \"changed\""), std::string::npos) << second.out;
     EXPECT_EQ(second.out.find("\"status\": \"new\""), std::string::npos) << second.out;
-    const ToolResult third = Run({kFixtures.string()});  // the folder: the truncated files fail again
+    const ToolResult third = Import({kFixtures.string()});  // the folder: the truncated files fail again
     EXPECT_EQ(third.exitCode, 1);
     EXPECT_EQ(LineCount(third.err), 2) << third.err;
     for (const std::string& line : Lines(third.out))
@@ -102,36 +72,27 @@ TEST_P(ImportTool, FixturesImportThenReportUnchangedAndDamagedFilesChangeNothing
 }
 
 TEST_P(ImportTool, ReadsStandardInputAndRefusesMissingPathsAndBadWords) {
-    const ToolResult missing = Run({(dir_.path / "nowhere.xml").string()});
+    const ToolResult missing = Import({(dir_.path / "nowhere.xml").string()});
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("nowhere.xml: no such file or folder"), std::string::npos);
-    EXPECT_EQ(Run({"--bogus", "x"}).exitCode, 2);
-    EXPECT_EQ(Run({}).exitCode, 2);
-    const std::string piped = (dir_.path / "piped.out").string();
-    const std::string command = std::string("'") + NORVIK_CLI_PATH + "' --dsn '" + scratch_->ConnectionString() +
-                                "' import - < '" + (kFixtures / "laptop.json").string() + "' > '" + piped + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    EXPECT_NE(Slurp(piped).find(": new asset, "), std::string::npos) << Slurp(piped);
+    EXPECT_EQ(Import({"--bogus", "x"}).exitCode, 2);
+    EXPECT_EQ(Import({}).exitCode, 2);
+    const ToolResult piped = RunToolWithInput(dir_.path, On({"import", "-"}), Slurp(kFixtures / "laptop.json"));
+    EXPECT_EQ(piped.exitCode, 0) << piped.err;
+    EXPECT_NE(piped.out.find(": new asset, "), std::string::npos) << piped.out;
 }
 
 // Two tool processes importing into one database at once both finish: a transaction the engine
 // reports busy is tried again rather than failed.
 TEST_P(ImportTool, TwoConcurrentImportsBothFinish) {
-    const std::string tool =
-        std::string("'") + NORVIK_CLI_PATH + "' --dsn '" + scratch_->ConnectionString() + "' import ";
-    auto repeated = [&](const char* file) {
-        std::string words;
-        // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on "'" + text.
-        for (int i = 0; i < 4; ++i) words.append("'").append((kFixtures / file).string()).append("' ");
-        return words;
-    };
-    const fs::path one = dir_.path / "one.rc", two = dir_.path / "two.rc";
-    const std::string command = "(" + tool + repeated("workstation.xml") + repeated("laptop.json") +
-                                " >/dev/null; echo $? > '" + one.string() + "') & (" + tool +
-                                repeated("placeholders.ocs") + " >/dev/null; echo $? > '" + two.string() + "') & wait";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    EXPECT_EQ(Slurp(one), "0\n");
-    EXPECT_EQ(Slurp(two), "0\n");
+    std::vector<std::string> one{"import"}, two{"import"};
+    for (int i = 0; i < 4; ++i) {
+        one.insert(one.end(), {(kFixtures / "workstation.xml").string(), (kFixtures / "laptop.json").string()});
+        two.push_back((kFixtures / "placeholders.ocs").string());
+    }
+    const pid_t first = StartTool(On(one)), second = StartTool(On(two));
+    EXPECT_EQ(WaitTool(first), 0);
+    EXPECT_EQ(WaitTool(second), 0);
     EXPECT_EQ(Count("ASSET"), 3u);
 }
 
@@ -152,7 +113,7 @@ TEST_P(ImportTool, EverySharedSampleImportsWithAllItsSoftwareAndReimportsUnchang
         Inventory inventory;
         std::string error;
         ASSERT_TRUE(ReadInventoryFile(file.string(), inventory, error)) << error;
-        const ToolResult first = Run({file.string()});
+        const ToolResult first = Import({file.string()});
         ASSERT_EQ(first.exitCode, 0) << first.err;
         db_.reset();  // a fresh connection sees what the tool committed
         const ULong asset = Db().FindAsset(CutToColumn(inventory.hostName, kImportColumnLimit).c_str(), 0, 1);
@@ -167,7 +128,7 @@ TEST_P(ImportTool, EverySharedSampleImportsWithAllItsSoftwareAndReimportsUnchang
         }
         const ULong history = Count("HISTORY");
         db_.reset();
-        const ToolResult second = Run({file.string()});
+        const ToolResult second = Import({file.string()});
         EXPECT_EQ(second.exitCode, 0) << second.err;
         EXPECT_NE(second.out.find(": unchanged\nLicences: "), std::string::npos) << second.out;
         EXPECT_EQ(Count("HISTORY"), history + 1);
@@ -191,49 +152,21 @@ TEST_P(ImportTool, KilledAtRandomMomentsKeepsEveryReportedInventoryWhole) {
             << xml << "</CONTENT><QUERY>INVENTORY</QUERY></REQUEST>";
     }
     const fs::path out = dir_.path / "import.out";
-    // The tool on the current scratch database, its standard output kept in `out`.
-    auto start = [&] {
-        std::vector<std::string> words{NORVIK_CLI_PATH, "--dsn", scratch_->ConnectionString(), "import",
-                                       folder.string()};
-        std::vector<char*> argv;
-        for (std::string& word : words) argv.push_back(word.data());
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        pid_t pid = -1;
-        EXPECT_EQ(posix_spawn(&pid, NORVIK_CLI_PATH, &actions, nullptr, argv.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        return pid;
-    };
-    auto wait = [](pid_t pid) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    };
-    const auto began = std::chrono::steady_clock::now();
-    ASSERT_EQ(wait(start()), 0);
-    const auto span = std::chrono::steady_clock::now() - began;
-    ASSERT_EQ(Lines(Slurp(out)).size(), static_cast<std::size_t>(kMachines));
+    const auto span = TimedRun(On({"import", folder.string()}), out.string());
+    ASSERT_EQ(Lines(Slurp(out)).size(), static_cast<std::size_t>(kMachines) + 1);  // and the licence summary
 
     std::mt19937 random(19);
-    std::uniform_int_distribution<long> delay(0, std::chrono::duration_cast<std::chrono::microseconds>(span).count());
-    int reportedInTotal = 0;
     for (int trial = 0; trial < 10; ++trial) {
         SCOPED_TRACE("trial " + std::to_string(trial));
         db_.reset();
         scratch_ = std::make_unique<ScratchDatabase>(GetParam());
-        const pid_t pid = start();
-        std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
-        kill(pid, SIGKILL);
-        wait(pid);
+        KilledOrFinished(On({"import", folder.string()}), span, random, out.string());
         std::set<std::string> reported;
         for (const std::string& line : Lines(Slurp(out))) {
+            if (line.starts_with("Licences: ")) continue;
             EXPECT_NE(line.find(": new asset, 150 applications, "), std::string::npos) << line;
             reported.insert(line.substr(0, line.find(':')));
         }
-        reportedInTotal += static_cast<int>(reported.size());
         // Every asset there, reported or committed just before the kill, is whole.
         std::map<std::string, ULong> present;
         {
@@ -248,10 +181,75 @@ TEST_P(ImportTool, KilledAtRandomMomentsKeepsEveryReportedInventoryWhole) {
         }
         for (const std::string& name : reported) EXPECT_TRUE(present.count(name)) << name;
     }
-    RecordProperty("reported", reportedInTotal);
 }
 
-INSTANTIATE_TEST_SUITE_P(, ImportTool, ::testing::Values(Engine::Sqlite, Engine::PostgreSql),
-                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+// An inventory of `host` (a laptop of a make the sample Knowledge Base knows) with `software`
+// written as the XML entries it is given in.
+std::string InventoryXml(const std::string& host, const std::string& software) {
+    return "<REQUEST><CONTENT><HARDWARE><NAME>" + host + "</NAME><CHASSIS_TYPE>Laptop</CHASSIS_TYPE></HARDWARE>" +
+           "<BIOS><SMANUFACTURER>Alderwood Systems</SMANUFACTURER></BIOS>" + software + "</CONTENT></REQUEST>";
+}
+
+const char kRuntimeEntry[] =
+    "<SOFTWARES><NAME>larch-runtime</NAME><VERSION>4.0.2</VERSION><FOLDER>C:\\Larch</"
+    "FOLDER><FILENAME>bin\\larchrt.dll</FILENAME><FILESIZE>52000</FILESIZE></SOFTWARES>\n";
+const char kEditorEntry[] =
+    "<SOFTWARES><NAME>Editor</NAME><PUBLISHER>Acme</PUBLISHER><VERSION>2</VERSION></SOFTWARES>\n";
+
+TEST_P(ImportTool, KnowledgeBaseRecognisesFilesAndAnswersForTheCatalogueAndReimportIsUnchanged) {
+    const std::string kb = (dir_.path / "sample.kb").string();
+    ASSERT_EQ(Run({"kb", "build", kb, "--from", NORVIK_TEST_DATA_DIR "/kb"}).exitCode, 0);
+    const std::string pc = WriteFile(dir_.path / "pc.xml", InventoryXml("PC-KB", kRuntimeEntry));
+
+    const ToolResult first = Run({"import", "--kb", kb, pc});
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_EQ(first.out,
+              "PC-KB: new asset, 2 applications, 2 hardware values\n"
+              "Licences: 0 over-used applications, 0 new alerts\n");
+    // The runtime's key file names the Knowledge Base's product, publisher and version.
+    const ULong recognised = Number("select _ID from APPS where _MFR='Larch Labs' and _APP='Runtime'");
+    ASSERT_NE(recognised, 0u);
+    EXPECT_EQ(Number("select count(*) from APPINST where _APP=" + std::to_string(recognised) + " and _VERSION='4.0'"),
+              1u);
+    EXPECT_EQ(Number("select _APPID from SWFILE where _NAME='larchrt.dll'"), recognised);
+    // Category and make are the Knowledge Base's: no site entry is made for them.
+    EXPECT_EQ(Number("select count(*) from CAT"), 0u);
+    EXPECT_EQ(Number("select count(*) from MAKE"), 0u);
+    const ULong category = Number("select _CAT from ASSET");
+    EXPECT_NE(category, 0u);
+    EXPECT_LT(category, 0xFFFFu);
+
+    const ToolResult again = Run({"import", "--kb", kb, pc});
+    EXPECT_EQ(again.out, "PC-KB: unchanged\nLicences: 0 over-used applications, 0 new alerts\n") << again.err;
+    EXPECT_EQ(Number("select count(*) from HISTORY"), 2u) << "the initial audit and one re-audit";
+
+    // Without a Knowledge Base the same category becomes a site entry.
+    ASSERT_EQ(Run({"import", WriteFile(dir_.path / "other.xml", InventoryXml("PC-SITE", kRuntimeEntry))}).exitCode, 0);
+    EXPECT_EQ(Number("select count(*) from CAT where _NAME='Laptop'"), 1u);
+
+    ExpectRefused(Run({"import", "--kb", (dir_.path / "none.kb").string(), pc}), 1, "cannot read the Knowledge Base");
+    ExpectRefused(Run({"import", pc, "--kb"}), 2);
+}
+
+TEST_P(ImportTool, OverUseCheckRunsOnceAfterTheFilesAndCountsItsAlertsInTheSummary) {
+    const std::vector<std::string> files = {WriteFile(dir_.path / "a.xml", InventoryXml("PC-A", kEditorEntry)),
+                                            WriteFile(dir_.path / "b.xml", InventoryXml("PC-B", kEditorEntry))};
+    ASSERT_EQ(Run({"import", files[0], files[1]}).exitCode, 0);
+    ASSERT_EQ(Run({"licence", "type", "add", "Seat", "--per-pc"}).exitCode, 0);
+    ASSERT_EQ(Run({"licence", "set", "Acme Editor", "--type", "Seat", "--count", "1"}).exitCode, 0);
+
+    const ToolResult run = Run({"import", files[0], files[1]});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "PC-A: unchanged\nPC-B: unchanged\nLicences: 1 over-used application, 1 new alert\n");
+    EXPECT_EQ(Number("select count(*) from LICALERTS"), 1u);
+
+    const ToolResult json = Run({"--json", "import", files[0]});
+    EXPECT_EQ(json.exitCode, 0) << json.err;
+    EXPECT_EQ(json.out.rfind("{\"inventories\": [{\"file\": ", 0), 0u) << json.out;
+    EXPECT_TRUE(json.out.ends_with("}],\n \"overUsedApplications\": 1, \"licenceAlerts\": 0}\n")) << json.out;
+    EXPECT_EQ(Number("select count(*) from LICALERTS"), 1u) << "an application is alerted once";
+}
+
+NORVIK_ON_BOTH_ENGINES(ImportTool);
 
 }  // namespace

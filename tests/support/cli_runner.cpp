@@ -1,7 +1,10 @@
 // The norvik tool run through the shell, its output read back from files.
 #include "support/cli_runner.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +12,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
+
+extern char** environ;
 
 namespace {
 
@@ -38,9 +44,45 @@ ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::stri
 
 ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,
                             const std::string& input) {
-    const std::filesystem::path in = dir / "in";
-    std::ofstream(in, std::ios::binary) << input;
-    return RunToolFrom(dir, args, in.string());
+    return RunToolFrom(dir, args, WriteFile(dir / "in", input));
+}
+
+pid_t StartTool(const std::vector<std::string>& args, const std::string& out) {
+    std::vector<std::string> words{NORVIK_CLI_PATH};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t pid = -1;
+    EXPECT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
+}
+
+int WaitTool(pid_t pid) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::chrono::steady_clock::duration TimedRun(const std::vector<std::string>& args, const std::string& out) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(WaitTool(StartTool(args, out)), 0);
+    return std::chrono::steady_clock::now() - start;
+}
+
+bool KilledOrFinished(const std::vector<std::string>& args, std::chrono::steady_clock::duration span,
+                      std::mt19937& random, const std::string& out) {
+    const pid_t pid = StartTool(args, out);
+    std::uniform_int_distribution<long> delay(0, std::chrono::duration_cast<std::chrono::microseconds>(span).count());
+    std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
+    kill(pid, SIGKILL);
+    return WaitTool(pid) == 0;
 }
 
 int LineCount(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
@@ -50,6 +92,11 @@ std::string Slurp(const std::filesystem::path& path) {
     std::stringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+std::string WriteFile(const std::filesystem::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path.string();
 }
 
 void ExpectRefused(const ToolResult& result, int exitCode, const std::string& errorPart) {

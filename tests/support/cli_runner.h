@@ -2,7 +2,11 @@
 // its exit code and everything it printed. For the test programs that define NORVIK_CLI_PATH.
 #pragma once
 
+#include <sys/types.h>
+
+#include <chrono>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -17,6 +21,18 @@ ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::stri
 // As RunTool, with `input` on the tool's standard input (still no terminal).
 ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,
                             const std::string& input);
+
+// Starts the tool with `args` (stdin and stderr on /dev/null, stdout into `out`); its process id.
+pid_t StartTool(const std::vector<std::string>& args, const std::string& out = "/dev/null");
+// Waits for `pid`; its exit code, or -1 when a signal ended it.
+int WaitTool(pid_t pid);
+
+// Runs the tool with `args` as StartTool does, expects it to succeed; how long it took.
+std::chrono::steady_clock::duration TimedRun(const std::vector<std::string>& args,
+                                             const std::string& out = "/dev/null");
+// Starts the tool as StartTool does, kills it after a random part of `span`; whether it had finished.
+bool KilledOrFinished(const std::vector<std::string>& args, std::chrono::steady_clock::duration span,
+                      std::mt19937& random, const std::string& out = "/dev/null");
 
 // The number of line ends in `text`.
 int LineCount(const std::string& text);
@@ -34,3 +50,5 @@ struct ToolDir {
 
 // The whole content of a file.
 std::string Slurp(const std::filesystem::path& path);
+// Writes `bytes` as the whole of the file at `path`; the path as text.
+std::string WriteFile(const std::filesystem::path& path, const std::string& bytes);

@@ -11,10 +11,11 @@
 
 #include "kb/auditdbsys.h"
 #include "sql/norvik_sql.h"
+#include "sql/sql_recordset.h"
 #include "support/cli_runner.h"
+#include "support/engine_test.h"
 #include "support/scratch_database.h"
 
-// Seeds and checks the database the way the library's own families do.
 class Seeder : public CNorvikSql {
 public:
     using CNorvikSql::CNorvikSql;
@@ -23,12 +24,12 @@ public:
 
 class DbTool : public ::testing::TestWithParam<Engine> {
 protected:
-    void TearDown() override { db_.reset(); }
-
-    ToolResult Run(std::vector<std::string> args) {
+    // `args` after the --dsn of the scratch database.
+    std::vector<std::string> On(std::vector<std::string> args) const {
         args.insert(args.begin(), {"--dsn", scratch_->ConnectionString()});
-        return RunTool(dir_.path, args);
+        return args;
     }
+    ToolResult Run(const std::vector<std::string>& args) { return RunTool(dir_.path, On(args)); }
     // Runs a command that must succeed and returns what it printed.
     std::string Ok(const std::vector<std::string>& args) {
         const ToolResult result = Run(args);
@@ -42,6 +43,11 @@ protected:
             EXPECT_NE(db_->Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
         }
         return *db_;
+    }
+    // The first number `statement` selects, 0 when it selects no row.
+    ULong Number(const std::string& statement) {
+        CSqlRecordset rs(&Db(), statement.c_str());
+        return rs.IsEOF() ? 0 : rs.NumberAt(0);
     }
 
     ToolDir dir_{"norvik_db_cli"};
