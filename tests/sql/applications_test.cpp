@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "kb/kb_files.h"
@@ -60,8 +61,7 @@ TEST_P(Applications, FindInstReturnsZeroAndTheCacheKeepsItsDescribedResets) {
     const ULong inst = db_->applicationAddInstance(pc, app, "S-1", "", 2);
     EXPECT_EQ(db_->applicationFindInst(pc, app), 0u);
     EXPECT_EQ(db_->applicationFindInst(pc, other), 0u);  // not found: the cache keeps the last row
-    EXPECT_EQ(db_->newGetAppInstAppID(inst), app);
-    EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
+    EXPECT_EQ(std::pair(db_->newGetAppInstAppID(inst), db_->newGetAppInstFiles(inst)), std::pair(app, 1u));
     // applicationAddInstance leaves the cache alone, and an existing instance keeps its texts.
     EXPECT_EQ(db_->applicationAddInstance(pc, app, "other", "3.0", 2), inst);
     EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
@@ -99,9 +99,7 @@ TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
     EXPECT_EQ(db_->newEnumAppInstByApp(editor, labelled, "Office"), 2u);
     // The aliased row's instances first; the item's ID is the asset, the extra the instance.
     EXPECT_EQ(Texts(labelled), (std::vector<std::string>{"Office", "Office [123]"}));
-    EXPECT_EQ(labelled[0].id, pc2);
-    EXPECT_EQ(labelled[0].extra, i3);
-    EXPECT_EQ(labelled[1].extra, i1);
+    EXPECT_EQ(std::tuple(labelled[0].id, labelled[0].extra, labelled[1].extra), std::tuple(pc2, i3, i1));
     db_->newEnumAppInstByApp(editor, plain, nullptr);
     EXPECT_EQ(Texts(plain), (std::vector<std::string>{"", "123"}));
 }
@@ -113,8 +111,8 @@ TEST_P(Applications, DeletionsTakeTheInstancesWithThem) {
         db_->applicationAddInstance(asset, app, "", "", 0);
     ASSERT_EQ(db_->applicationDelete(editor), 1);
     EXPECT_EQ(db_->applicationGetName(editor, 0, 1), "");
-    EXPECT_EQ(db_->applicationIsInstalled(pc2, editor), 0);
-    EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 1);
+    EXPECT_EQ(std::pair(db_->applicationIsInstalled(pc2, editor), db_->applicationIsInstalled(pc, viewer)),
+              std::pair(0, 1));
     db_->ExecuteStatement(CString::Formatted("insert into SWLINK (_ASSET,_FOLDER,_FILE) values (%d,1,0)", int(pc)));
     ASSERT_EQ(db_->DeleteSw(pc), 1);
     EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 0);

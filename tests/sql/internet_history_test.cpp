@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/engine_test.h"
@@ -21,8 +22,7 @@ TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
     const ULong first = db_->ieHistAdd(1, kMorning, "www.example.com", 0);
     ASSERT_NE(first, 0u) << AllMessages();
     EXPECT_EQ(db_->ieHistAdd(1, kEvening, "www.example.com", 0), first);
-    EXPECT_EQ(db_->ieHistGetPageCount(first), 2u);
-    EXPECT_EQ(db_->ieHistGetDate(first), kMorning);
+    EXPECT_EQ(std::pair(db_->ieHistGetPageCount(first), db_->ieHistGetDate(first)), std::pair(2u, kMorning));
     const ULong nextDay = db_->ieHistAdd(1, kNextDay, "www.example.com", 0);
     EXPECT_NE(db_->ieHistAdd(2, kEvening, "www.example.com", 0), first);
     const ULong otherSite = db_->ieHistAdd(1, kEvening, "www.example.org", 0);
@@ -30,8 +30,7 @@ TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
     EXPECT_EQ(db_->ieHistGetCount(1), 3u) << "another day and another site are other rows";
     CDynaList<CTime> dates;
     EXPECT_EQ(db_->ieHistEnumDates(1, dates), 3u);  // distinct stored dates, oldest first
-    EXPECT_EQ(dates[0], kMorning);
-    EXPECT_EQ(dates[2], kNextDay);
+    EXPECT_EQ(std::pair(dates[0], dates[2]), std::pair(kMorning, kNextDay));
     CDynaList<ULong> sites;
     db_->ieHistEnumSites(1, CTime(2009, 3, 10, 23, 59, 59), sites);
     EXPECT_EQ(Ids(sites), std::vector<ULong>({first, otherSite}));
@@ -103,8 +102,7 @@ TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {
     rows.Add(999);
     EXPECT_EQ(db_->ieCookieEnum(1, rows), 2u);
     EXPECT_EQ(db_->ieCookieDeleteAll(1), 1);
-    EXPECT_EQ(db_->ieCookieGetCount(1), 0u);
-    EXPECT_EQ(db_->ieCookieGetCount(2), 1u);
+    EXPECT_EQ(std::pair(db_->ieCookieGetCount(1), db_->ieCookieGetCount(2)), std::pair(0u, 1u));
     db_->ieHistAdd(1, kMorning, "x", 0);
     EXPECT_EQ(db_->ieHistDelete(db_->ieHistAdd(2, kMorning, "x", 0)), 1);
     EXPECT_EQ(db_->ieHistDeleteAll(1), 1);

@@ -30,16 +30,14 @@ TEST_P(Licences, DescriptionCarriesTheCountOnlyForPerPcTypesAndMinusOneKeepsAFie
     db_->SetAppLicence(app, static_cast<int>(seat), 10);
     EXPECT_EQ(db_->GetAppLicenceDesc(app).str(), "Seat [10]");
     db_->SetAppLicence(app, -1, 5);
-    EXPECT_EQ(db_->GetAppLicenceType(app), seat);
-    EXPECT_EQ(db_->GetAppLicenceCount(app), 5u);
+    EXPECT_EQ(std::pair(db_->GetAppLicenceType(app), db_->GetAppLicenceCount(app)), std::pair(seat, 5u));
     db_->SetAppLicence(app, static_cast<int>(site), -1);
     EXPECT_EQ(db_->GetAppLicenceDesc(app).str(), "Site");
     EXPECT_EQ(db_->GetAppLicenceCount(app), 5u);
     CString name;
     ULong flags = 0;
     EXPECT_EQ(db_->GetLicenceDetails(seat, name, &flags), 1u);
-    EXPECT_EQ(name.str(), "Seat");
-    EXPECT_EQ(flags, 3u);
+    EXPECT_EQ(std::pair(name.str(), flags), std::pair(std::string("Seat"), 3u));
     EXPECT_EQ(db_->GetLicenceDetails(seat + 40, name, &flags), 0u) << "a missing type leaves the outputs";
     EXPECT_EQ(name.str(), "Seat");
     EXPECT_TRUE(messages_.empty()) << AllMessages();
