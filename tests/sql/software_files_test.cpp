@@ -29,8 +29,7 @@ protected:
         return files;
     }
 
-    ULong pc_ = 0;
-    ULong folder_ = 0;
+    ULong pc_ = 0, folder_ = 0;
 };
 
 TEST_P(SoftwareFiles, FileRowsAreSharedAndLinksMerged) {

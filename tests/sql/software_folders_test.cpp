@@ -26,8 +26,7 @@ protected:
         return names;
     }
 
-    ULong pc_ = 0;
-    ULong other_ = 0;
+    ULong pc_ = 0, other_ = 0;
 };
 
 TEST_P(SoftwareFolders, MergeFolderSharesRowsLinksEachAssetOnceAndPathsEndWithABackslash) {
@@ -85,8 +84,8 @@ TEST_P(SoftwareFolders, FolderEnumDropsEmptyFoldersAndReportsProgress) {
     kept.Add("Earlier", 999, 0);
     EXPECT_EQ(db_->folderEnum(pc_, 0, kept, 1, 0), 2u) << "the caller's earlier item is walked too";
     EXPECT_EQ(Names(kept), (std::vector<std::string>{"Assigned", "Full"})) << "sorted";
-    const std::vector<std::pair<int, long>> expected = {{1, 0}, {2, 0}, {7, 0}, {4, 0}};
-    EXPECT_EQ(calls, expected) << "5 items / 10 as the range, a step at every tenth visit";
+    EXPECT_EQ(calls, (std::vector<std::pair<int, long>>{{1, 0}, {2, 0}, {7, 0}, {4, 0}}))
+        << "5 items / 10 as the range, a step at every tenth visit";
     CSortList unassigned;
     EXPECT_EQ(db_->folderEnum(pc_, 0, unassigned, 1, 1), 1u);
     EXPECT_EQ(Names(unassigned), (std::vector<std::string>{"Full"}));
