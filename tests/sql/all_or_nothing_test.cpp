@@ -1,5 +1,4 @@
-// The cascades and the rename on both engines, failing part-way on purpose (a trigger refuses one
-// row): each reports the failure and leaves the database as it was. The find-or-insert lock's keys.
+// Cascades and the rename failing part-way on purpose leave the database as it was.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -31,33 +30,28 @@ protected:
                 table, condition.c_str()));
         }
     }
-    ULong Count(const std::string& statement) {
-        CSqlRecordset rs(db_.get(), statement.c_str());
-        return rs.NumberAt(0);
-    }
+    ULong Count(const std::string& statement) { return CSqlRecordset(db_.get(), statement.c_str()).NumberAt(0); }
     std::string Id(ULong id) { return std::to_string(id); }
 
     const CTime when_ = CTime(2024, 3, 1, 9, 30, 0);
 };
 
 TEST_P(AllOrNothing, LocationDeleteRefusedAtTheTopDeletesNothingBelow) {
-    const ULong room = db_->locAddFull("TOP;Floor;Room");
-    const ULong top = db_->locAddFull("TOP");
+    const ULong room = db_->locAddFull("TOP;Floor;Room"), top = db_->locAddFull("TOP");
     const ULong pc = db_->AddAsset("PC", room, 0, 0, when_);
     RefuseDelete("LOCDATA", "old._ID = " + Id(top));
     EXPECT_EQ(db_->locDelete(top), 0);
     EXPECT_NE(AllMessages().find("refused by the test"), std::string::npos);
     EXPECT_EQ(Count("select count(*) from LOCDATA"), 3u) << "the rooms below stay";
-    EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", pc), room);
-    EXPECT_EQ(db_->GetAssetLocation(pc), room) << "no cached move survives the rollback";
+    EXPECT_EQ(std::pair(db_->SelectNumber("ASSET", "_LOCATION", pc), db_->GetAssetLocation(pc)), std::pair(room, room))
+        << "no cached move survives the rollback";
     EXPECT_FALSE(db_->InTransaction());
 }
 
 TEST_P(AllOrNothing, LocationTypeDeleteRefusedPartWayChangesNothing) {
-    const ULong site = db_->AddLocType("Site", 0);
-    const ULong floor = db_->AddLocType("Floor", site);
-    const ULong top = db_->locAdd("HQ", 0, site, CIPAddress(), CIPAddress());
-    const ULong level = db_->locAdd("First", top, floor, CIPAddress(), CIPAddress());
+    const ULong site = db_->AddLocType("Site", 0), floor = db_->AddLocType("Floor", site);
+    const ULong level =
+        db_->locAdd("First", db_->locAdd("HQ", 0, site, CIPAddress(), CIPAddress()), floor, CIPAddress(), CIPAddress());
     RefuseDelete("LOCDATA", "old._ID = " + Id(level));
     EXPECT_EQ(db_->DeleteLocType(floor), 0);
     EXPECT_EQ(Count("select count(*) from LOCTYPE"), 2u);
@@ -78,8 +72,7 @@ TEST_P(AllOrNothing, AssetDeleteRefusedPartWayKeepsEveryRow) {
 TEST_P(AllOrNothing, CategoryDeleteRefusedAtAModelKeepsTheCategoryAndItsMakes) {
     const ULong category = db_->AddCategory("Rack", 0);
     const ULong make = db_->AddMake(category, "Stackwell");
-    db_->AddModel(make, "S-1");
-    db_->AddModel(make, "S-2");
+    for (const char* model : {"S-1", "S-2"}) db_->AddModel(make, model);
     RefuseDelete("MODEL", "old._NAME = 'S-2'");
     db_->DeleteCategory(category);
     EXPECT_FALSE(messages_.empty());
@@ -109,10 +102,6 @@ TEST_P(AllOrNothing, FindOrInsertLockHoldsItsTransactionUntilCommit) {
     }
     EXPECT_FALSE(db_->InTransaction());
     EXPECT_EQ(Count("select count(*) from ASSET"), 0u) << "left without Commit: rolled back";
-    FindOrInsertLock lock(*db_, "ASSET", "PC-1");
-    db_->InsertRecord("ASSET", "_NAME", "'PC-1'");
-    lock.Commit();
-    EXPECT_EQ(Count("select count(*) from ASSET"), 1u);
     // The key ignores case, so that names that differ only in case wait for each other too.
     EXPECT_EQ(FindOrInsertLock::LockKey("pc-1"), FindOrInsertLock::LockKey("PC-1"));
     EXPECT_NE(FindOrInsertLock::LockKey("PC-1"), FindOrInsertLock::LockKey("PC-2"));

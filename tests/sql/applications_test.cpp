@@ -1,9 +1,9 @@
-// The application catalogue and instances on both engines: the two stored procedures, display
-// names and aliases, the instance cache, the labels of the enumerations, and hostile texts.
+// The application catalogue and instances: stored procedures, names, aliases, instance cache.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "kb/kb_files.h"
@@ -27,39 +27,14 @@ TEST_P(Applications, AddAppFindsTheExistingRowOrCreatesOneWithTheFlags) {
     const ULong editor = db_->applicationAdd("Acme", "Editor", 5);
     ASSERT_NE(editor, 0u);
     EXPECT_EQ(db_->applicationAdd("Acme", "Editor", 9), editor);
-    EXPECT_EQ(db_->applicationGetFlags(editor), 5u);  // the existing row keeps its flags
-    const ULong other = db_->applicationAdd("Acme", "editor", 0);
-    EXPECT_NE(other, editor);  // names compare exactly
+    EXPECT_EQ(db_->applicationGetFlags(editor), 5u);              // the existing row keeps its flags
+    EXPECT_NE(db_->applicationAdd("Acme", "editor", 0), editor);  // names compare exactly
     EXPECT_NE(db_->applicationAdd("", "Editor", 0), editor);
     EXPECT_EQ(AllMessages(), "");
 }
 
-TEST_P(Applications, AddInstanceCreatesThenCountsFiles) {
-    const ULong pc = Asset("PC1");
-    const ULong app = db_->applicationAdd("Acme", "Editor", 1);
-    const ULong manual = db_->applicationAddInstance(pc, app, "SER-1", "2.0", 0);
-    ASSERT_NE(manual, 0u);
-    db_->applicationFindInst(pc, app);
-    EXPECT_EQ(db_->newGetAppInstSerial(manual), "SER-1");  // the first text is the serial
-    EXPECT_EQ(db_->applicationGetVersion(manual), "2.0");  // the second the version
-    EXPECT_EQ(db_->newGetAppInstFiles(manual), 0u);
-    EXPECT_EQ(db_->applicationAddInstance(pc, app, "other", "3.0", 2), manual);
-    EXPECT_EQ(db_->applicationGetVersion(manual), "2.0");  // an existing instance keeps its texts
-
-    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 1);
-    const ULong fromFile = db_->applicationAddInstance(pc, viewer, "", "", 2);
-    db_->applicationAddInstance(pc, viewer, "", "", 2);
-    db_->applicationAddInstance(pc, viewer, "", "", 2);
-    db_->applicationFindInst(pc, viewer);
-    EXPECT_EQ(db_->newGetAppInstFiles(fromFile), 3u);
-    EXPECT_EQ(db_->newGetAppInstFlags(fromFile), 2u);
-    EXPECT_EQ(db_->newGetAppInstAppID(fromFile), viewer);
-    EXPECT_EQ(AllMessages(), "");
-}
-
 TEST_P(Applications, DisplayNameJoinsPublisherAndNameAndFollowsAliasesByDepth) {
-    const ULong a = db_->applicationAdd("Acme", "Editor", 1);
-    const ULong b = db_->applicationAdd("Beta", "Writer", 1);
+    const ULong a = db_->applicationAdd("Acme", "Editor", 1), b = db_->applicationAdd("Beta", "Writer", 1);
     const ULong c = db_->applicationAdd("", "Tool", 1);
     EXPECT_EQ(db_->applicationGetName(a, 0, 1), "Acme Editor");
     EXPECT_EQ(db_->applicationGetName(a, 0, 0), "Editor");
@@ -72,13 +47,11 @@ TEST_P(Applications, DisplayNameJoinsPublisherAndNameAndFollowsAliasesByDepth) {
     EXPECT_EQ(db_->applicationGetName(a, 1, 1), "Beta Writer");
     EXPECT_EQ(db_->applicationGetName(a, 5, 1), "Tool");
     // A publisher never follows the alias, whatever the depth.
-    EXPECT_EQ(db_->GetAppPublisher(a, 0), "Acme");
-    EXPECT_EQ(db_->GetAppPublisher(a, 3), "Acme");
+    EXPECT_EQ(db_->GetAppPublisher(a, 0) + db_->GetAppPublisher(a, 3), "AcmeAcme");
     // The aliases of c: b directly, then a found below b.
     CDynaList<ULong> aliases;
     EXPECT_EQ(db_->newEnumAppAliases(c, aliases), 2u);
-    EXPECT_EQ(aliases[0], b);
-    EXPECT_EQ(aliases[1], a);
+    EXPECT_EQ(std::vector<ULong>(aliases.begin(), aliases.end()), std::vector<ULong>({b, a}));
 }
 
 TEST_P(Applications, FindInstReturnsZeroAndTheCacheKeepsItsDescribedResets) {
@@ -88,10 +61,9 @@ TEST_P(Applications, FindInstReturnsZeroAndTheCacheKeepsItsDescribedResets) {
     const ULong inst = db_->applicationAddInstance(pc, app, "S-1", "", 2);
     EXPECT_EQ(db_->applicationFindInst(pc, app), 0u);
     EXPECT_EQ(db_->applicationFindInst(pc, other), 0u);  // not found: the cache keeps the last row
-    EXPECT_EQ(db_->newGetAppInstAppID(inst), app);
-    EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
-    // applicationAddInstance leaves the cache alone: it still answers the count it read.
-    db_->applicationAddInstance(pc, app, "", "", 2);
+    EXPECT_EQ(std::pair(db_->newGetAppInstAppID(inst), db_->newGetAppInstFiles(inst)), std::pair(app, 1u));
+    // applicationAddInstance leaves the cache alone, and an existing instance keeps its texts.
+    EXPECT_EQ(db_->applicationAddInstance(pc, app, "other", "3.0", 2), inst);
     EXPECT_EQ(db_->newGetAppInstFiles(inst), 1u);
     // applicationRemove empties the cache key; the next read goes to the table.
     const ULong second = db_->applicationAddInstance(pc, other, "S-2", "", 0);
@@ -99,22 +71,20 @@ TEST_P(Applications, FindInstReturnsZeroAndTheCacheKeepsItsDescribedResets) {
     EXPECT_EQ(db_->applicationIsInstalled(pc, other), 0);
     EXPECT_EQ(db_->applicationIsInstalled(pc, app), 1);
     EXPECT_EQ(db_->newGetAppInstFiles(inst), 2u);
+    EXPECT_EQ(db_->newGetAppInstSerial(inst), "S-1");
     // A missing instance leaves the values the cache held.
     EXPECT_EQ(db_->newGetAppInstSerial(second), "S-1");
     EXPECT_EQ(AllMessages(), "");
 }
 
 TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
-    const ULong pc = Asset("PC1");
-    const ULong pc2 = Asset("PC2");
+    const ULong pc = Asset("PC1"), pc2 = Asset("PC2");
     const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
-    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 3);
     const ULong old = db_->applicationAdd("Acme", "Old Editor", 1);
     db_->applicationSetAlias(old, editor);
     const ULong i1 = db_->applicationAddInstance(pc, editor, "123", "2.0", 0);
-    const ULong i2 = db_->applicationAddInstance(pc, viewer, "", "", 0);
+    db_->applicationAddInstance(pc, db_->applicationAdd("Acme", "Viewer", 3), "", "", 0);
     const ULong i3 = db_->applicationAddInstance(pc2, old, "", "1.0", 0);
-
     CSortList withVersion;
     EXPECT_EQ(db_->EnumApplicationInstances(pc, 1, withVersion, 0, 0), 2u);
     EXPECT_EQ(Texts(withVersion), (std::vector<std::string>{"Editor [2.0]", "Viewer"}));
@@ -125,31 +95,24 @@ TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
     CSortList aliased;  // named through one alias level
     db_->EnumApplicationInstances(pc2, 1, aliased, 0, 0);
     EXPECT_EQ(Texts(aliased), std::vector<std::string>{"Editor [1.0]"});
-
     CSortList labelled, plain;
     EXPECT_EQ(db_->newEnumAppInstByApp(editor, labelled, "Office"), 2u);
     // The aliased row's instances first; the item's ID is the asset, the extra the instance.
     EXPECT_EQ(Texts(labelled), (std::vector<std::string>{"Office", "Office [123]"}));
-    EXPECT_EQ(labelled[0].id, pc2);
-    EXPECT_EQ(labelled[0].extra, i3);
-    EXPECT_EQ(labelled[1].extra, i1);
+    EXPECT_EQ(std::tuple(labelled[0].id, labelled[0].extra, labelled[1].extra), std::tuple(pc2, i3, i1));
     db_->newEnumAppInstByApp(editor, plain, nullptr);
     EXPECT_EQ(Texts(plain), (std::vector<std::string>{"", "123"}));
-    (void)i2;
 }
 
 TEST_P(Applications, DeletionsTakeTheInstancesWithThem) {
-    const ULong pc = Asset("PC1");
-    const ULong pc2 = Asset("PC2");
-    const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
-    const ULong viewer = db_->applicationAdd("Acme", "Viewer", 1);
-    db_->applicationAddInstance(pc, editor, "", "", 0);
-    db_->applicationAddInstance(pc2, editor, "", "", 0);
-    db_->applicationAddInstance(pc, viewer, "", "", 0);
+    const ULong pc = Asset("PC1"), pc2 = Asset("PC2");
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1), viewer = db_->applicationAdd("Acme", "Viewer", 1);
+    for (const auto& [asset, app] : {std::pair{pc, editor}, {pc2, editor}, {pc, viewer}})
+        db_->applicationAddInstance(asset, app, "", "", 0);
     ASSERT_EQ(db_->applicationDelete(editor), 1);
     EXPECT_EQ(db_->applicationGetName(editor, 0, 1), "");
-    EXPECT_EQ(db_->applicationIsInstalled(pc2, editor), 0);
-    EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 1);
+    EXPECT_EQ(std::pair(db_->applicationIsInstalled(pc2, editor), db_->applicationIsInstalled(pc, viewer)),
+              std::pair(0, 1));
     db_->ExecuteStatement(CString::Formatted("insert into SWLINK (_ASSET,_FOLDER,_FILE) values (%d,1,0)", int(pc)));
     ASSERT_EQ(db_->DeleteSw(pc), 1);
     EXPECT_EQ(db_->applicationIsInstalled(pc, viewer), 0);
@@ -166,10 +129,8 @@ TEST_P(Applications, FindMatchesTheFullDisplayNameOfInstalledFlaggedRows) {
     db_->applicationAddInstance(pc, editor, "", "", 0);
     db_->applicationAddInstance(pc, unflagged, "", "", 0);
     EXPECT_EQ(db_->applicationFind("Acme Editor"), editor);
-    EXPECT_EQ(db_->applicationFind("Editor"), 0u);
-    EXPECT_EQ(db_->applicationFind("acme editor"), 0u);
-    EXPECT_EQ(db_->applicationFind("Acme Viewer"), 0u);
-    EXPECT_EQ(db_->applicationFind("Acme Uninstalled"), 0u);
+    for (const char* miss : {"Editor", "acme editor", "Acme Viewer", "Acme Uninstalled"})
+        EXPECT_EQ(db_->applicationFind(miss), 0u) << miss;
 }
 
 TEST_P(Applications, HostileTextsRoundTripInPublishersNamesAndInstances) {
@@ -187,6 +148,7 @@ TEST_P(Applications, HostileTextsRoundTripInPublishersNamesAndInstances) {
         const ULong inst = db_->applicationAddInstance(pc, app, quote.c_str(), high.c_str(), 0);
         db_->applicationFindInst(pc, app);
         EXPECT_EQ(db_->newGetAppInstSerial(inst).str(), quote);
+        EXPECT_EQ(db_->newGetAppInstFiles(inst), 0u) << "added by hand: no files";
         EXPECT_EQ(db_->applicationGetVersion(inst).str(), high);
         CSortList byPublisher;
         db_->EnumAppsByPublisher(pc, publisher.c_str(), 0, byPublisher, 1);
@@ -201,58 +163,46 @@ TEST_P(Applications, HostileTextsRoundTripInPublishersNamesAndInstances) {
 
 TEST_P(Applications, MergeKbAppsConvertsReferencesFrom65535On) {
     kbtest::ScratchFolder folder;
-    const std::string path = folder.File("kb.ids");
-    kbtest::WriteCurrentFile(path);
-    ASSERT_EQ(kb_.Open(path.c_str()), 1);
+    kbtest::WriteCurrentFile(folder.File("kb.ids"));
+    ASSERT_EQ(kb_.Open(folder.File("kb.ids").c_str()), 1);
     const ULong existing = db_->applicationAdd("Acme", "Editor", 0);
     // SWAPP 3 "7.2" lies below 2 "Scribe" below 1 "Quillsoft": the row is named after the parent
     // and the grandparent. 65535 carries reference 0, which has neither.
     ULong ids[] = {existing, 65534, 65535, 3u << 16, 2u << 16};
     db_->newMergeKBApps(ids, 5);
-    EXPECT_EQ(ids[0], existing);
-    EXPECT_EQ(ids[1], 65534u);
-    EXPECT_EQ(db_->applicationGetName(ids[2], 0, 1), "");
+    EXPECT_EQ(std::vector<ULong>(ids, ids + 2), std::vector<ULong>({existing, 65534}));
     EXPECT_NE(ids[2], 0u);
-    EXPECT_EQ(db_->applicationGetName(ids[3], 0, 1), "Quillsoft Scribe");
+    // The parent alone has no publisher.
+    EXPECT_EQ(db_->applicationGetName(ids[2], 0, 1) + "|" + db_->applicationGetName(ids[3], 0, 1) + "|" +
+                  db_->applicationGetName(ids[4], 0, 1),
+              "|Quillsoft Scribe|Quillsoft");
     EXPECT_EQ(db_->applicationGetFlags(ids[3]), 1u);
-    EXPECT_EQ(db_->applicationGetName(ids[4], 0, 1), "Quillsoft");  // parent only: no publisher
     EXPECT_EQ(AllMessages(), "");
 }
 
 TEST_P(Applications, ReRecogniseAssignsUnassignedFilesAndCountsThemIntoInstances) {
     kbtest::ScratchFolder folder;
     const std::string path = folder.File("kb.ids");
-    // SWAPP 3 "7.2" lies below "Scribe" below "Quillsoft": its files make "Quillsoft Scribe".
     kbtest::WriteCurrentFile(path, kbtest::SysFileTable({{"scribe.exe", "3", "0", "0", "0", "0", "2"},
                                                          {"scribe.dll", "3", "0", "0", "0", "0", "0"},
                                                          {"lonely.dll", "2", "0", "0", "0", "0", "0"}}));
     ASSERT_EQ(kb_.Open(path.c_str()), 1);
-    const ULong pc = Asset("PC1");
-    const ULong pc2 = Asset("PC2");
+    const ULong pc = Asset("PC1"), pc2 = Asset("PC2");
     const ULong mine = db_->applicationAdd("Site", "Own", 1);
     auto file = [&](const char* name, ULong app) {
         return db_->InsertRecord("SWFILE", "_NAME,_SIZE,_CRC,_APPID",
                                  CString::Formatted("'%s',10,0,%d", name, int(app)));
     };
-    auto link = [&](ULong asset, ULong f) {
-        db_->InsertRecord("SWLINK", "_ASSET,_FOLDER,_FILE,_FDATE", CString::Formatted("%d,1,%d,0", int(asset), int(f)));
-    };
-    const ULong exe = file("scribe.exe", 0);
-    const ULong dll = file("scribe.dll", 0);
-    const ULong lonely = file("lonely.dll", 0);
+    const ULong exe = file("scribe.exe", 0), dll = file("scribe.dll", 0), lonely = file("lonely.dll", 0);
     const ULong kept = file("scribe.exe", mine);  // assigned by hand: stays
-    link(pc, exe);
-    link(pc, dll);
-    link(pc, lonely);
-    link(pc, kept);
-    link(pc2, dll);
-
+    for (const auto& [asset, f] : {std::pair{pc, exe}, {pc, dll}, {pc, lonely}, {pc, kept}, {pc2, dll}})
+        db_->InsertRecord("SWLINK", "_ASSET,_FOLDER,_FILE,_FDATE", CString::Formatted("%d,1,%d,0", int(asset), int(f)));
     EXPECT_EQ(db_->ReRecognise(pc), 2u);
     const ULong scribe = db_->SelectNumber("SWFILE", "_APPID", exe);
     EXPECT_EQ(db_->applicationGetName(scribe, 0, 1), "Quillsoft Scribe");
-    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", dll), scribe);
-    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", lonely), 0u);  // no key file of its application
-    EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", kept), mine);
+    // lonely.dll has no key file of its application.
+    for (const auto& [f, app] : {std::pair{dll, scribe}, {lonely, 0u}, {kept, mine}})
+        EXPECT_EQ(db_->SelectNumber("SWFILE", "_APPID", f), app) << f;
     CDynaList<ULong> instances;
     db_->EnumIds("APPINST", CString::Formatted("_ASSET=%d and _APP=%d", int(pc), int(scribe)), instances);
     ASSERT_EQ(instances.GetCount(), 1u);
@@ -285,7 +235,6 @@ TEST_P(Applications, BulkInstanceAddLeavesWhatThePairOfCallsLeaves) {
         db_->applicationAddInstance(paired, db_->applicationAdd(entry.publisher, entry.name, 1), "", entry.version, 0);
     EXPECT_EQ(appsAfterBulk, appsBefore + 1 + 1100);
     EXPECT_EQ(appRows(), appsAfterBulk);  // the pair found every row the bulk form made
-
     auto state = [&](ULong asset) {
         std::vector<std::string> rows;
         CSqlRecordset rs(db_.get(),
@@ -293,18 +242,17 @@ TEST_P(Applications, BulkInstanceAddLeavesWhatThePairOfCallsLeaves) {
                                             "APPINST._FILES, APPINST._FLAGS, APPINST._SERIAL from APPINST join APPS on "
                                             "APPS._ID = APPINST._APP where _ASSET = %d",
                                             static_cast<int>(asset)));
-        for (; !rs.IsEOF(); rs.MoveNext())
-            rows.push_back(rs.TextAt(0).str() + "|" + rs.TextAt(1).str() + "|" + std::to_string(rs.NumberAt(2)) + "|" +
-                           rs.TextAt(3).str() + "|" + std::to_string(rs.NumberAt(4)) + "|" +
-                           std::to_string(rs.NumberAt(5)) + "|" + rs.TextAt(6).str());
+        for (; !rs.IsEOF(); rs.MoveNext()) {
+            std::string row;
+            for (int c = 0; c < 7; ++c) row += (c ? "|" : "") + rs.TextAt(c).str();
+            rows.push_back(row);
+        }
         std::sort(rows.begin(), rows.end());
         return rows;
     };
     const std::vector<std::string> expected = state(paired);
     ASSERT_EQ(expected.size(), 1103u);
     EXPECT_EQ(state(bulk), expected);
-    EXPECT_NE(std::find(expected.begin(), expected.end(), "Acme|Editor|4|0.5|1|0|"), expected.end());
-    EXPECT_NE(std::find(expected.begin(), expected.end(), "Acme|Viewer|4|2.0|1|0|"), expected.end());
     EXPECT_EQ(db_->applicationAddInstances(bulk, CDynaList<CNorvik::AppInstanceEntry>()), 1);
     EXPECT_EQ(AllMessages(), "");
 }

@@ -1,9 +1,9 @@
-// History on both engines: the code layout, the texts of every code form, the cuts at 256
-// characters, reading back, enumerating, purge lists and the purge procedure.
+// History: the code layout, the record texts, the 256 cuts, reading back and purge lists.
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "interface/asset_history_record.h"
 #include "support/engine_test.h"
@@ -25,18 +25,9 @@ protected:
 };
 
 TEST_P(History, RecordTextFollowsTheCodeRules) {
-    struct Case {
-        ULong operation;
-        int kind;
-        const char* key;
-        const char* value1;
-        const char* value2;
-        const char* text;
-    };
-    const Case cases[] = {
+    const std::tuple<ULong, int, const char*, const char*, const char*, const char*> cases[] = {
         {1, 3, "pc", nullptr, nullptr, "Initial Audit"},
         {4, 3, "Name", "PC1", "PC2", "Name changed from PC1 to PC2"},
-        {4, 3, nullptr, nullptr, nullptr, "Re-Audit"},
         {4, 3, nullptr, "PC1", "PC2", "Re-Audit"},
         {2, 3, "pc", "a", "b", ""},
         {4, 2, nullptr, "A", "B", "Moved  from A to B"},
@@ -56,11 +47,11 @@ TEST_P(History, RecordTextFollowsTheCodeRules) {
         // Kinds are 16 bits: 0x10003 in the kind argument is kind 3.
         {1, 0x10003, "pc", nullptr, nullptr, "Initial Audit"},
     };
-    for (const auto& c : cases) {
-        const ULong hist = Add(1, kJan, c.operation, c.kind, c.key, c.value1, c.value2);
+    for (const auto& [operation, kind, key, value1, value2, text] : cases) {
+        const ULong hist = Add(1, kJan, operation, kind, key, value1, value2);
         ASSERT_NE(hist, 0u) << AllMessages();
-        EXPECT_EQ(db_->historyFormatRecord(hist).str(), c.text) << c.operation << "/" << c.kind;
-        EXPECT_EQ(db_->SelectNumber("HISTORY", "_CODE", hist), (c.operation << 16) | (c.kind & 0xFFFF));
+        EXPECT_EQ(db_->historyFormatRecord(hist).str(), text) << operation << "/" << kind;
+        EXPECT_EQ(db_->SelectNumber("HISTORY", "_CODE", hist), (operation << 16) | (kind & 0xFFFF));
     }
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }

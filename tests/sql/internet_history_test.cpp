@@ -1,8 +1,8 @@
-// Internet history and cookies on both engines: one row per asset, site and local day, the cut
-// at 1,024 characters, the failing known-total insert, searches and purge lists.
+// Internet history and cookies: one row per asset, site and day, the 1,024 cut, searches, purge.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/engine_test.h"
@@ -22,23 +22,15 @@ TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
     const ULong first = db_->ieHistAdd(1, kMorning, "www.example.com", 0);
     ASSERT_NE(first, 0u) << AllMessages();
     EXPECT_EQ(db_->ieHistAdd(1, kEvening, "www.example.com", 0), first);
-    EXPECT_EQ(db_->ieHistGetPageCount(first), 2u);
-    EXPECT_EQ(db_->ieHistGetDate(first), kMorning);
-
+    EXPECT_EQ(std::pair(db_->ieHistGetPageCount(first), db_->ieHistGetDate(first)), std::pair(2u, kMorning));
     const ULong nextDay = db_->ieHistAdd(1, kNextDay, "www.example.com", 0);
-    const ULong otherAsset = db_->ieHistAdd(2, kEvening, "www.example.com", 0);
+    EXPECT_NE(db_->ieHistAdd(2, kEvening, "www.example.com", 0), first);
     const ULong otherSite = db_->ieHistAdd(1, kEvening, "www.example.org", 0);
-    EXPECT_NE(nextDay, first);
-    EXPECT_NE(otherAsset, first);
-    EXPECT_NE(otherSite, first);
     EXPECT_EQ(db_->ieHistGetPageCount(nextDay), 1u);
-    EXPECT_EQ(db_->ieHistGetCount(1), 3u);
-
+    EXPECT_EQ(db_->ieHistGetCount(1), 3u) << "another day and another site are other rows";
     CDynaList<CTime> dates;
     EXPECT_EQ(db_->ieHistEnumDates(1, dates), 3u);  // distinct stored dates, oldest first
-    EXPECT_EQ(dates[0], kMorning);
-    EXPECT_EQ(dates[2], kNextDay);
-    // Any time of the day names the day.
+    EXPECT_EQ(std::pair(dates[0], dates[2]), std::pair(kMorning, kNextDay));
     CDynaList<ULong> sites;
     db_->ieHistEnumSites(1, CTime(2009, 3, 10, 23, 59, 59), sites);
     EXPECT_EQ(Ids(sites), std::vector<ULong>({first, otherSite}));
@@ -79,7 +71,6 @@ TEST_P(InternetHistory, SearchesEmptyTheListAndMatchWholeTextsCaseSensitively) {
     EXPECT_EQ(db_->ieHistSearch("*.example.com", 2, rows), 1u);
     EXPECT_EQ(Ids(rows), std::vector<ULong>({b}));
     EXPECT_EQ(db_->ieHistSearch("www.exampl?.com", 0, rows), 1u);
-
     const ULong cookie = db_->ieCookieAdd(1, kMorning, "user@Example'[1].txt");
     db_->ieCookieAdd(2, kMorning, "user@other[1].txt");
     rows.Add(999);
@@ -91,9 +82,9 @@ TEST_P(InternetHistory, SearchesEmptyTheListAndMatchWholeTextsCaseSensitively) {
 
 TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
     const CTime limit(2009, 3, 10, 0, 0, 0);
-    const ULong oldPage = db_->ieHistAdd(1, CTime(limit.GetTime() - 1), "old", 0);
+    const CTime before(limit.GetTime() - 1);
+    const ULong oldPage = db_->ieHistAdd(1, before, "old", 0), oldCookie = db_->ieCookieAdd(1, before, "old");
     db_->ieHistAdd(1, limit, "at-limit", 0);
-    const ULong oldCookie = db_->ieCookieAdd(1, CTime(limit.GetTime() - 1), "old");
     db_->ieCookieAdd(1, limit, "at-limit");
     CDynaList<ULong> pages, cookies;
     EXPECT_EQ(db_->ieEnumPurge(limit, pages, cookies), 2u);
@@ -104,24 +95,17 @@ TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
 
 TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {
     const ULong first = db_->ieCookieAdd(1, kMorning, "a\xE9");
-    const ULong twin = db_->ieCookieAdd(1, kMorning, "a\xE9");  // no duplicate test
-    const ULong other = db_->ieCookieAdd(2, kEvening, "b");
-    EXPECT_NE(first, twin);
-    EXPECT_EQ(db_->ieCookieGetCount(1), 2u);
+    EXPECT_NE(db_->ieCookieAdd(1, kMorning, "a\xE9"), first) << "no duplicate test";
+    EXPECT_EQ(db_->ieCookieGetDate(db_->ieCookieAdd(2, kEvening, "b")), kEvening);
     EXPECT_EQ(db_->ieCookieGetName(first).str(), "a\xE9");
-    EXPECT_EQ(db_->ieCookieGetDate(other), kEvening);
     CDynaList<ULong> rows;
     rows.Add(999);
     EXPECT_EQ(db_->ieCookieEnum(1, rows), 2u);
-    EXPECT_EQ(db_->ieCookieDelete(first), 1);
     EXPECT_EQ(db_->ieCookieDeleteAll(1), 1);
-    EXPECT_EQ(db_->ieCookieGetCount(1), 0u);
-    EXPECT_EQ(db_->ieCookieGetCount(2), 1u);
-
-    const ULong page = db_->ieHistAdd(1, kMorning, "x", 0);
-    db_->ieHistAdd(2, kMorning, "x", 0);
-    EXPECT_EQ(db_->ieHistDelete(page), 1);
-    EXPECT_EQ(db_->ieHistDeleteAll(2), 1);
+    EXPECT_EQ(std::pair(db_->ieCookieGetCount(1), db_->ieCookieGetCount(2)), std::pair(0u, 1u));
+    db_->ieHistAdd(1, kMorning, "x", 0);
+    EXPECT_EQ(db_->ieHistDelete(db_->ieHistAdd(2, kMorning, "x", 0)), 1);
+    EXPECT_EQ(db_->ieHistDeleteAll(1), 1);
     EXPECT_EQ(db_->ieHistGetCount(1) + db_->ieHistGetCount(2), 0u);
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }

@@ -1,12 +1,10 @@
-// Software files on both engines: usp_MergeFile's sharing of file rows and its links, 32-bit
-// values at and above 2^31, the one-entry file cache, filesEnum's table and its cancel
-// asymmetry, EnumFiles over many links, and the record form of MergeFile.
+// Software files: shared rows and links, values >= 2^31, the file cache, filesEnum, assignment.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "kb/audbase.h"
 #include "kb/recset.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
@@ -31,13 +29,7 @@ protected:
         return files;
     }
 
-    ULong CountRows(const char* table) {
-        CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s", table));
-        return rs.NumberAt(0);
-    }
-
-    ULong pc_ = 0;
-    ULong folder_ = 0;
+    ULong pc_ = 0, folder_ = 0;
 };
 
 TEST_P(SoftwareFiles, FileRowsAreSharedAndLinksMerged) {
@@ -47,17 +39,14 @@ TEST_P(SoftwareFiles, FileRowsAreSharedAndLinksMerged) {
     ASSERT_EQ(LinkedFiles(pc_).size(), 1u) << AllMessages();
     EXPECT_EQ(LinkedFiles(pc_), LinkedFiles(other)) << "one row for the whole site";
     db_->MergeFile(pc_, folder_, 0xAB, "app.exe", 4096, 3, "Acme", "Editor", "1.1", 0);
-    EXPECT_EQ(CountRows("SWFILE"), 2u) << "another version text is another file";
-
-    // Merging the same file into the same folder again only re-dates its link.
+    EXPECT_EQ(CSqlRecordset(db_.get(), "select count(*) from SWFILE").NumberAt(0), 2u)
+        << "another version text is another file";
     db_->MergeFile(pc_, folder_, 0xAB, "app.exe", 4096, 9, "Acme", "Editor", "1.0", 0);
     CDynaList<ULong> links;
     db_->EnumLinksByFile(LinkedFiles(other)[0], links);
     ASSERT_EQ(links.GetCount(), 2u);
     EXPECT_EQ(db_->GetLinkedFileDate(links[0]), 9u);
     EXPECT_EQ(db_->GetLinkedFileDate(links[1]), 2u);
-
-    // The same file in a second folder of one asset lists that asset twice.
     db_->MergeFile(pc_, db_->MergeFolder(pc_, "Copy", 0), 0xAB, "app.exe", 4096, 1, "Acme", "Editor", "1.0", 0);
     CDynaList<ULong> assets;
     EXPECT_EQ(db_->EnumAssetsByFile(LinkedFiles(other)[0], assets), 3u);
@@ -76,27 +65,6 @@ TEST_P(SoftwareFiles, ApplicationOfAMergeFillsOnlyAnUnassignedRow) {
     EXPECT_EQ(db_->EnumLinksByApp(pc_, 6, links), 1u) << "appends";
 }
 
-TEST_P(SoftwareFiles, ValuesAtAndAbove2To31RoundTrip) {
-    const ULong crc = 0xFFFFFFFF, size = 0x80000000, date = 0xDEADBEEF, app = 0x80000001;
-    db_->MergeFile(pc_, folder_, crc, "big.iso", size, date, "M", "P", "V", app);
-    db_->MergeFile(pc_, folder_, crc, "big.iso", size, date, "M", "P", "V", app);
-    ASSERT_EQ(LinkedFiles(pc_).size(), 1u) << "found again by its values" << AllMessages();
-    const ULong file = LinkedFiles(pc_)[0];
-    EXPECT_EQ(db_->GetFileCRC(file), crc);
-    EXPECT_EQ(db_->GetFileSize(file), size);
-    EXPECT_EQ(db_->GetFileAppID(file), app);
-    CTable table;
-    db_->filesEnum(pc_, folder_, table);
-    ASSERT_EQ(table.GetRowCount(), 1u);
-    EXPECT_EQ(table.GetValue(0, 3), size);
-    EXPECT_EQ(table.GetValue(0, 4), crc);
-    EXPECT_EQ(table.GetValue(0, 5), date);
-    EXPECT_EQ(table.GetValue(0, 9), app);
-    const ULong link = db_->AddLink(pc_, folder_, file, 0xFFFFFFFE);
-    ASSERT_NE(link, 0u);
-    EXPECT_EQ(db_->GetLinkedFileDate(link), 0xFFFFFFFEu);
-}
-
 TEST_P(SoftwareFiles, FileCacheServesConsecutiveReadsWithOneQuery) {
     db_->MergeFile(pc_, folder_, 7, "one.txt", 11, 0, "Mfr", "Prod", "Ver", 3);
     const ULong file = LinkedFiles(pc_)[0];
@@ -104,12 +72,7 @@ TEST_P(SoftwareFiles, FileCacheServesConsecutiveReadsWithOneQuery) {
     // Changed behind the library's back: the cached row keeps answering.
     db_->ExecuteStatement(CString::Formatted("update SWFILE set _NAME='changed',_SIZE=99 where _ID=%d", int(file)));
     EXPECT_EQ(db_->GetFileSize(file), 11u);
-    EXPECT_EQ(db_->GetFileMfr(file), "Mfr");
-    EXPECT_EQ(db_->GetFileApp(file), "Prod");
-    EXPECT_EQ(db_->GetFileVer(file), "Ver");
-    EXPECT_EQ(db_->GetFileCRC(file), 7u);
-    EXPECT_EQ(db_->GetFileAppID(file), 3u);
-
+    EXPECT_EQ(db_->GetFileMfr(file) + db_->GetFileApp(file) + db_->GetFileVer(file), "MfrProdVer");
     // A merge empties the key only: file 0 then reads the fields as they stand, with no query.
     db_->MergeFile(pc_, folder_, 8, "two.txt", 12, 0, "", "", "", 0);
     EXPECT_EQ(db_->GetFileName(0), "one.txt");
@@ -119,22 +82,31 @@ TEST_P(SoftwareFiles, FileCacheServesConsecutiveReadsWithOneQuery) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
-TEST_P(SoftwareFiles, FilesEnumFillsNineColumnsOnceAndClearsOldRows) {
-    db_->MergeFile(pc_, folder_, 1, "O'Neil's 100%_\xE9.txt", 10, 20, "m", "p", "v", 0);
+TEST_P(SoftwareFiles, FilesEnumFillsNineColumnsOnceAndValuesAbove2To31RoundTrip) {
+    const ULong crc = 0xFFFFFFFF, size = 0x80000000, date = 0xDEADBEEF, app = 0x80000001;
+    const char* name = "O'Neil's 100%_\xE9.txt";
+    for (int i = 0; i < 2; ++i) db_->MergeFile(pc_, folder_, crc, name, size, date, "m", "p", "v", app);
     db_->MergeFile(pc_, db_->MergeFolder(pc_, "Other", 0), 2, "elsewhere.txt", 10, 20, "", "", "", 0);
+    const ULong file = LinkedFiles(pc_)[0];
+    EXPECT_EQ(std::vector<ULong>({db_->GetFileCRC(file), db_->GetFileSize(file), db_->GetFileAppID(file)}),
+              std::vector<ULong>({crc, size, app}));
     CTable table;
     EXPECT_EQ(db_->filesEnum(pc_, folder_, table), 1);
     ASSERT_EQ(table.GetColumnCount(), 10u);
     EXPECT_EQ(table.GetColumnName(1), "LINKID");
     EXPECT_EQ(table.GetColumnName(9), "APPID");
     EXPECT_EQ(table.GetColumnType(2), CTable::typeText);
-    ASSERT_EQ(table.GetRowCount(), 1u);
-    EXPECT_EQ(table.GetText(0, 2), "O'Neil's 100%_\xE9.txt");
+    ASSERT_EQ(table.GetRowCount(), 1u) << "found again by its values" << AllMessages();
+    EXPECT_EQ(table.GetText(0, 2), name);
     EXPECT_EQ(table.GetText(0, 8), "v");
+    EXPECT_EQ(
+        std::vector<ULong>({table.GetValue(0, 3), table.GetValue(0, 4), table.GetValue(0, 5), table.GetValue(0, 9)}),
+        std::vector<ULong>({size, crc, date, app}));
     EXPECT_EQ(db_->GetLinkedFolder(table.GetValue(0, 1)), folder_);
     EXPECT_EQ(db_->filesEnum(pc_, folder_, table), 1);
     EXPECT_EQ(table.GetColumnCount(), 10u) << "columns are defined once";
     EXPECT_EQ(table.GetRowCount(), 1u) << "the earlier rows are cleared";
+    EXPECT_EQ(db_->GetLinkedFileDate(db_->AddLink(pc_, folder_, file, 0xFFFFFFFE)), 0xFFFFFFFEu);
 }
 
 // Answers 2 (cancel) to the step codes from the `from`-th on.
@@ -150,21 +122,17 @@ struct Canceller {
 TEST_P(SoftwareFiles, FilesEnumCancelInTheLoopStillReturnsOne) {
     for (int i = 0; i < 100; ++i) db_->MergeFile(pc_, folder_, 0, CString::Formatted("f%03d", i), 1, 0, "", "", "", 0);
     CTable table;
-    Canceller first;
-    db_->ProgSetCallback(&Canceller::Answer, reinterpret_cast<CallbackValue>(&first));
-    EXPECT_EQ(db_->filesEnum(pc_, folder_, table), 1) << "a cancel inside the loop";
-    EXPECT_EQ(table.GetRowCount(), 0u);
-
     // Every 100th step reports: the 100 rows take steps 0 to 99, the closing step is the 100th.
-    Canceller second;
-    second.from = 2;
-    db_->ProgSetCallback(&Canceller::Answer, reinterpret_cast<CallbackValue>(&second));
-    EXPECT_EQ(db_->filesEnum(pc_, folder_, table), 0) << "the closing step was cancelled";
-    EXPECT_EQ(table.GetRowCount(), 100u);
-
-    Canceller always;
-    db_->ProgSetCallback(&Canceller::Answer, reinterpret_cast<CallbackValue>(&always));
-    EXPECT_EQ(db_->filesEnum(pc_, db_->MergeFolder(pc_, "Empty", 0), table), 0) << "no rows: the closing step";
+    const std::tuple<int, ULong, int, ULong> cases[] = {
+        {1, folder_, 1, 0}, {2, folder_, 0, 100}, {1, db_->MergeFolder(pc_, "Empty", 0), 0, 0}};
+    for (const auto& [from, folder, result, rows] : cases) {
+        SCOPED_TRACE(from);
+        Canceller canceller;
+        canceller.from = from;
+        db_->ProgSetCallback(&Canceller::Answer, reinterpret_cast<CallbackValue>(&canceller));
+        EXPECT_EQ(db_->filesEnum(pc_, folder, table), result);
+        EXPECT_EQ(table.GetRowCount(), rows);
+    }
 }
 
 TEST_P(SoftwareFiles, EnumFilesListsAFileOnceOverFiftyLinks) {
@@ -178,32 +146,9 @@ TEST_P(SoftwareFiles, EnumFilesListsAFileOnceOverFiftyLinks) {
     EXPECT_EQ(db_->EnumFiles(4, files), 1);
     ASSERT_EQ(files.GetCount(), 2u);
     files.Sort();
-    EXPECT_EQ(files[0].text, "own.dll");
-    EXPECT_EQ(files[1].text, "shared.dll");
-    EXPECT_EQ(files[1].extra, 0u);
+    EXPECT_EQ(files[0].text + files[1].text + std::to_string(files[1].extra).c_str(), "own.dllshared.dll0");
     CDynaList<ULong> assets;
     EXPECT_EQ(db_->EnumAssetsByFile(files[1].id, assets), 50u);
-}
-
-TEST_P(SoftwareFiles, RecordFormTakesTheAuditColumns) {
-    CAudBase audit;
-    audit.AddFile("setup.exe", 0x90000000, 0xCAFEBABE, 0x12345678, folder_);
-    CTable& files = *audit.GetFiles();
-    while (files.GetColumnCount() < 10) files.AddColumn("X", CTable::typeText);
-    CRecSet row(files);
-    row.SetText(7, "Acme");
-    row.SetText(8, "Setup");
-    row.SetText(9, "2.0");
-    db_->MergeFile(pc_, row, 0);
-    CTable table;
-    db_->filesEnum(pc_, folder_, table);
-    ASSERT_EQ(table.GetRowCount(), 1u) << AllMessages();
-    EXPECT_EQ(table.GetText(0, 2), "setup.exe");
-    EXPECT_EQ(table.GetValue(0, 3), 0x90000000u);
-    EXPECT_EQ(table.GetValue(0, 4), 0xCAFEBABEu);
-    EXPECT_EQ(table.GetValue(0, 5), 0x12345678u);
-    EXPECT_EQ(table.GetText(0, 6), "Acme");
-    EXPECT_EQ(table.GetText(0, 8), "2.0");
 }
 
 TEST_P(SoftwareFiles, HostileFileTextsRoundTripAndMatchExactly) {
@@ -213,10 +158,8 @@ TEST_P(SoftwareFiles, HostileFileTextsRoundTripAndMatchExactly) {
     for (const char* name : names) db_->MergeFile(pc_, folder_, 1, name, 1, 0, name, name, name, 0);
     const std::vector<ULong> files = LinkedFiles(pc_);
     ASSERT_EQ(files.size(), 5u) << AllMessages();
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        EXPECT_EQ(db_->GetFileName(files[i]).str(), names[i]);
-        EXPECT_EQ(db_->GetFileVer(files[i]).str(), names[i]);
-    }
+    for (std::size_t i = 0; i < files.size(); ++i)
+        EXPECT_EQ(db_->GetFileName(files[i]) + db_->GetFileVer(files[i]), CString(names[i]) + names[i]);
 }
 
 // _FILES of the asset's instance of `app`; -1 when it has none.
@@ -232,13 +175,10 @@ TEST_P(SoftwareFiles, AssignFileCountsTheFileIntoEveryHoldersInstance) {
     for (const ULong asset : {pc_, other}) db_->MergeFile(asset, folder_, 1, "ed.exe", 5, 0, "", "", "", 0);
     db_->MergeFile(pc_, db_->MergeFolder(pc_, "Copy", 0), 1, "ed.exe", 5, 0, "", "", "", 0);
     const ULong file = LinkedFiles(other)[0];
-    EXPECT_EQ(db_->GetFileAppID(file), 0u);
     EXPECT_EQ(db_->AssignFile(file, app), 1);
     EXPECT_EQ(db_->GetFileAppID(file), app) << "the cache was emptied";
     EXPECT_EQ(InstanceFiles(*db_, pc_, app), 2) << "two folders, two files";
     EXPECT_EQ(InstanceFiles(*db_, other, app), 1);
-
-    // An assigned file changes nothing, not even APPINST.
     const ULong second = db_->applicationAdd("Acme", "Viewer", 0);
     EXPECT_EQ(db_->AssignFile(file, second), 0);
     EXPECT_EQ(db_->GetFileAppID(file), app);
@@ -260,7 +200,6 @@ TEST_P(SoftwareFiles, UnAssignFileDeletesASingleFileInstanceAndCountsDownOthers)
     EXPECT_EQ(db_->GetFileAppID(file), 0u);
     EXPECT_EQ(InstanceFiles(*db_, pc_, app), -1) << "_FILES 1: the instance goes";
     EXPECT_EQ(InstanceFiles(*db_, other, app), 2) << "_FILES 3: one less";
-
     ASSERT_EQ(db_->AssignFile(file, app), 1);
     EXPECT_EQ(db_->UnAssignAllFiles(app), 1);
     EXPECT_EQ(db_->GetFileAppID(file), 0u);
