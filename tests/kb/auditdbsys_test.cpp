@@ -1,5 +1,4 @@
-// CAuditDBSys: opening current, newer and older files (the upgrade question, the backup and the
-// content upgrades), and saving only when changed.
+// CAuditDBSys: opening current, newer and older files, and saving only when changed.
 #include "kb/auditdbsys.h"
 
 #include <gtest/gtest.h>
