@@ -15,7 +15,6 @@ namespace {
 // The SQL back end, never opened: the frame's own operations need no database.
 class FrameOnly : public CNorvikSql {
 public:
-    using CNorvik::CallUser;
     using CNorvik::HandleException;
     using CNorvik::MsgBox;
     using CNorvik::ProgCheck;

@@ -21,8 +21,7 @@ namespace kbtest {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// `prefix` followed by the decimal `n`, built by appending: GCC 12 at -O3 warns falsely
-// (-Wrestrict) about the insert that `"t" + std::to_string(n)` inlines.
+// `prefix` and the decimal `n`, appended: GCC 12 warns falsely (-Wrestrict) about `"t" + to_string(n)`.
 inline std::string Numbered(const char* prefix, std::uint32_t n) {
     std::string text = prefix;
     text += std::to_string(n);
