@@ -1,5 +1,4 @@
-// CStringTable: interning with reference counts, release, the byte-ordered index and compaction.
-// The file form is exercised through the table file tests.
+// CStringTable (its file form is exercised through the table file tests).
 #include "common/stringtable.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// The value rules of the mapping, from tables: placeholders, addresses, dates, numbers in
-// units and cutting to a column.
+// The value rules of the inventory mapping.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,6 +1,4 @@
-// Every sample inventory of the shared corpus (real agent output, kept outside the project)
-// reads into the model with all of its named software entries. The entries are counted here
-// independently of the readers: by XPath over the XML and straight from the JSON tree.
+// The shared sample inventories, with software entries counted independently of the readers.
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>

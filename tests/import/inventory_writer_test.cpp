@@ -1,15 +1,18 @@
-// The writer on both engines, with models built here (no files): a new asset, an unchanged
-// re-audit, hardware changes and removals, a machine renamed, identifiers that must not match,
-// location rules, over-long values and a transaction that fails.
+// The writer on both engines, with inventories built here (no files); also the mapping of
+// software file names and sizes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "import/import_transactions.h"
+#include "import/inventory_reader.h"
 #include "import/inventory_writer.h"
+#include "kb/table.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
 
@@ -33,12 +36,42 @@ Inventory Machine(const std::string& host, const std::string& serial) {
     return inventory;
 }
 
-// Commits like the real binding, or refuses to commit when told to.
 class FailingCommit : public SqlImportTransactions {
 public:
     using SqlImportTransactions::SqlImportTransactions;
     bool Commit() override { return false; }
 };
+
+// A machine known by its name alone, with `software`.
+Inventory Software(const std::string& host, std::vector<InventorySoftware> software) {
+    Inventory inventory;
+    inventory.hostName = host;
+    inventory.date = "2024-05-06 07:08:09";
+    inventory.software = std::move(software);
+    return inventory;
+}
+
+// An editor with a file and a plug-in below its folder, a product with a folder and no files,
+// a tool given by its own absolute path, and a file that has no folder at all.
+std::vector<InventorySoftware> Catalogue() {
+    return {
+        {"Acme",
+         "Editor",
+         "2.0",
+         "C:\\Program Files\\Acme\\Editor\\",
+         {{"editor.exe", 40960}, {"plugins\\spell.dll", 100}}},
+        {"Birch", "Viewer", "1.1", "C:\\Program Files\\Birch", {}},
+        {"", "tool", "5", "", {{"/usr/bin/tool", 0}, {"lonely.exe", 7}}},
+    };
+}
+
+struct StoredFile {
+    std::string name;
+    ULong size;
+    ULong app;
+    bool operator==(const StoredFile&) const = default;
+};
+void PrintTo(const StoredFile& f, std::ostream* out) { *out << f.name << " " << f.size << " app " << f.app; }
 
 class InventoryWriter : public EngineTest {
 protected:
@@ -68,9 +101,46 @@ protected:
         for (const CHwItem& item : list) items.insert(item.HistoryKey().str() + "=" + item.value.str());
         return items;
     }
-    ULong Count(const char* table) {
-        CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s", table));
-        return rs.NumberAt(0);
+    // The row counts of `tables`.
+    std::vector<ULong> Counts(std::initializer_list<const char*> tables = {"ASSET", "HW", "HISTORY", "MAKE", "MODEL",
+                                                                           "CAT"}) {
+        std::vector<ULong> counts;
+        for (const char* table : tables) {
+            CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s", table));
+            counts.push_back(rs.NumberAt(0));
+        }
+        return counts;
+    }
+    // The asset's folder at `pieces` from the top; 0 when a piece is missing.
+    ULong Folder(ULong asset, const std::vector<std::string>& pieces) {
+        ULong folder = 0;
+        for (const std::string& piece : pieces) {
+            CSortList children;
+            db_->folderEnum(asset, folder, children, 0, 0);
+            ULong found = 0;
+            for (const CSortItem& child : children)
+                if (child.text.str() == piece) found = child.id;
+            if (found == 0) return 0;
+            folder = found;
+        }
+        return folder;
+    }
+    std::vector<std::string> FolderNames(ULong asset, ULong parent) {
+        CSortList children;
+        db_->folderEnum(asset, parent, children, 0, 0);
+        children.Sort();
+        std::vector<std::string> names;
+        for (const CSortItem& child : children) names.push_back(child.text.str());
+        return names;
+    }
+    std::vector<StoredFile> Files(ULong asset, ULong folder) {
+        CTable table;
+        db_->filesEnum(asset, folder, table);
+        std::vector<StoredFile> files;
+        for (ULong row = 0; row < table.GetRowCount(); ++row)
+            files.push_back(
+                {table.GetText(row, 2).str(), table.GetValue(row, 3), table.GetValue(row, 9)});  // after the row ID
+        return files;
     }
 };
 
@@ -85,19 +155,16 @@ TEST_P(InventoryWriter, NewAssetGetsRecordCatalogueHardwareAndOnlyItsInitialAudi
     EXPECT_EQ(db_->GetAssetIPAddr(asset).str(), "10.1.2.33");
     EXPECT_EQ(db_->GetLastAuditDate(asset).GetTime(), CTime(2024, 5, 6, 7, 8, 9).GetTime());
     std::string serial;
-    ULong category = 0, make = 0, model = 0;
+    ULong ids[4] = {};
     {
         CSqlRecordset rs(db_.get(), CString::Formatted("select _SERIAL,_CAT,_MAKE,_MODEL from ASSET where _ID=%d",
                                                        static_cast<int>(asset)));
         serial = rs.TextAt(0).str();
-        category = rs.NumberAt(1);
-        make = rs.NumberAt(2);
-        model = rs.NumberAt(3);
+        for (int i = 1; i < 4; ++i) ids[i] = rs.NumberAt(i);
     }
-    EXPECT_EQ(serial, "SER-1");
-    EXPECT_EQ(db_->GetCategoryName(category).str(), "Desktop");
-    EXPECT_EQ(db_->GetMakeName(make).str(), "Contoso Computers");
-    EXPECT_EQ(db_->GetModelName(model).str(), "Desk 5000");
+    EXPECT_EQ(serial + "|" + db_->GetCategoryName(ids[1]).str() + "|" + db_->GetMakeName(ids[2]).str() + "|" +
+                  db_->GetModelName(ids[3]).str(),
+              "SER-1|Desktop|Contoso Computers|Desk 5000");
     EXPECT_EQ(db_->osFindValue(asset, "Version").str(), "6.1.7601");
     CSortList osItems;  // plain text values too must show in a listing
     db_->hwEnum(asset, db_->hwFind(CNorvik::m_szOS, '|'), osItems, 0xFFFFFFFF);
@@ -112,17 +179,15 @@ TEST_P(InventoryWriter, UnchangedReimportWritesOneReAuditRowAndNothingElse) {
     const ULong asset = Apply(Machine("WS-1", "SER-1")).asset;
     // A second machine of the same make and model reuses the catalogue entries.
     Apply(Machine("WS-2", "SER-2"));
-    const ULong hw = Count("HW"), makes = Count("MAKE"), models = Count("MODEL"), categories = Count("CAT");
+    std::vector<ULong> counts = Counts();
     const ImportOutcome again = Apply(Machine("WS-1", "SER-1"));
     EXPECT_EQ(again.asset, asset);
     EXPECT_FALSE(again.newAsset);
     EXPECT_EQ(again.hardwareChanges, 0u);
     EXPECT_FALSE(again.recordChanged);
     EXPECT_EQ(HistoryOf(asset), (std::vector<std::string>{"Initial Audit", "Re-Audit"}));
-    EXPECT_EQ(Count("HW"), hw);
-    EXPECT_EQ(Count("MAKE"), makes);
-    EXPECT_EQ(Count("MODEL"), models);
-    EXPECT_EQ(Count("CAT"), categories);
+    ++counts[2];  // the Re-Audit row
+    EXPECT_EQ(Counts(), counts);
 }
 
 TEST_P(InventoryWriter, ReimportRecordsHardwareAddedChangedAndRemoved) {
@@ -144,8 +209,8 @@ TEST_P(InventoryWriter, ReimportRecordsHardwareAddedChangedAndRemoved) {
     ASSERT_EQ(history.size(), 6u) << ::testing::PrintToString(history);
     EXPECT_EQ(history[1], "Re-Audit");
     const std::set<std::string> changes(history.begin() + 2, history.end());
-    for (const char* text : {"Primary IP Address changed from 10.1.2.33 to 10.1.2.34"})
-        EXPECT_TRUE(changes.count(text)) << ::testing::PrintToString(history);
+    EXPECT_TRUE(changes.count("Primary IP Address changed from 10.1.2.33 to 10.1.2.34"))
+        << ::testing::PrintToString(history);
 }
 
 TEST_P(InventoryWriter, RenamedMachineIsFoundBySerialThenByUuid) {
@@ -201,21 +266,9 @@ TEST_P(InventoryWriter, LocationComesFromTheAddressRangeElseTheGivenOneElseStays
     EXPECT_EQ(db_->GetAssetParent(other, isLocation), lab);
 }
 
-TEST_P(InventoryWriter, OverlongTextIsCutToTheColumnAndStaysUnchangedOnReimport) {
-    std::string longValue;
-    while (longValue.size() < 2000) longValue += "\xC3\xA9t\xC3\xA9 ";  // "été ": bytes >= 0x80
-    Inventory inventory = Machine("WS-1", "SER-1");
-    inventory.hardware[0].values.push_back({"Note", longValue, 0});
-    inventory.hardware.push_back({"Printers|" + std::string(300, 'P'), {{"Port", "LPT1", 0}}});
-    Apply(inventory);
-    // Cut where the column ends (CutToColumn's own cases are tested with the identifiers), the
-    // stored value must compare equal to the cut model on the next audit.
-    EXPECT_EQ(Apply(inventory).hardwareChanges, 0u);
-}
-
 TEST_P(InventoryWriter, FailedInventoryLeavesTheDatabaseAsItWas) {
     const ULong asset = Apply(Machine("WS-1", "SER-1")).asset;
-    const ULong hw = Count("HW"), history = Count("HISTORY"), assets = Count("ASSET");
+    const std::vector<ULong> counts = Counts();
     FailingCommit transactions(*db_);
     CInventoryWriter writer(*db_, transactions);
     ImportOutcome outcome;
@@ -229,13 +282,9 @@ TEST_P(InventoryWriter, FailedInventoryLeavesTheDatabaseAsItWas) {
     SqlImportTransactions committing(*db_);
     EXPECT_FALSE(CInventoryWriter(*db_, committing).Apply(Machine("", "SER-NEW"), outcome, error));
     EXPECT_EQ(error, "(no name): the inventory names no host");
-    EXPECT_EQ(Count("HW"), hw);
-    EXPECT_EQ(Count("HISTORY"), history);
-    EXPECT_EQ(Count("ASSET"), assets);
+    EXPECT_EQ(Counts(), counts);
     EXPECT_TRUE(HardwareOf(asset).count("Processors|Processor 1|Speed=2400"));
 }
-
-// ---- Software ----
 
 std::set<std::string> SoftwareOf(CNorvik& db, ULong asset) {
     CSortList list;
@@ -278,8 +327,14 @@ TEST_P(InventoryWriter, SoftwareAddedRemovedAndUpgradedBetweenAuditsIsWrittenWit
         EXPECT_TRUE(rows.count(row)) << row << " missing from the history";
 }
 
-TEST_P(InventoryWriter, OverlongAndNonAsciiSoftwareNamesAreStoredCutAndRoundTrip) {
+// Cut where the column ends (CutToColumn's own cases are tested with the identifiers): the stored
+// hardware and software must compare equal to the cut model on the next audit.
+TEST_P(InventoryWriter, OverlongAndNonAsciiValuesAreStoredCutAndUnchangedOnReimport) {
+    std::string longValue;
+    while (longValue.size() < 2000) longValue += "\xC3\xA9t\xC3\xA9 ";  // "été ": bytes >= 0x80
     Inventory inventory = Machine("WS-1", "SER-1");
+    inventory.hardware[0].values.push_back({"Note", longValue, 0});
+    inventory.hardware.push_back({"Printers|" + std::string(300, 'P'), {{"Port", "LPT1", 0}}});
     const std::string longName(2000, 'n');
     const std::string accented = "Caf\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x98\x80 \"quoted\" 50% _x_ *";
     inventory.software = {{"Acme", longName, std::string(600, '9'), "", {}}, {"M\xC3\xBCller", accented, "1", "", {}}};
@@ -288,11 +343,111 @@ TEST_P(InventoryWriter, OverlongAndNonAsciiSoftwareNamesAreStoredCutAndRoundTrip
     ASSERT_EQ(names.size(), 2u);
     EXPECT_TRUE(names.count(accented + " [1]"));
     EXPECT_TRUE(names.count(std::string(255, 'n') + " [" + std::string(255, '9') + "]"));
-    // The cut names compare equal on the next audit: nothing changes.
     const ImportOutcome again = Apply(inventory);
+    EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved + again.hardwareChanges, 0u);
+}
+
+TEST_P(InventoryWriter, EntriesFoldersAndFilesFormTheAssetsTreeWithFilesOfTheirApplication) {
+    const ULong asset = Apply(Software("WS-1", Catalogue())).asset;
+    ASSERT_NE(asset, 0u);
+    EXPECT_EQ(FolderNames(asset, 0), (std::vector<std::string>{"C:", "usr"}));
+    EXPECT_EQ(FolderNames(asset, Folder(asset, {"C:", "Program Files"})), (std::vector<std::string>{"Acme", "Birch"}));
+    EXPECT_EQ(FolderNames(asset, Folder(asset, {"usr"})), std::vector<std::string>{"bin"});
+
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1);
+    const ULong tool = db_->applicationAdd("", "tool", 1);
+    const ULong editorFolder = Folder(asset, {"C:", "Program Files", "Acme", "Editor"});
+    ASSERT_NE(editorFolder, 0u);
+    EXPECT_EQ(db_->GetFolderPath(editorFolder).str(), "C:\\Program Files\\Acme\\Editor\\");
+    EXPECT_EQ(Files(asset, editorFolder), (std::vector<StoredFile>{{"editor.exe", 40960, editor}}));
+    EXPECT_EQ(Files(asset, Folder(asset, {"C:", "Program Files", "Acme", "Editor", "plugins"})),
+              (std::vector<StoredFile>{{"spell.dll", 100, editor}}));
+    EXPECT_EQ(Files(asset, Folder(asset, {"usr", "bin"})), (std::vector<StoredFile>{{"tool", 0, tool}}));
+    // The version texts come from the entry: the file list shows which product a file is from.
+    const ULong editorFile = [&] {
+        CSortList list;
+        db_->EnumFiles(editor, list);
+        return list.GetCount() == 2 ? list[0].id : 0;
+    }();
+    ASSERT_NE(editorFile, 0u);
+    EXPECT_EQ(db_->GetFileMfr(editorFile).str(), "Acme");
+    EXPECT_EQ(db_->GetFileApp(editorFile).str(), "Editor");
+    EXPECT_EQ(db_->GetFileVer(editorFile).str(), "2.0");
+    EXPECT_EQ(Counts({"SWFILE", "SWFOLDER"}), (std::vector<ULong>{3, 8})) << "the file without a folder is left out";
+}
+
+TEST_P(InventoryWriter, UnchangedReimportAddsOnlyItsReAuditRowAndMachinesShareRows) {
+    const ULong asset = Apply(Software("WS-1", Catalogue())).asset;
+    std::vector<ULong> counts = Counts({"SWFOLDER", "SWFILE", "SWLINK", "APPS", "APPINST", "HISTORY"});
+    const ImportOutcome again = Apply(Software("WS-1", Catalogue()));
+    EXPECT_EQ(again.asset, asset);
     EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved, 0u);
+    ++counts[5];  // the Re-Audit row
+    EXPECT_EQ(Counts({"SWFOLDER", "SWFILE", "SWLINK", "APPS", "APPINST", "HISTORY"}), counts);
+    const ULong folders = counts[0], files = counts[1], links = counts[2];
+
+    // A second machine with the same software links to the same folder and file rows.
+    const ULong other = Apply(Software("WS-2", Catalogue())).asset;
+    EXPECT_EQ(Counts({"SWFOLDER", "SWFILE", "SWLINK"}), (std::vector<ULong>{folders, files, 2 * links}));
+    const ULong editorFolder = Folder(other, {"C:", "Program Files", "Acme", "Editor"});
+    EXPECT_EQ(editorFolder, Folder(asset, {"C:", "Program Files", "Acme", "Editor"}));
+    EXPECT_EQ(Files(other, editorFolder).size(), 1u);
+}
+
+TEST_P(InventoryWriter, EquallyNamedFilesOfTwoProductsStayApartInOneFolder) {
+    const ULong asset = Apply(Software("WS-1", {{"Acme", "Editor", "2.0", "C:\\Setup", {{"setup.exe", 10}}},
+                                                {"Birch", "Viewer", "1.1", "C:\\Setup", {{"setup.exe", 10}}}}))
+                            .asset;
+    std::vector<ULong> apps;
+    for (const StoredFile& file : Files(asset, Folder(asset, {"C:", "Setup"}))) apps.push_back(file.app);
+    std::sort(apps.begin(), apps.end());
+    std::vector<ULong> expected = {db_->applicationAdd("Acme", "Editor", 1), db_->applicationAdd("Birch", "Viewer", 1)};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(apps, expected);
+}
+
+TEST_P(InventoryWriter, QuotesWildcardsNonAsciiAndOverlongNamesRoundTrip) {
+    const std::string odd = "O'Neil's 100%_*\xC3\xA9\xE6\x97\xA5";
+    const std::string longPiece(300, 'f');
+    const ULong asset =
+        Apply(Software("WS-1", {{"Acme", "Editor", "2.0", "C:\\" + odd + "\\" + longPiece, {{odd + ".exe", 1}}}}))
+            .asset;
+    const ULong folder = Folder(asset, {"C:", odd, std::string(255, 'f')});
+    ASSERT_NE(folder, 0u) << "the piece is cut to its column";
+    EXPECT_EQ(Files(asset, folder),
+              (std::vector<StoredFile>{{odd + ".exe", 1, db_->applicationAdd("Acme", "Editor", 1)}}));
+    const ULong links = Counts({"SWLINK"})[0];
+    Apply(Software("WS-1", {{"Acme", "Editor", "2.0", "C:\\" + odd + "\\" + longPiece, {{odd + ".exe", 1}}}}));
+    EXPECT_EQ(Counts({"SWLINK"})[0], links) << "the cut names match on the next audit";
 }
 
 NORVIK_ON_BOTH_ENGINES(InventoryWriter);
+
+TEST(FileMapping, AFileNameTakesTheEntrysSizeAndASizeAloneMakesNoFile) {
+    const std::string xml =
+        "<REQUEST><CONTENT><HARDWARE><NAME>PC</NAME></HARDWARE>"
+        "<SOFTWARES><NAME>Editor</NAME><FOLDER>C:\\Acme</FOLDER><FILENAME>editor.exe</FILENAME>"
+        "<FILESIZE>40960</FILESIZE></SOFTWARES>"
+        "<SOFTWARES><NAME>Package</NAME><FILESIZE>2335956</FILESIZE></SOFTWARES>"
+        "<SOFTWARES><NAME>Odd</NAME><FILENAME>odd.exe</FILENAME><FILESIZE>3 GB</FILESIZE></SOFTWARES>"
+        "</CONTENT></REQUEST>";
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(ReadInventory("pc.xml", xml, inventory, error)) << error;
+    ASSERT_EQ(inventory.software.size(), 3u);
+    EXPECT_EQ(inventory.software[0].folder, "C:\\Acme");
+    EXPECT_EQ(inventory.software[0].files, (std::vector<InventoryFile>{{"editor.exe", 40960}}));
+    EXPECT_TRUE(inventory.software[1].files.empty());
+    EXPECT_EQ(inventory.software[2].files, (std::vector<InventoryFile>{{"odd.exe", 0}}));
+
+    const std::string json =
+        R"({"action":"inventory","content":{"hardware":{"name":"PC"},"softwares":[)"
+        R"({"name":"Editor","install_location":"/opt/editor","filename":"bin/editor","filesize":512}]}})";
+    Inventory fromJson;
+    ASSERT_TRUE(ReadInventory("pc.json", json, fromJson, error)) << error;
+    ASSERT_EQ(fromJson.software.size(), 1u);
+    EXPECT_EQ(fromJson.software[0].folder, "/opt/editor");
+    EXPECT_EQ(fromJson.software[0].files, (std::vector<InventoryFile>{{"bin/editor", 512}}));
+}
 
 }  // namespace

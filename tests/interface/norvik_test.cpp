@@ -1,5 +1,4 @@
-// The interface frame without a database: callbacks, progress arithmetic, error messages
-// and the icon-group names.
+// The interface frame without a database.
 #include "interface/norvik.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +8,6 @@
 #include <vector>
 
 #include "kb/auditdbsys.h"
-#include "platform/ui_hooks.h"
 #include "sql/norvik_sql.h"
 
 namespace {
@@ -17,7 +15,6 @@ namespace {
 // The SQL back end, never opened: the frame's own operations need no database.
 class FrameOnly : public CNorvikSql {
 public:
-    using CNorvik::CallUser;
     using CNorvik::HandleException;
     using CNorvik::MsgBox;
     using CNorvik::ProgCheck;
@@ -66,28 +63,7 @@ TEST_F(Frame, ProgressReportsTheRangeAndEveryStepthCallAndOnlyCancelStops) {
     }
 }
 
-TEST_F(Frame, UserCallbackAnswersOneWhenAbsent) {
-    EXPECT_EQ(norvik_.CallUser(1, 0), 1);
-    Recorder user;
-    user.answer = 42;
-    norvik_.SetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&user));
-    EXPECT_EQ(norvik_.CallUser(5, 9), 42);
-    EXPECT_EQ(user.calls.back(), (std::pair<int, CallbackValue>{5, 9}));
-}
-
-TEST_F(Frame, MessageBoxFallsBackToThePlatform) {
-    std::vector<std::pair<std::string, unsigned>> shown;
-    platform::SetMessageBoxHook([&](const char* text, unsigned style) {
-        shown.emplace_back(text, style);
-        return 6;
-    });
-    EXPECT_EQ(norvik_.MsgBox("hello", 36), 6);
-    platform::SetMessageBoxHook(nullptr);
-    ASSERT_EQ(shown.size(), 1u);
-    EXPECT_EQ(shown[0], (std::pair<std::string, unsigned>{"hello", 36}));
-    // Without any hook a question is answered No.
-    EXPECT_EQ(norvik_.MsgBox("Continue?", 36), 7);
-}
+TEST_F(Frame, MessageBoxWithoutAnyHookAnswersAQuestionNo) { EXPECT_EQ(norvik_.MsgBox("Continue?", 36), 7); }
 
 TEST_F(Frame, ExceptionsGiveTheirTwoMessageForms) {
     std::vector<std::string> shown;
@@ -112,7 +88,6 @@ TEST_F(Frame, ExceptionsGiveTheirTwoMessageForms) {
 }
 
 TEST_F(Frame, IconNamesFollowTheGroupTable) {
-    // Icon 0, the company name, reads the options: the database tests cover it.
     // clang-format off
     const std::map<int, const char*> expected = {
         {1, "Location"}, {2, "Location"}, {3, "Asset"}, {4, "Asset Data"}, {5, "Folders/Files"},

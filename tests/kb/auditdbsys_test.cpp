@@ -1,5 +1,4 @@
-// CAuditDBSys: opening current, newer and older files (the upgrade question, the backup and the
-// content upgrades), and saving only when changed.
+// CAuditDBSys: opening current, newer and older files, and saving only when changed.
 #include "kb/auditdbsys.h"
 
 #include <gtest/gtest.h>
@@ -36,11 +35,7 @@ TEST(CAuditDBSys, RefusedOpensLeaveTheFileAlone) {
     for (const bool newer : {true, false}) {  // a 4.01 file; a 3.13 file whose upgrade is declined
         ScratchFolder folder;
         const std::string path = folder.File("kb.ids");
-        if (newer) {
-            kbtest::WriteCurrentFile(path, kbtest::SysFileTable({}), 1);
-        } else {
-            WriteVersion313(path);
-        }
+        newer ? kbtest::WriteCurrentFile(path, kbtest::SysFileTable({}), 1) : WriteVersion313(path);
         const std::string before = FileBytes(path);
         Answering answers(newer ? platform::kIdYes : platform::kIdNo);
         CAuditDBSys kb;

@@ -1,5 +1,4 @@
-// CIndexRecSet: number and text orders, and seeks that hit and miss with and without the nearest
-// position at every index size.
+// CIndexRecSet: orders and seeks.
 #include "kb/index_recset.h"
 
 #include <gtest/gtest.h>

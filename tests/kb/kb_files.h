@@ -1,6 +1,4 @@
-// Helpers shared by the Knowledge Base tests: a byte builder for hand-made table files, archive
-// round trips over memory, captures of the trace and of the messages shown to the user, a scratch
-// folder per test, tables filled from literals and Knowledge Base files written at any version.
+// Helpers shared by the Knowledge Base tests.
 #pragma once
 
 #include <unistd.h>
@@ -23,8 +21,7 @@ namespace kbtest {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// `prefix` followed by the decimal `n`, built by appending: GCC 12 at -O3 warns falsely
-// (-Wrestrict) about the insert that `"t" + std::to_string(n)` inlines.
+// `prefix` and the decimal `n`, appended: GCC 12 warns falsely (-Wrestrict) about `"t" + to_string(n)`.
 inline std::string Numbered(const char* prefix, std::uint32_t n) {
     std::string text = prefix;
     text += std::to_string(n);
@@ -65,18 +62,6 @@ private:
     Bytes m_bytes;
 };
 
-// The bytes as hex pairs, 16 to a line, so that a failed comparison shows where files differ.
-inline std::string Hex(const Bytes& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
-        text += (i % 16 == 15) ? '\n' : ' ';
-    }
-    return text;
-}
-
 // What `object.Serialize` writes into an archive over memory.
 template <typename T>
 Bytes Written(T& object) {
@@ -113,8 +98,6 @@ public:
         TraceClose();
         std::remove(m_path.c_str());
     }
-    TraceCapture(const TraceCapture&) = delete;
-    TraceCapture& operator=(const TraceCapture&) = delete;
     std::string Text() const {
         TraceFlush();
         return FileBytes(m_path);
@@ -135,8 +118,6 @@ public:
         });
     }
     ~MessageCapture() { platform::SetMessageBoxHook(nullptr); }
-    MessageCapture(const MessageCapture&) = delete;
-    MessageCapture& operator=(const MessageCapture&) = delete;
 
     std::vector<std::string> texts;
     std::vector<unsigned> styles;
@@ -156,8 +137,6 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
     std::string File(const std::string& name) const { return (m_path / name).string(); }
 
 private:

@@ -1,5 +1,4 @@
-// The query language, case by case: which table a query names, the conditions it yields and the
-// exact message of every malformed query.
+// The Knowledge Base query language.
 #include "kb/query.h"
 
 #include <gtest/gtest.h>

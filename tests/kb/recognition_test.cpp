@@ -1,5 +1,4 @@
-// Recognition: the size and date rules of a known file, key files before other files, the order
-// in which competing key files win, whole audits, and the marking of common files.
+// Recognition of files against the known-file table.
 #include <gtest/gtest.h>
 
 #include "kb/auditdbsys.h"
@@ -92,16 +91,15 @@ TEST_F(Recognition, AuditCreditsOtherFilesThroughKeyFilesAnywhereInTheList) {
 }
 
 TEST(RecognitionRules, SizeAndDateOverlap) {
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(0, 0, 5, 9), 1);
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(10, 20, 21, 30), 0);
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(10, 20, 20, 30), 1);
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(15, 0, 10, 20), 1);
-    EXPECT_EQ(CAuditDBSys::IsSizeCommon(7, 9, 0, 0), 1);
-    EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00050003, 0x00060003), 0);
-    EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00000003, 0x00060003), 1);
-    EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00050003, 0x00050004), 0);
-    EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00050000, 0x00050004), 1);
-    EXPECT_EQ(CAuditDBSys::IsDateCommon(0x00060003, 0x00000003), 1);
+    const std::vector<int> sizes = {CAuditDBSys::IsSizeCommon(0, 0, 5, 9), CAuditDBSys::IsSizeCommon(10, 20, 21, 30),
+                                    CAuditDBSys::IsSizeCommon(10, 20, 20, 30), CAuditDBSys::IsSizeCommon(15, 0, 10, 20),
+                                    CAuditDBSys::IsSizeCommon(7, 9, 0, 0)};
+    EXPECT_EQ(sizes, (std::vector<int>{1, 0, 1, 1, 1}));
+    const std::vector<int> dates = {
+        CAuditDBSys::IsDateCommon(0x00050003, 0x00060003), CAuditDBSys::IsDateCommon(0x00000003, 0x00060003),
+        CAuditDBSys::IsDateCommon(0x00050003, 0x00050004), CAuditDBSys::IsDateCommon(0x00050000, 0x00050004),
+        CAuditDBSys::IsDateCommon(0x00060003, 0x00000003)};
+    EXPECT_EQ(dates, (std::vector<int>{0, 1, 0, 1, 1}));
 }
 
 TEST_F(Recognition, CheckCommonFileMarksShadowingRowsAndItself) {

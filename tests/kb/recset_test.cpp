@@ -1,5 +1,4 @@
-// CRecSet: what a query shows (filters on numbers and texts), the message of a bad query and the
-// moves with deleted rows about.
+// CRecSet: filters, bad queries and moves around deleted rows.
 #include "kb/recset.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,4 @@
-// The table file: the exact bytes written, byte-for-byte round trips, hand-made files of every
-// older layout, duplicate tables, the string check on load with its trace lines, and damaged
-// files (truncated, absurd counts) failing with CArchiveException.
+// The table file: exact bytes, round trips, older layouts, the string check and damaged files.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -151,7 +149,7 @@ TEST(TableFile, OlderLayoutsLoadWithTheirVersionsAndAreWrittenInTheCurrentOne) {
         EXPECT_EQ(major * 100 + minor, c.content) << label;
         db.SetVersion(4, 0);
         make.highestID = 7;
-        EXPECT_EQ(kbtest::Hex(Written(db)), kbtest::Hex(File({CatSection(), make}))) << label;
+        EXPECT_TRUE(Written(db) == File({CatSection(), make})) << label;
     }
 }
 

@@ -1,5 +1,4 @@
-// CTable in memory: IDs across deletion and purge, the search by ID, columns added to filled
-// tables, shared texts and their renumbering.
+// CTable in memory.
 #include "kb/table.h"
 
 #include <gtest/gtest.h>

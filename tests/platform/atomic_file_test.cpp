@@ -1,5 +1,4 @@
-// CAtomicFile: a file is replaced whole or not at all, keeps its permission bits, and leaves no
-// temporary file behind.
+// CAtomicFile: whole replacement, permission bits kept, no temporary file left.
 #include "platform/atomic_file.h"
 
 #include <gtest/gtest.h>
