@@ -4,6 +4,7 @@
 // EnumGlobalSwApplications over a site of 1,000 assets with 300 instances each. The "floor"
 // variants send the statement a call cannot do without through the statement helper alone.
 #include <benchmark/benchmark.h>
+#include <cstdio>
 
 #include "bench_support.h"
 
@@ -50,8 +51,9 @@ const std::string& AppRow(int i, std::string& out) {
 // The site's instances: asset (i / 300) + 1 holds applications 1 to 300. Ids start at 1 in a
 // fresh database on both engines.
 const std::string& InstanceRow(int i, std::string& out) {
-    return out = "(" + std::to_string(i / kAppsPerAsset + 1) + "," + std::to_string(i % kAppsPerAsset + 1) + ",'1." +
-                 std::to_string(i % 7) + "',1,0)";
+    char row[64];
+    std::snprintf(row, sizeof row, "(%d,%d,'1.%d',1,0)", i / kAppsPerAsset + 1, i % kAppsPerAsset + 1, i % 7);
+    return out = row;
 }
 
 Target& TargetFor(Engine engine) {

@@ -3,6 +3,7 @@
 // on SQLite: under 0.5 s for each. The floor is the one grouped count the check needs, read
 // straight through the cursor.
 #include <benchmark/benchmark.h>
+#include <cstdio>
 
 #include "bench_support.h"
 
@@ -44,14 +45,15 @@ void Fill(Target& t) {
     for (int a = 1; a <= kApps; ++a) {
         const bool licensed = a <= kLicensed;
         const ULong type = !licensed ? 1 : (a % 2 == 0 ? perPc : site);
-        rows += (rows.empty() ? "" : ",") + std::string("('Publisher ") + std::to_string(a % 37) + "','App " +
-                std::to_string(a) + "'," + std::to_string(type) + "," + std::to_string(licensed ? 900 : 0) + ")";
+        if (!rows.empty()) rows += ',';
+        rows += std::string("('Publisher ") + std::to_string(a % 37) + "','App " + std::to_string(a) + "'," +
+                std::to_string(type) + "," + std::to_string(licensed ? 900 : 0) + ")";
     }
     InsertRows(db, "insert into APPS (_MFR,_APP,_LICTYPE,_LICCOUNT) values ", rows);
     rows.clear();
     for (int i = 0; i < kAssets; ++i) {
-        rows += (rows.empty() ? "" : ",") + std::string("('PC-") + std::to_string(i) + "'," +
-                std::to_string(rooms[i % kLocations]) + ",2)";
+        if (!rows.empty()) rows += ',';
+        rows += std::string("('PC-") + std::to_string(i) + "'," + std::to_string(rooms[i % kLocations]) + ",2)";
     }
     InsertRows(db, "insert into ASSET (_NAME,_LOCATION,_STATUS) values ", rows);
     // Asset i holds applications i*kPerAsset .. +kPerAsset-1 modulo kApps, so each application
@@ -59,8 +61,10 @@ void Fill(Target& t) {
     for (int i = 0; i < kAssets; ++i) {
         rows.clear();
         for (int k = 0; k < kPerAsset; ++k) {
-            rows += (rows.empty() ? "" : ",") + std::string("(") + std::to_string(i + 1) + "," +
-                    std::to_string((i * kPerAsset + k) % kApps + 1) + ")";
+            char row[32];
+            std::snprintf(row, sizeof row, "%s(%d,%d)", rows.empty() ? "" : ",", i + 1,
+                          (i * kPerAsset + k) % kApps + 1);
+            rows.append(row);
         }
         InsertRows(db, "insert into APPINST (_ASSET,_APP) values ", rows);
     }

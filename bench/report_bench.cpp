@@ -6,6 +6,7 @@
 // floor is what the report must read at least: the asset rows with their category names, the
 // operating system values and the grouped installation count, straight through the cursor.
 #include <benchmark/benchmark.h>
+#include <cstdio>
 
 #include "bench_support.h"
 
@@ -36,8 +37,9 @@ void Fill(CNorvikSql& db, CTime now) {
         // Every seventh asset was never audited; the others within the last ninety days.
         const CString audited =
             i % 7 == 0 ? CString("null") : CNorvikSql::SqlTime(CTime(now.GetTime() - (i % 90) * kDay));
-        rows += (rows.empty() ? "" : ",") + std::string("('PC-") + std::to_string(i) + "',2," +
-                std::to_string(categoryIds[i % 4]) + "," + audited.str() + ")";
+        if (!rows.empty()) rows += ',';
+        rows += std::string("('PC-") + std::to_string(i) + "',2," + std::to_string(categoryIds[i % 4]) + "," +
+                audited.str() + ")";
     }
     InsertRows(db, "insert into ASSET (_NAME,_STATUS,_CAT,_AUDDATE) values ", rows);
 
@@ -46,9 +48,10 @@ void Fill(CNorvikSql& db, CTime now) {
                              "macOS"};
     rows.clear();
     for (int i = 1; i <= kAssets; ++i) {
-        rows += (rows.empty() ? "" : ",") + std::string("(") + std::to_string(os) + "," + std::to_string(i) +
-                ",'Name','" + systems[i % 5] + "',2),(" + std::to_string(os) + "," + std::to_string(i) +
-                ",'Version','" + std::to_string(i % 3) + "',2)";
+        if (!rows.empty()) rows += ',';
+        rows += std::string("(") + std::to_string(os) + "," + std::to_string(i) + ",'Name','" + systems[i % 5] +
+                "',2),(" + std::to_string(os) + "," + std::to_string(i) + ",'Version','" + std::to_string(i % 3) +
+                "',2)";
     }
     InsertRows(db, "insert into HW (_PARENT,_ASSET,_KEY,_VAL,_FLAGS) values ", rows);
 
@@ -57,17 +60,19 @@ void Fill(CNorvikSql& db, CTime now) {
     rows.clear();
     for (int a = 1; a <= kApps; ++a) {
         const bool licensed = a <= kLicensed;
-        rows += (rows.empty() ? "" : ",") + std::string("('Publisher ") + std::to_string(a % 25) + "','App " +
-                std::to_string(a) + "'," + std::to_string(licensed ? seat : 1) + "," +
-                std::to_string(licensed ? 300 : 0) + ")";
+        if (!rows.empty()) rows += ',';
+        rows += std::string("('Publisher ") + std::to_string(a % 25) + "','App " + std::to_string(a) + "'," +
+                std::to_string(licensed ? seat : 1) + "," + std::to_string(licensed ? 300 : 0) + ")";
     }
     InsertRows(db, "insert into APPS (_MFR,_APP,_LICTYPE,_LICCOUNT) values ", rows);
     // Asset i holds the applications from (i * 7) on, so installation counts differ a little.
     for (int i = 0; i < kAssets; ++i) {
         rows.clear();
         for (int k = 0; k < kPerAsset; ++k) {
-            rows += (rows.empty() ? "" : ",") + std::string("(") + std::to_string(i + 1) + "," +
-                    std::to_string((i * 7 + k * (1 + i % 3)) % kApps + 1) + ")";
+            if (!rows.empty()) rows += ',';
+            char row[32];
+            std::snprintf(row, sizeof row, "(%d,%d)", i + 1, (i * 7 + k * (1 + i % 3)) % kApps + 1);
+            rows += row;
         }
         InsertRows(db, "insert into APPINST (_ASSET,_APP) values ", rows);
     }

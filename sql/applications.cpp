@@ -229,7 +229,8 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
                 const bool first = arrays[0].empty();
                 AppendArrayText(arrays[0], item.entry->publisher, first);
                 AppendArrayText(arrays[1], item.entry->name, first);
-                arrays[2] += (first ? "" : ",") + std::to_string(item.count);
+                if (!first) arrays[2].append(",");
+                arrays[2].append(std::to_string(item.count));
                 AppendArrayText(arrays[3], item.entry->version, first);
             }
             const std::string source =
@@ -237,7 +238,7 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
             for (const char* body : kAppBatchSteps) {
                 statement = AppBatchStatement(source, body, "cast(? as integer)");
                 COdbcPrepared& step = Prepared(statement);
-                for (int i = 0; i < 4; ++i) step.SetText(i + 1, ("{" + arrays[i] + "}").c_str());
+                for (int i = 0; i < 4; ++i) step.SetText(i + 1, std::string("{").append(arrays[i]).append("}").c_str());
                 int number = 5;
                 for (const char* at = body; (at = std::strstr(at, "@ASSET")) != nullptr; ++at)
                     step.SetLong(number++, AsInt(asset));
