@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "kb/auditdbsys.h"
 #include "sql/norvik_sql.h"
@@ -23,3 +24,8 @@ struct BenchDatabase {
         db->Open(scratch->ConnectionString().c_str(), nullptr, 0x4);
     }
 };
+
+// Sends `rows` (comma-separated value lists) after `head` as one multi-row insert.
+inline void InsertRows(CNorvikSql& db, const char* head, const std::string& rows) {
+    db.ExecuteStatement(std::string(head).append(rows).c_str());
+}

@@ -24,11 +24,6 @@ struct Target : BenchDatabase {
     ULong half = 0;  // a location holding half the assets
 };
 
-// Sends `rows` joined as one multi-row insert.
-void InsertRows(CNorvikSql& db, const char* head, const std::string& rows) {
-    db.ExecuteStatement((std::string(head) + rows).c_str());
-}
-
 void Fill(Target& t) {
     CNorvikSql& db = *t.db;
     const ULong perPc = db.AddLicenceType("Seat");

@@ -23,11 +23,6 @@ constexpr int kPerAsset = 100;
 constexpr int kLicensed = 20;
 constexpr std::int64_t kDay = 24 * 60 * 60;
 
-// Sends `rows` joined as one multi-row insert.
-void InsertRows(CNorvikSql& db, const char* head, const std::string& rows) {
-    db.ExecuteStatement((std::string(head) + rows).c_str());
-}
-
 void Fill(CNorvikSql& db, CTime now) {
     const char* categories[] = {"Desktop", "Laptop", "Server", "Virtual Machine"};
     ULong categoryIds[4];
