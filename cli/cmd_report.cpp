@@ -30,9 +30,12 @@ std::string Count(ULong value) { return std::to_string(value); }
 constexpr std::size_t kShownName = 60;
 
 std::string Shown(const std::string& name) {
-    if (name.size() <= kShownName) return name;
-    std::size_t cut = kShownName - 3;
-    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;  // not inside a UTF-8 letter
+    if (DisplayWidth(name) <= kShownName) return name;
+    std::size_t cut = 0;
+    for (std::size_t letters = 0; letters < kShownName - 3; ++letters) {
+        const std::size_t length = Utf8Length(name, cut);
+        cut += length ? length : 1;
+    }
     return name.substr(0, cut) + "...";
 }
 

@@ -33,9 +33,36 @@ std::string IsoDateTime(CTime time) {
     return text;
 }
 
+std::size_t Utf8Length(const std::string& text, std::size_t at) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(at);
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+    const unsigned min = length == 4 ? 0x10000 : length == 3 ? 0x800 : 0x80;  // shorter forms are overlong
+    if (length == 0 || lead > 0xF4) return 0;
+    if (at + length > text.size()) return 0;
+    unsigned code = lead & (0x7F >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80) return 0;
+        code = (code << 6) | (byte(at + i) & 0x3F);
+    }
+    // Overlong forms, surrogates and values past U+10FFFF are not UTF-8.
+    if (code < min || (code >= 0xD800 && code <= 0xDFFF) || code > 0x10FFFF) return 0;
+    return length;
+}
+
+std::size_t DisplayWidth(const std::string& text) {
+    std::size_t width = 0;
+    for (std::size_t i = 0; i < text.size(); ++width) {
+        const std::size_t length = Utf8Length(text, i);
+        i += length ? length : 1;
+    }
+    return width;
+}
+
 std::string JsonText(const std::string& text) {
     std::string out = "\"";
-    for (unsigned char c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
         switch (c) {
             case '"': out += "\\\""; break;
             case '\\': out += "\\\\"; break;
@@ -43,7 +70,10 @@ std::string JsonText(const std::string& text) {
             case '\r': out += "\\r"; break;
             case '\t': out += "\\t"; break;
             default:
-                if (c < 0x20 || c >= 0x7F) {
+                if (const std::size_t length = c >= 0x80 ? Utf8Length(text, i) : 0) {
+                    out.append(text, i, length);
+                    i += length - 1;
+                } else if (c < 0x20 || c >= 0x7F) {
                     char escaped[8];
                     std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
                     out += escaped;
@@ -90,7 +120,7 @@ void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAl
     std::vector<std::size_t> widths(m_header.size(), 0);
     auto measure = [&](const std::vector<std::string>& row) {
         for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], DisplayWidth(row[i]));
     };
     measure(m_header);
     for (const auto& row : m_rows) measure(row);
@@ -98,11 +128,13 @@ void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAl
         std::string line;
         for (std::size_t i = 0; i < widths.size(); ++i) {
             const std::string cell = i < row.size() ? row[i] : "";
-            const std::string pad(widths[i] - std::min(widths[i], cell.size()), ' ');
+            const std::string pad(widths[i] - std::min(widths[i], DisplayWidth(cell)), ' ');
             const bool right = std::find(rightAligned.begin(), rightAligned.end(), i) != rightAligned.end();
             line += right ? pad + cell : cell + (i + 1 < widths.size() ? pad : "");
             if (i + 1 < widths.size()) line += "  ";
         }
+        // An empty last column leaves no blanks at the end of the line.
+        line.erase(line.find_last_not_of(' ') + 1);
         out << line << '\n';
     };
     print(m_header);

@@ -15,9 +15,14 @@ std::string IsoDateTime(CTime time);
 // days that do not exist.
 bool ParseDay(const std::string& text, CTime* day);
 
-// A text quoted for JSON; bytes above 0x7F are written as \u00XX (Latin-1), so any 8-bit
-// text gives valid JSON.
+// A text quoted for JSON. Well-formed UTF-8 is kept as it is; any other byte above 0x7F is taken
+// as Latin-1 and written as \u00XX, so any 8-bit text gives valid JSON.
 std::string JsonText(const std::string& text);
+
+// The bytes of the well-formed UTF-8 character starting at `at`, or 0 when none starts there.
+std::size_t Utf8Length(const std::string& text, std::size_t at);
+// The columns a text takes on a terminal: one per character, UTF-8 or Latin-1.
+std::size_t DisplayWidth(const std::string& text);
 
 // A JSON object written member by member, in the tool's layout: {"key": value, "key": value}.
 class JsonObject {

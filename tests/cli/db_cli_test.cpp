@@ -45,6 +45,22 @@ TEST_P(DbTool, LocationTypesAndLocations) {
     ExpectRefused(Run({"location", "delete", "0"}), 1, "the root (location 0)");
 }
 
+// UTF-8 names are one column a letter in tables and the same bytes in JSON; a lone Latin-1
+// byte is still one column and \u00XX.
+TEST_P(DbTool, Utf8NamesAlignInTablesAndStayUtf8InJson) {
+    Ok({"location", "add", "Z\xC3\xBCrich"});
+    Ok({"location", "add", "Caf\xE9"});
+    Ok({"location", "add", "Oslo"});
+    EXPECT_EQ(Ok({"location", "list"}),
+              "Path    Id  Type               Address ranges\n"
+              "Caf\xE9     2  New Location Type\n"
+              "Oslo     3  New Location Type\n"
+              "Z\xC3\xBCrich   1  New Location Type\n");
+    const std::string json = Ok({"--json", "location", "list"});
+    EXPECT_NE(json.find("\"name\": \"Z\xC3\xBCrich\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"name\": \"Caf\\u00e9\""), std::string::npos) << json;
+}
+
 TEST_P(DbTool, Assets) {
     const std::string name = "O'Neil's 100%_PC caf\xE9";
     Ok({"location", "add", "HQ;Floor 2"});

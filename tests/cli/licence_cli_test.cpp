@@ -84,8 +84,8 @@ TEST_P(LicenceTool, SetReportAndCheck) {
     EXPECT_EQ(Ok({"licence", "report"}),
               "Publisher  Name    Type  Declared  Installed  Difference  Over-used\n"
               "Acme       Editor  Seat         2          3          -1  OVER-USED\n"
-              "           Tool    Site         1          1           0  \n"
-              "Acme       Viewer  Seat         5          3           2  \n");
+              "           Tool    Site         1          1           0\n"
+              "Acme       Viewer  Seat         5          3           2\n");
     EXPECT_EQ(Ok({"--json", "licence", "report", "--location", "HQ"}),
               "[{\"app\": 3, \"publisher\": \"\", \"name\": \"Tool\", \"type\": \"Site\", \"declared\": 1, "
               "\"installed\": 1, \"difference\": 0, \"overUsed\": false}, {\"app\": 1, \"publisher\": \"Acme\", "
