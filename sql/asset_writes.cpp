@@ -24,18 +24,28 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
     // FindAsset's lookup of any asset of the name, done here so that a failed read ends the call
     // instead of reading as "not found" and inserting a second asset of the name. Only _ID is
     // fetched: every added asset pays for this read, and a whole row costs several times more.
-    CString statement = CString::Formatted("select _ID from ASSET where _NAME=%s", SqlQuote(name).c_str());
+    // On SQLite the field step needs the database's data_version: read in the same statement,
+    // since every statement costs a compile there.
+    const bool fieldsVersion = addUserFields && GetEngine() == SqlEngine::Sqlite;
+    CString statement =
+        CString::Formatted(fieldsVersion ? "select (select _ID from ASSET where _NAME=%s), data_version from "
+                                           "pragma_data_version"
+                                         : "select _ID from ASSET where _NAME=%s",
+                           SqlQuote(name).c_str());
     if (!InTransaction()) m_assetFieldsUnsettled = false;  // any definition write has ended by now
     try {
         // The find and the insert hold the name's lock together: of concurrent adds of one name
         // the first inserts, the others wait and find its asset.
         FindOrInsertLock lock(*this, "ASSET", name);
         ULong asset = 0;
+        long version = 0;
         {
             CSqlRecordset rs(this, statement);
             if (!rs.IsEOF()) asset = rs.NumberAt(0);
+            if (!rs.IsEOF() && fieldsVersion) version = static_cast<long>(rs.NumberAt(1));
         }
-        if (asset == 0) {
+        const bool added = asset == 0;
+        if (added) {
             const CString values =
                 CString::Formatted("%s,%d,%d", SqlQuote(name).c_str(), AsInt(location), AsInt(kAssetNew));
             statement = CString::Formatted("{?=call usp_Insert('ASSET','_NAME,_LOCATION,_STATUS',%s,?)}",
@@ -51,7 +61,7 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
         }
         // The value rows commit with the asset (or with the lock of a found one): one commit per
         // call, and no new asset without its rows when their insert fails.
-        if (addUserFields) AddAssetUserFields(asset, statement);
+        if (addUserFields) AddAssetUserFields(asset, added, version, statement);
         lock.Commit();
         return asset;
     } catch (const CDBException& e) {

@@ -506,9 +506,10 @@ private:
     // The ASSET column that a built-in name stands for, as text; empty for a missing asset.
     CString GetBuiltInField(ULong asset, const char* key);
     // The user-defined-field step of AddAsset: every asset-level field (built-in names and groups
-    // aside) gets an empty value row for `asset` unless it has one; no history. Throws
-    // CDBException, the statement sent left in `statement`.
-    void AddAssetUserFields(ULong asset, CString& statement);
+    // aside) gets an empty value row for `asset` unless it has one; no history. A just `added`
+    // asset has none (ids are never reused); `version` is SQLite's data_version, read with the
+    // asset's lookup. Throws CDBException, the statement sent left in `statement`.
+    void AddAssetUserFields(ULong asset, bool added, long version, CString& statement);
     // The asset-level fields AddAsset fills in on SQLite, kept per connection: reloaded after a
     // definition write of this connection (InvalidateAssetFields) or another connection's commit.
     // A write inside a transaction leaves them unsettled (reloaded on every use) until AddAsset

@@ -456,7 +456,7 @@ ULong CNorvikSql::userdataSetAppFieldValue(ULong app, const char* key, const cha
 
 // ---- The user-field step of AddAsset ----
 
-void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
+void CNorvikSql::AddAssetUserFields(ULong asset, bool added, long version, CString& statement) {
     // Every audit import runs this for every asset. A field is an asset-level definition that is
     // neither a group nor a built-in name; two definitions of one name in one group share one
     // value row (the first one's flags), as userDataAdd has it. The rows are inserted empty, as
@@ -487,21 +487,16 @@ void CNorvikSql::AddAssetUserFields(ULong asset, CString& statement) {
     }
     // SQLite: the driver compiles a statement on every execution, prepared or not, and compiling
     // the statement above costs more than the rows it writes. So the fields are kept per
-    // connection and the rows sent as values. One read gives the rows the asset has and the
-    // database's data_version, which moves when another connection has committed (maybe new
-    // definitions); this connection's own definition writes drop the fields themselves.
+    // connection and the rows sent as values. The database's data_version moves when another
+    // connection has committed (maybe new definitions); this connection's own definition writes
+    // drop the fields themselves. Only an asset that was there before can have rows already.
     static_assert(kUserDataAsset == 2 && kUserDefGroup == 1, "the statements spell the flags out");
     std::set<std::pair<ULong, std::string>> present;
-    long version = 0;
-    statement = CString::Formatted(
-        "select 0, data_version, '' from pragma_data_version union all select 1, _PARENT, _KEY from USERDATA "
-        "where _OWNER=%d and (_FLAGS & 2) <> 0",
-        AsInt(asset));
-    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-        if (rs.NumberAt(0) == 0)
-            version = static_cast<long>(rs.NumberAt(1));
-        else
-            present.emplace(rs.NumberAt(1), rs.TextAt(2).str());
+    if (!added) {
+        statement = CString::Formatted("select _PARENT, _KEY from USERDATA where _OWNER=%d and (_FLAGS & 2) <> 0",
+                                       AsInt(asset));
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            present.emplace(rs.NumberAt(0), rs.TextAt(1).str());
     }
     if (!m_assetFieldsLoaded || version != m_assetFieldsVersion) {
         m_assetFields.clear();

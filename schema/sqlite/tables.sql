@@ -101,10 +101,10 @@ create table USERDATA (
     _VAL text default '',
     _FLAGS integer default 0
 );
-create index IX_USERDATA_PARENT_OWNER on USERDATA (_PARENT, _OWNER);
 create index IX_USERDATA_OWNER on USERDATA (_OWNER);
--- No index on _KEY: the reads by key list one field over the whole site, a large share of the
--- rows, while such an index costs every new asset one scattered page write per field.
+-- No index on _KEY or _PARENT: the reads by key list one field over the whole site, a large
+-- share of the rows, and most fields share the parent 0, while each index costs every new asset
+-- page writes for its field rows. A value is found through its owner.
 
 -- Site categories, makes and models. MAKE._CAT and MODEL._MAKE hold combined identifiers.
 create table CAT (
