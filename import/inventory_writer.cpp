@@ -6,6 +6,7 @@
 #include <cctype>
 #include <map>
 #include <set>
+#include <unordered_map>
 
 #include "common/hw_list.h"
 #include "common/ipaddress.h"
@@ -298,9 +299,13 @@ bool CInventoryWriter::WriteSoftware(const Inventory& inventory, CTime when, Imp
     };
     std::map<std::string, std::vector<Planned>> wanted;  // listed text -> entries
     std::set<std::pair<std::string, std::string>> applications;
+    std::unordered_map<std::string, std::string> publishers;  // a few dozen spellings, met again and again
     for (const InventorySoftware& entry : inventory.software) {
-        Planned item{CutToColumn(NormalisedPublisher(entry.publisher), kImportColumnLimit),
-                     CutToColumn(entry.name, kImportColumnLimit), CutToColumn(entry.version, kImportColumnLimit)};
+        auto publisher = publishers.find(entry.publisher);
+        if (publisher == publishers.end())
+            publisher = publishers.emplace(entry.publisher, NormalisedPublisher(entry.publisher)).first;
+        Planned item{CutToColumn(publisher->second, kImportColumnLimit), CutToColumn(entry.name, kImportColumnLimit),
+                     CutToColumn(entry.version, kImportColumnLimit)};
         if (item.name.empty() || !applications.emplace(item.publisher, item.name).second) continue;
         wanted[InstanceText(item.name, item.version)].push_back(std::move(item));
     }

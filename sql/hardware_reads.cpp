@@ -61,6 +61,44 @@ CString SqliteHwCategoryString(CNorvikSql& db, ULong node, char separator, CStri
     return path;
 }
 
+// The paths ("A|B|C") of category nodes, as SqliteHwCategoryString gives them, for many nodes
+// at once: every node met on the way up is read once and its path kept.
+class SqliteCategoryPaths {
+public:
+    SqliteCategoryPaths(CNorvikSql& db, CString& statement) : m_db(db), m_statement(statement) {}
+    CString PathOf(ULong node) { return Walk(node, 0).path; }
+
+private:
+    struct Path {
+        bool any = false;  // a category was met: an empty path and a path of one empty key differ
+        CString path;
+    };
+    Path Walk(ULong node, int depth) {
+        if (node == 0 || depth >= kMaxHwDepth) return Path{};
+        if (const auto found = m_known.find(node); found != m_known.end()) return found->second;
+        ULong parent = 0, flags = 0;
+        CString key;
+        {
+            m_statement = CString::Formatted("select _PARENT,_KEY,_FLAGS from HW where _ID=%d", static_cast<int>(node));
+            CSqlRecordset rs(&m_db, m_statement);
+            if (rs.IsEOF()) return m_known[node] = Path{};
+            parent = rs.NumberAt(0);
+            key = rs.TextAt(1);
+            flags = rs.NumberAt(2);
+        }
+        Path path = Walk(parent, depth + 1);
+        if (flags & CNorvik::kHwCategory) {
+            path.path = path.any ? path.path + "|" + key : key;
+            path.any = true;
+        }
+        return m_known[node] = path;
+    }
+
+    CNorvikSql& m_db;
+    CString& m_statement;
+    std::map<ULong, Path> m_known;
+};
+
 }  // namespace
 
 ULong HwTextAsInteger(const char* text) {
@@ -223,11 +261,17 @@ int CNorvikSql::hwEnumAll(ULong asset, CHwList& list, int exclude) {
             for (; !rs.IsEOF(); rs.MoveNext())
                 rows.push_back(CHwItem{rs.NumberAt(0), CString(), rs.TextAt(1), rs.TextAt(2), rs.NumberAt(3)});
         }
-        // Many values share a category: each path is asked for once.
+        // Many values share a category: each path is asked for once. On SQLite the walks up
+        // also share their ancestors, so each node is read once.
         std::map<ULong, CString> paths;
+        SqliteCategoryPaths shared(*this, statement);
         for (CHwItem& row : rows) {
             auto found = paths.find(row.parent);
-            if (found == paths.end()) found = paths.emplace(row.parent, hwCatAsString(row.parent, '|')).first;
+            if (found == paths.end())
+                found = paths
+                            .emplace(row.parent, GetEngine() == SqlEngine::Sqlite ? shared.PathOf(row.parent)
+                                                                                  : hwCatAsString(row.parent, '|'))
+                            .first;
             list.Add(row.parent, found->second, row.key, row.value, row.flags);
         }
     } catch (const CDBException& e) {
