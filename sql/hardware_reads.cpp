@@ -63,9 +63,9 @@ CString SqliteHwCategoryString(CNorvikSql& db, ULong node, char separator, CStri
 
 // The paths ("A|B|C") of category nodes, as SqliteHwCategoryString gives them, for many nodes
 // at once: every node met on the way up is read once and its path kept.
-class SqliteCategoryPaths {
+class CategoryPathWalk {
 public:
-    SqliteCategoryPaths(CNorvikSql& db, CString& statement) : m_db(db), m_statement(statement) {}
+    CategoryPathWalk(CNorvikSql& db, CString& statement) : m_db(db), m_statement(statement) {}
     CString PathOf(ULong node) { return Walk(node, 0).path; }
 
 private:
@@ -98,6 +98,24 @@ private:
     CString& m_statement;
     std::map<ULong, Path> m_known;
 };
+
+// The paths of the categories holding `asset`'s values, as usp_GetHwCategoryString gives them
+// (at most 64 nodes up), in one recursive statement: each row of the walk carries the path met
+// so far, and a start's last row is its path.
+void ReadCategoryPaths(CNorvikSql& db, ULong asset, bool exclude, std::map<ULong, CString>& paths, CString& statement) {
+    statement = CString::Formatted(
+        "with recursive walk(start, node, depth, path, found) as ("
+        "select h._ID, h._ID, 0, cast('' as text), false from HW h where h._ID in "
+        "(select _PARENT from HW where _ASSET=%d%s) "
+        "union all select w.start, coalesce(h._PARENT, 0), w.depth + 1, "
+        "case when (coalesce(h._FLAGS, 0) & 1) = 0 then w.path when w.found then coalesce(h._KEY, '') || '|' || "
+        "w.path else coalesce(h._KEY, '') end, w.found or (coalesce(h._FLAGS, 0) & 1) <> 0 "
+        "from walk w join HW h on h._ID = w.node where w.node <> 0 and w.depth < 64) "
+        "select distinct on (start) start, path from walk order by start, depth desc",
+        static_cast<int>(asset),
+        exclude ? CString::Formatted(" and (_FLAGS & %d) = 0", static_cast<int>(CNorvik::kHwExcluded)).c_str() : "");
+    for (CSqlRecordset rs(&db, statement); !rs.IsEOF(); rs.MoveNext()) paths[rs.NumberAt(0)] = rs.TextAt(1);
+}
 
 }  // namespace
 
@@ -262,16 +280,14 @@ int CNorvikSql::hwEnumAll(ULong asset, CHwList& list, int exclude) {
                 rows.push_back(CHwItem{rs.NumberAt(0), CString(), rs.TextAt(1), rs.TextAt(2), rs.NumberAt(3)});
         }
         // Many values share a category: each path is asked for once. On SQLite the walks up
-        // also share their ancestors, so each node is read once.
+        // also share their ancestors, so each node is read once; on PostgreSQL, where each
+        // statement is a round trip, one statement walks up from every category of the asset.
         std::map<ULong, CString> paths;
-        SqliteCategoryPaths shared(*this, statement);
+        if (GetEngine() != SqlEngine::Sqlite) ReadCategoryPaths(*this, asset, exclude != 0, paths, statement);
+        CategoryPathWalk shared(*this, statement);
         for (CHwItem& row : rows) {
             auto found = paths.find(row.parent);
-            if (found == paths.end())
-                found = paths
-                            .emplace(row.parent, GetEngine() == SqlEngine::Sqlite ? shared.PathOf(row.parent)
-                                                                                  : hwCatAsString(row.parent, '|'))
-                            .first;
+            if (found == paths.end()) found = paths.emplace(row.parent, shared.PathOf(row.parent)).first;
             list.Add(row.parent, found->second, row.key, row.value, row.flags);
         }
     } catch (const CDBException& e) {
