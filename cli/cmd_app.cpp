@@ -113,16 +113,16 @@ void PrintRows(const std::vector<AppRow>& rows, bool perAsset, bool json) {
         return;
     }
     if (perAsset) {
-        TextTable table({"ID", "INSTANCE", "PUBLISHER", "NAME", "VERSION", "SERIAL", "FILES"});
+        TextTable table({"Id", "Instance", "Publisher", "Name", "Version", "Serial", "Files"});
         for (const AppRow& row : rows)
-            table.AddRow({std::to_string(row.id), std::to_string(row.instance), row.publisher, row.name, row.version,
-                          row.serial, std::to_string(row.files)});
+            table.AddRow({std::to_string(row.id), std::to_string(row.instance), Shortened(row.publisher),
+                          Shortened(row.name), Shortened(row.version), row.serial, std::to_string(row.files)});
         table.Print(std::cout, {0, 1, 6});
     } else {
-        TextTable table({"ID", "PUBLISHER", "NAME", "INSTANCES", "FILES"});
+        TextTable table({"Id", "Publisher", "Name", "Instances", "Files"});
         for (const AppRow& row : rows)
-            table.AddRow({std::to_string(row.id), row.publisher, row.name, std::to_string(row.instances),
-                          std::to_string(row.files)});
+            table.AddRow({std::to_string(row.id), Shortened(row.publisher), Shortened(row.name),
+                          std::to_string(row.instances), std::to_string(row.files)});
         table.Print(std::cout, {0, 3, 4});
     }
 }
@@ -233,13 +233,13 @@ int Duplicates(CNorvikSql& db, bool json) {
         std::cout << "]}\n";
         return kExitOk;
     }
-    TextTable table({"KEPT ID", "ROWS", "APPLICATION"});
+    TextTable table({"Kept id", "Rows", "Application"});
     for (const CSortItem& item : apps)
         table.AddRow({std::to_string(item.id), std::to_string(item.extra), item.text.str()});
     table.Print(std::cout, {0, 1});
     if (instances.GetCount() != 0) {
         std::cout << '\n';
-        TextTable same({"FIRST INSTANCE", "COUNT", "INSTANCES OF"});
+        TextTable same({"First instance", "Count", "Instances of"});
         for (const CSortItem& item : instances)
             same.AddRow({std::to_string(item.id), std::to_string(item.extra), item.text.str()});
         same.Print(std::cout, {0, 1});
@@ -310,7 +310,7 @@ int Orphans(CNorvikSql& db, bool json) {
         std::cout << "]\n";
         return kExitOk;
     }
-    TextTable table({"TABLE", "ID", "ASSET"});
+    TextTable table({"Table", "Id", "Asset"});
     for (const CSortItem& item : list)
         table.AddRow({item.text.str(), std::to_string(item.id), std::to_string(item.extra)});
     table.Print(std::cout, {1, 2});

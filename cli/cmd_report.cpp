@@ -25,20 +25,6 @@ const char kHelp[] =
 
 std::string Count(ULong value) { return std::to_string(value); }
 
-// Names longer than this are cut in the tables (JSON keeps them whole): one long application
-// name would otherwise push every number of its table off the screen.
-constexpr std::size_t kShownName = 60;
-
-std::string Shown(const std::string& name) {
-    if (DisplayWidth(name) <= kShownName) return name;
-    std::size_t cut = 0;
-    for (std::size_t letters = 0; letters < kShownName - 3; ++letters) {
-        const std::size_t length = Utf8Length(name, cut);
-        cut += length ? length : 1;
-    }
-    return name.substr(0, cut) + "...";
-}
-
 // A section's heading, its table (or a line saying it is empty) and a blank line.
 void PrintSection(const std::string& heading, const TextTable& table, bool empty,
                   const std::vector<std::size_t>& numbers) {
@@ -53,7 +39,7 @@ void PrintSection(const std::string& heading, const TextTable& table, bool empty
 void PrintCounts(const std::string& heading, const char* what, const char* counted,
                  const std::vector<SiteReportCount>& rows) {
     TextTable table({what, counted});
-    for (const SiteReportCount& row : rows) table.AddRow({Shown(row.name), Count(row.count)});
+    for (const SiteReportCount& row : rows) table.AddRow({Shortened(row.name), Count(row.count)});
     PrintSection(heading, table, rows.empty(), {1});
 }
 
@@ -64,7 +50,7 @@ void PrintText(const SiteReport& report) {
 
     TextTable applications({"Publisher", "Name", "Installations"});
     for (const SiteReportApplication& row : report.applications)
-        applications.AddRow({Shown(row.publisher), Shown(row.name), Count(row.installations)});
+        applications.AddRow({Shortened(row.publisher), Shortened(row.name), Count(row.installations)});
     PrintSection("Most installed applications (top " + std::to_string(kSiteReportTop) + ")", applications,
                  report.applications.empty(), {2});
     PrintCounts("Publishers with most installations (top " + std::to_string(kSiteReportTop) + ")", "Publisher",
@@ -72,14 +58,14 @@ void PrintText(const SiteReport& report) {
 
     TextTable licences({"Publisher", "Name", "Type", "Declared", "Installed", "Difference", "Over-used"});
     for (const LicenceReportRow& r : report.licences) {
-        licences.AddRow({Shown(r.publisher), Shown(r.name), Shown(r.type), std::to_string(r.declared),
+        licences.AddRow({Shortened(r.publisher), Shortened(r.name), Shortened(r.type), std::to_string(r.declared),
                          std::to_string(r.installed), std::to_string(r.difference), r.overUsed ? "OVER-USED" : ""});
     }
     PrintSection("Licence compliance", licences, report.licences.empty(), {3, 4, 5});
 
     TextTable stale({"Asset", "Last audit"});
     for (const SiteReportAsset& row : report.notAudited)
-        stale.AddRow({Shown(row.name), row.lastAudit.IsNever() ? "never" : IsoDateTime(row.lastAudit)});
+        stale.AddRow({Shortened(row.name), row.lastAudit.IsNever() ? "never" : IsoDateTime(row.lastAudit)});
     PrintSection("Not audited for " + std::to_string(kSiteReportAuditDays) + " days", stale, report.notAudited.empty(),
                  {});
 }

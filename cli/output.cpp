@@ -116,6 +116,16 @@ void Listing::Print(std::ostream& out, const std::vector<std::size_t>& rightAlig
         m_table.Print(out, rightAligned);
 }
 
+std::string Shortened(const std::string& text, std::size_t columns) {
+    if (columns < 4 || DisplayWidth(text) <= columns) return text;
+    std::size_t cut = 0;
+    for (std::size_t letters = 0; letters < columns - 3; ++letters) {
+        const std::size_t length = Utf8Length(text, cut);
+        cut += length ? length : 1;
+    }
+    return text.substr(0, cut) + "...";
+}
+
 void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
     std::vector<std::size_t> widths(m_header.size(), 0);
     auto measure = [&](const std::vector<std::string>& row) {

@@ -23,6 +23,9 @@ std::string JsonText(const std::string& text);
 std::size_t Utf8Length(const std::string& text, std::size_t at);
 // The columns a text takes on a terminal: one per character, UTF-8 or Latin-1.
 std::size_t DisplayWidth(const std::string& text);
+// A name as a table shows it: cut to `columns` characters ending in "..." when it is wider, so
+// that one long name does not push every other column off the screen (JSON keeps names whole).
+std::string Shortened(const std::string& text, std::size_t columns = 60);
 
 // A JSON object written member by member, in the tool's layout: {"key": value, "key": value}.
 class JsonObject {

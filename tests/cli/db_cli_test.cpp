@@ -291,6 +291,20 @@ TEST_P(DbTool, AppNamesAndRefusals) {
     EXPECT_EQ(Ok({"app", "publishers", "--asset", "PC1"}), "Acme's\n");
     Ok({"app", "remove", "PC1", "Acme's Editor"});
     EXPECT_EQ(Ok({"app", "purge-unreferenced"}), "deleted 2 unreferenced application(s)\n");
+
+    // A long name is cut in the table, so the columns stay on the screen, and whole in JSON.
+    const std::string longName = "\xC3\x9C" + std::string(199, 'x');
+    Ok({"app", "add", "Acme", longName});
+    Ok({"app", "install", "PC1", "Acme " + longName});
+    EXPECT_EQ(Ok({"app", "list", "--asset", "PC1"}),
+              "Id  Instance  Publisher  Name                                                          Version  Serial  "
+              "Files\n"
+              " 4         3  Acme       \xC3\x9C" +
+                  std::string(56, 'x') +
+                  "...                       0\n"
+                  " 3         2  Acme's     Caf\xe9 100%                                                               "
+                  "           0\n");
+    EXPECT_NE(Ok({"--json", "app", "list", "--asset", "PC1"}).find(longName), std::string::npos);
 }
 
 TEST_P(DbTool, PicklistsAreKeptByName) {
