@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# A short run of every fuzz target (the Knowledge Base file reader, the query parser, and the
-# index builds and recognition over damaged files), each started from its checked-in seeds in
-# fuzz/seeds/, for `make test`. Builds the targets with
-# clang first (folder: $1, default build-fuzz). A finding fails the run; its input is kept in
-# out/fuzz/ to become a regression test.
+# A short run of every fuzz target (the Knowledge Base file reader, the query parser, the index
+# builds and recognition over damaged files, and the inventory readers), each started from its
+# checked-in seeds in fuzz/seeds/, for `make test`. Builds the targets with clang first (folder:
+# $1, default build-fuzz). A finding fails the run; its input is kept in out/fuzz/ to become a
+# regression test.
 #   NORVIK_FUZZ_SECONDS   seconds per target (default 20)
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(dirname "$here")
 build=${1:-$root/build-fuzz}
 seconds=${NORVIK_FUZZ_SECONDS:-20}
-targets=(kb_file kb_query kb_recognise)
+targets=(kb_file kb_query kb_recognise inventory)
 
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNORVIK_BUILD_FUZZ=ON -DNORVIK_WERROR=ON \
     -DNORVIK_BUILD_TESTS=OFF >/dev/null
