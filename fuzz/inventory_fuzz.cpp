@@ -3,7 +3,6 @@
 // an exception, a refusal without its "NAME: ..." reason, or an accepted inventory without a
 // host name, with an identifier the placeholder list should have kept out, or with a MAC
 // address that is not in the model's form is a finding.
-#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,16 +18,8 @@ void Check(bool holds) {
     if (!holds) std::abort();
 }
 
-// "AA:BB:CC:DD:EE:FF": six upper-case hexadecimal pairs.
-bool IsModelMac(const std::string& mac) {
-    if (mac.size() != 17) return false;
-    for (std::size_t i = 0; i < mac.size(); ++i) {
-        const char c = mac[i];
-        if (i % 3 == 2 ? c != ':' : !(std::isdigit(static_cast<unsigned char>(c)) || (c >= 'A' && c <= 'F')))
-            return false;
-    }
-    return true;
-}
+// A MAC address already in the model's form: the normalised form of itself.
+bool IsModelMac(const std::string& mac) { return NormalizeMac(mac) == mac; }
 
 }  // namespace
 
