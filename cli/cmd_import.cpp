@@ -10,15 +10,13 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cli/cli_context.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
 #include "import/import_transactions.h"
-#include "import/inventory_reader.h"
-#include "import/inventory_writer.h"
+#include "import/inventory_import.h"
 #include "platform/ui_hooks.h"
 
 namespace cli {
@@ -40,28 +38,10 @@ const char kHelp[] =
     "FILE, a Knowledge Base, recognises applications among the inventories' files and answers\n"
     "first for category, make and model (the site's own entries otherwise).\n";
 
-// Attempts of one inventory when the engine reports the database busy or locked.
-constexpr int kBusyAttempts = 20;
-
 bool ImportableName(const std::filesystem::path& path) {
     std::string ext = path.extension().string();
     std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
     return ext == ".xml" || ext == ".ocs" || ext == ".json";
-}
-
-// "1,816"
-std::string Grouped(ULong value) {
-    const std::string digits = std::to_string(value);
-    std::string grouped;
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
-        grouped += digits[i];
-    }
-    return grouped;
-}
-
-std::string Counted(ULong value, const char* one, const char* many) {
-    return Grouped(value) + " " + (value == 1 ? one : many);
 }
 
 std::string Duration(double seconds) {
@@ -71,39 +51,10 @@ std::string Duration(double seconds) {
     return text;
 }
 
-// Collects the library's messages of one attempt, so a busy engine can be told from a failure.
-struct Messages {
-    std::string text;
-    static int Collect(const char* message, unsigned int, CallbackValue context) {
-        auto* self = reinterpret_cast<Messages*>(context);
-        if (message) self->text += std::string(message) + " ";
-        return platform::kIdOk;
-    }
-    bool Busy() const {
-        return text.find("locked") != std::string::npos || text.find("busy") != std::string::npos ||
-               text.find("could not serialize") != std::string::npos || text.find("deadlock") != std::string::npos;
-    }
-};
-
 struct Result {
     std::string file, name, status, line, error;
     ImportOutcome outcome;
 };
-
-std::string Describe(const ImportOutcome& o) {
-    if (o.newAsset)
-        return "new asset, " + Counted(o.applications, "application", "applications") + ", " +
-               Counted(o.hardwareValues, "hardware value", "hardware values");
-    if (o.applicationsAdded == 0 && o.applicationsRemoved == 0 && o.hardwareChanges == 0 && !o.recordChanged &&
-        o.renamedFrom.empty())
-        return "unchanged";
-    std::string text = Counted(o.applicationsAdded, "application", "applications") + " added, " +
-                       Grouped(o.applicationsRemoved) + " removed, " +
-                       Counted(o.hardwareChanges, "hardware change", "hardware changes");
-    if (o.recordChanged) text += ", record changed";
-    if (!o.renamedFrom.empty()) text += ", renamed from " + o.renamedFrom;
-    return text;
-}
 
 std::string JsonOf(const Result& r) {
     std::string json = "{\"file\": " + JsonText(r.file) + ", \"status\": " + JsonText(r.status);
@@ -200,10 +151,8 @@ int RunImport(Context& context) {
                         (why.IsEmpty() ? "" : ": " + why.str()));
         }
     }
-    Messages messages;
-    db->SetMsgBoxCallback(Messages::Collect, reinterpret_cast<CallbackValue>(&messages));
     SqlImportTransactions transactions(*db);
-    CInventoryWriter writer(*db, transactions, placement);
+    CInventoryImporter importer(*db, transactions, placement);
 
     const Progress progress(files.size(), files.size() > 1 && isatty(STDERR_FILENO));
     std::vector<Result> results;
@@ -212,7 +161,6 @@ int RunImport(Context& context) {
         Result result;
         result.file = files[i] == "-" ? "(standard input)" : files[i];
         std::string text;
-        Inventory inventory;
         bool read = true;
         if (files[i] == "-") {
             text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
@@ -226,17 +174,13 @@ int RunImport(Context& context) {
                 result.error = files[i] + ": cannot be read";
             }
         }
-        if (read) read = ReadInventory(result.file, text, inventory, result.error);
         bool applied = false;
         if (read) {
-            for (int attempt = 1; attempt <= kBusyAttempts; ++attempt) {
-                messages.text.clear();
-                applied = writer.Apply(inventory, result.outcome, result.error);
-                // A refused begin or commit is the engine's lock too: nothing else refuses them.
-                if (applied || !(messages.Busy() || result.error.find(" refused to ") != std::string::npos)) break;
-                std::this_thread::sleep_for(std::chrono::milliseconds(20 * attempt));
-            }
-            if (!applied && !messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
+            const InventoryImportResult imported = importer.Import(result.file, text);
+            applied = imported.status == InventoryImportStatus::kImported;
+            result.name = imported.hostName;
+            result.outcome = imported.outcome;
+            result.error = imported.error;
         }
         progress.Clear();
         if (!applied) {
@@ -244,23 +188,23 @@ int RunImport(Context& context) {
             result.status = "failed";
             PrintError(result.error);
         } else {
-            result.name = inventory.hostName;
-            result.status = result.outcome.newAsset                   ? "new"
-                            : Describe(result.outcome) == "unchanged" ? "unchanged"
-                                                                      : "changed";
-            if (!json) std::cout << result.name << ": " << Describe(result.outcome) << std::endl;
+            result.status = ImportStatusWord(result.outcome);
+            if (!json) std::cout << result.name << ": " << DescribeImport(result.outcome) << std::endl;
         }
         results.push_back(std::move(result));
     }
     progress.Clear();
 
     // Once per run, after every inventory: the counts are final and each alert is raised once.
-    messages.text.clear();
     CDynaList<ULong> alerts;
-    const ULong overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &alerts);
-    if (!messages.text.empty()) {
-        PrintError("the licence check failed: " + messages.text.substr(0, 300));
-        failed = true;
+    ULong overUsed = 0;
+    {
+        const MessageWatch watch(*db, context.options);
+        overUsed = db->licensealertCheckOverUse(CTime::GetCurrentTime(), &alerts);
+        if (watch.Shown()) {
+            PrintError("the licence check failed");
+            failed = true;
+        }
     }
     if (json) {
         std::cout << "{\"inventories\": [";
@@ -268,8 +212,8 @@ int RunImport(Context& context) {
         std::cout << "],\n \"overUsedApplications\": " << overUsed << ", \"licenceAlerts\": " << alerts.GetCount()
                   << "}\n";
     } else {
-        std::cout << "Licences: " << Counted(overUsed, "over-used application", "over-used applications") << ", "
-                  << Counted(alerts.GetCount(), "new alert", "new alerts") << std::endl;
+        std::cout << "Licences: " << CountedText(overUsed, "over-used application", "over-used applications") << ", "
+                  << CountedText(alerts.GetCount(), "new alert", "new alerts") << std::endl;
     }
     return failed ? kExitFailed : kExitOk;
 }

@@ -1133,6 +1133,12 @@ public:
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
+    // The message-box callback installed now and its context (null when none), so that a caller
+    // who borrows the callback can put it back.
+    NorvikMsgBoxCallback GetMsgBoxCallback(CallbackValue* context) const {
+        if (context) *context = m_msgBoxContext;
+        return m_pfnMsgBox;
+    }
     // The location that holds an asset, following asset parents upward.
     ULong GetAssetLocation(ULong asset);
     CAuditDBSys& kb() { return m_kb; }

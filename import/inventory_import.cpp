@@ -1,0 +1,113 @@
+// Reading and applying one inventory, with the busy engine waited out.
+#include "import/inventory_import.h"
+
+#include <chrono>
+#include <thread>
+
+#include "import/inventory_reader.h"
+
+namespace {
+
+// Attempts of one inventory when the engine reports the database busy or locked.
+constexpr int kBusyAttempts = 20;
+
+// Collects the library's messages of one attempt, so a busy engine can be told from a failure.
+struct Messages {
+    std::string text;
+    static int Collect(const char* message, unsigned int, CallbackValue context) {
+        auto* self = reinterpret_cast<Messages*>(context);
+        if (message) self->text += std::string(message) + " ";
+        return 1;  // IDOK
+    }
+    bool Busy() const {
+        return text.find("locked") != std::string::npos || text.find("busy") != std::string::npos ||
+               text.find("could not serialize") != std::string::npos || text.find("deadlock") != std::string::npos;
+    }
+};
+
+// Puts the caller's message-box callback back when the import ends.
+class BorrowedMessages {
+public:
+    BorrowedMessages(CNorvik& db, Messages& messages) : m_db(db) {
+        m_fn = db.GetMsgBoxCallback(&m_context);
+        db.SetMsgBoxCallback(Messages::Collect, reinterpret_cast<CallbackValue>(&messages));
+    }
+    ~BorrowedMessages() { m_db.SetMsgBoxCallback(m_fn, m_context); }
+    BorrowedMessages(const BorrowedMessages&) = delete;
+    BorrowedMessages& operator=(const BorrowedMessages&) = delete;
+
+private:
+    CNorvik& m_db;
+    NorvikMsgBoxCallback m_fn = nullptr;
+    CallbackValue m_context = 0;
+};
+
+// "1,816"
+std::string Grouped(ULong value) {
+    const std::string digits = std::to_string(value);
+    std::string grouped;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
+        grouped += digits[i];
+    }
+    return grouped;
+}
+
+bool Unchanged(const ImportOutcome& o) {
+    return !o.newAsset && o.applicationsAdded == 0 && o.applicationsRemoved == 0 && o.hardwareChanges == 0 &&
+           !o.recordChanged && o.renamedFrom.empty();
+}
+
+}  // namespace
+
+std::string CountedText(ULong value, const char* one, const char* many) {
+    return Grouped(value) + " " + (value == 1 ? one : many);
+}
+
+CInventoryImporter::CInventoryImporter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
+    : m_db(db), m_writer(db, transactions, placement) {}
+
+InventoryImportResult CInventoryImporter::Import(const std::string& name, std::string_view text) {
+    InventoryImportResult result;
+    Inventory inventory;
+    if (!ReadInventory(name, text, inventory, result.error)) {
+        result.status = InventoryImportStatus::kDamaged;
+        return result;
+    }
+    result.hostName = inventory.hostName;
+    Messages messages;
+    const BorrowedMessages borrowed(m_db, messages);
+    bool busy = false;
+    for (int attempt = 1; attempt <= kBusyAttempts; ++attempt) {
+        messages.text.clear();
+        if (m_writer.Apply(inventory, result.outcome, result.error)) {
+            result.status = InventoryImportStatus::kImported;
+            result.error.clear();
+            return result;
+        }
+        // A refused begin or commit is the engine's lock too: nothing else refuses them.
+        busy = messages.Busy() || result.error.find(" refused to ") != std::string::npos;
+        if (!busy) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20 * attempt));
+    }
+    if (!messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
+    result.status = busy ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
+    return result;
+}
+
+const char* ImportStatusWord(const ImportOutcome& outcome) {
+    return outcome.newAsset ? "new" : Unchanged(outcome) ? "unchanged" : "changed";
+}
+
+std::string DescribeImport(const ImportOutcome& o) {
+    if (o.newAsset)
+        return "new asset, " + CountedText(o.applications, "application", "applications") + ", " +
+               CountedText(o.hardwareValues, "hardware value", "hardware values");
+    if (Unchanged(o)) return "unchanged";
+    std::string text = CountedText(o.applicationsAdded, "application", "applications") + " added, " +
+                       Grouped(o.applicationsRemoved) + " removed, " +
+                       CountedText(o.hardwareChanges, "hardware change", "hardware changes");
+    if (o.recordChanged) text += ", record changed";
+    if (!o.renamedFrom.empty()) text += ", renamed from " + o.renamedFrom;
+    return text;
+}

@@ -1,0 +1,52 @@
+// The one path by which an inventory document reaches the Audit Database, shared by `norvik
+// import` and the server: read the document, then apply it as one transaction, waiting out an
+// engine that is busy with another writer.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "import/import_transactions.h"
+#include "import/inventory_writer.h"
+#include "interface/norvik.h"
+
+// How one document ended.
+enum class InventoryImportStatus {
+    kImported,  // committed; `outcome` says what changed
+    kDamaged,   // the document cannot be read as an inventory; nothing was written
+    kBusy,      // the engine stayed busy (another writer) past the bound; nothing was written
+    kFailed,    // a write failed; the transaction was rolled back, nothing was written
+};
+
+struct InventoryImportResult {
+    InventoryImportStatus status = InventoryImportStatus::kFailed;
+    std::string hostName;  // the inventory's host name, once it was read
+    ImportOutcome outcome;
+    std::string error;  // one line, for every status but kImported
+};
+
+// Requires `db` open and `transactions` bound to it for the importer's lifetime; one thread at a
+// time. While Import runs it replaces the database's message-box callback with its own (to tell
+// a busy engine from a failure) and puts the caller's back before it returns.
+class CInventoryImporter {
+public:
+    CInventoryImporter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement = {});
+
+    // Reads `text` (named `name` in messages) and applies it; answers only after the transaction
+    // committed or rolled back.
+    InventoryImportResult Import(const std::string& name, std::string_view text);
+
+    // The writer, for callers that hold an inventory already read.
+    CInventoryWriter& Writer() { return m_writer; }
+
+private:
+    CNorvik& m_db;
+    CInventoryWriter m_writer;
+};
+
+// "new", "changed" or "unchanged": the status word of an imported inventory.
+const char* ImportStatusWord(const ImportOutcome& outcome);
+// The line `norvik import` prints after the host name ("new asset, 3 applications, ...").
+std::string DescribeImport(const ImportOutcome& outcome);
+// "1,816 applications": `value` with thousands grouped and the word for one or many.
+std::string CountedText(ULong value, const char* one, const char* many);
