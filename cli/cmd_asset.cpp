@@ -31,7 +31,9 @@ const char kHelp[] =
     "          --recursive those of every location below it and their child assets too\n"
     "  add     adds an asset (at the root unless --location is given), with its initial audit\n"
     "          record and an empty value of every asset-level field; prints its id and name\n"
-    "  show    the asset's place, state, addresses, last audit, child assets and field values\n"
+    "  show    the asset's place, kind, state, addresses, last audit, child assets and field\n"
+    "          values; the kind is computer, laptop, server or virtual machine (status bits 0x10,\n"
+    "          0x20, 0x40, 0x80), peripheral for a child asset, or not yet audited\n"
     "  set     gives the asset's field FIELD the value VALUE, checked as the field's editing\n"
     "          control checks it (case rule, length, range, pick-list entries, yes/no, dates as\n"
     "          YYYY-MM-DD) and recorded in the history; \"\" empties it. FIELD may also be one of\n"
@@ -118,12 +120,11 @@ private:
     std::map<ULong, std::string> m_paths;
 };
 
-std::string KindOf(CNorvikSql& db, ULong id) {
-    int icon = 0;
-    db.GetAssetIcon(id, &icon, nullptr);
-    if (CNorvik::IsIconPC(icon)) return "computer";
-    if (CNorvik::IsIconPeripheral(icon)) return "peripheral";
-    return "not yet audited";
+// The kind an asset's status names: a child asset is a peripheral, else the kind bit's name.
+std::string KindOf(ULong status) {
+    if (status & CNorvik::kAssetChild) return "peripheral";
+    const char* kind = CNorvik::AssetKindName(status);
+    return kind ? kind : "not yet audited";
 }
 
 // The asset's fields as an open JSON object: the caller adds what else it has and the "}".
@@ -153,15 +154,17 @@ int List(CNorvikSql& db, const Words& args, bool json) {
     AssetReader reader(db);
     if (json) {
         std::cout << "[";
-        for (ULong i = 0; i < ids.GetCount(); ++i)
-            std::cout << (i ? ", " : "") << FactsJson(reader.Read(ids[i])) << "}";
+        for (ULong i = 0; i < ids.GetCount(); ++i) {
+            const AssetFacts f = reader.Read(ids[i]);
+            std::cout << (i ? ", " : "") << FactsJson(f) << ", \"kind\": " << JsonText(KindOf(f.status)) << "}";
+        }
         std::cout << "]\n";
         return kExitOk;
     }
-    TextTable table({"Id", "Name", "Place", "MAC address", "IP address", "Last audit"});
+    TextTable table({"Id", "Name", "Kind", "Place", "MAC address", "IP address", "Last audit"});
     for (ULong id : ids) {
         const AssetFacts f = reader.Read(id);
-        table.AddRow({std::to_string(f.id), f.name, f.place, f.mac, f.ip, DateText(f.audited)});
+        table.AddRow({std::to_string(f.id), f.name, KindOf(f.status), f.place, f.mac, f.ip, DateText(f.audited)});
     }
     table.Print(std::cout, {0});
     return kExitOk;
@@ -188,7 +191,7 @@ int Show(CNorvikSql& db, ULong id, bool json) {
     const AssetFacts f = reader.Read(id);
     CDynaList<ULong> children;
     db.assetEnumChildren(id, children, 0);
-    const std::string kind = KindOf(db, id);
+    const std::string kind = KindOf(f.status);
     if (json) {
         std::cout << FactsJson(f) << ", \"kind\": " << JsonText(kind) << ", \"children\": [";
         for (ULong i = 0; i < children.GetCount(); ++i) std::cout << (i ? ", " : "") << children[i];

@@ -29,7 +29,13 @@ const char kHelp[] =
     "the format is told from the content). A PATH is a file, a folder (every .xml, .ocs and\n"
     ".json file below it, in name order) or - for standard input. Each inventory is one\n"
     "transaction: its asset, record, hardware, applications with their history, and software\n"
-    "folders and files. One line is printed per inventory, then the licence check: after all\n"
+    "folders and files. An inventory belongs to the asset with its device id, else its serial\n"
+    "number or system UUID, else its host name (unless that asset's serial or UUID differs), else\n"
+    "to a new asset (named \"HOST (2)\" when HOST is taken); a partial inventory replaces only\n"
+    "the sections it holds and is refused for a machine not known yet. One line is printed per\n"
+    "inventory, ending with the rule that found its asset (\"matched by device id\", \"... serial\n"
+    "number\", \"... system UUID\", \"... host name\" or \"no machine matched\"; --json: \"matchedBy\"\n"
+    "deviceId, serialNumber, systemUuid, hostName or none), then the licence check: after all\n"
     "files, every per-PC licence is compared with its installations once and an alert raised\n"
     "for each newly over-used application (--json: {\"inventories\": [one object each],\n"
     "\"overUsedApplications\": N, \"licenceAlerts\": N}). A damaged file changes nothing and is\n"
@@ -52,7 +58,7 @@ std::string Duration(double seconds) {
 }
 
 struct Result {
-    std::string file, name, status, line, error;
+    std::string file, name, host, status, line, error;
     ImportOutcome outcome;
 };
 
@@ -61,6 +67,8 @@ std::string JsonOf(const Result& r) {
     if (r.status == "failed") return json + ", \"error\": " + JsonText(r.error) + "}";
     const ImportOutcome& o = r.outcome;
     json += ", \"name\": " + JsonText(r.name) + ", \"asset\": " + std::to_string(o.asset) +
+            ", \"matchedBy\": " + JsonText(IdentityRuleKey(o.rule)) +
+            ", \"partial\": " + (o.partial ? "true" : "false") +
             ", \"applications\": " + std::to_string(o.applications) +
             ", \"applicationsAdded\": " + std::to_string(o.applicationsAdded) +
             ", \"applicationsRemoved\": " + std::to_string(o.applicationsRemoved) +
@@ -178,7 +186,8 @@ int RunImport(Context& context) {
         if (read) {
             const InventoryImportResult imported = importer.Import(result.file, text);
             applied = imported.status == InventoryImportStatus::kImported;
-            result.name = imported.hostName;
+            result.name = imported.outcome.assetName.empty() ? imported.hostName : imported.outcome.assetName;
+            result.host = imported.hostName;
             result.outcome = imported.outcome;
             result.error = imported.error;
         }
@@ -189,7 +198,9 @@ int RunImport(Context& context) {
             PrintError(result.error);
         } else {
             result.status = ImportStatusWord(result.outcome);
-            if (!json) std::cout << result.name << ": " << DescribeImport(result.outcome) << std::endl;
+            if (!json)
+                std::cout << result.name << ": " << DescribeImport(result.outcome) << "; "
+                          << DescribeMatch(result.outcome, result.host) << std::endl;
         }
         results.push_back(std::move(result));
     }

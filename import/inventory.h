@@ -3,7 +3,9 @@
 // writer applies it. Text is kept as the document's bytes (UTF-8 stays UTF-8), uncut.
 #pragma once
 
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/types.h"
@@ -63,11 +65,20 @@ struct InventoryAssetRecord {
 };
 
 struct Inventory {
-    std::string hostName;
-    std::string date;  // the inventory's own date "YYYY-MM-DD hh:mm:ss", empty when it has none
+    std::string hostName;  // empty only in a partial inventory without its "hardware" section
+    std::string deviceId;  // the agent's own id of the machine (DEVICEID, "deviceid"); may be empty
+    // A partial inventory carries only the sections that changed since the agent's last full
+    // one: the writer replaces what those sections give and leaves everything else as it is.
+    bool partial = false;
+    std::set<std::string> sections;  // the content sections the document holds (lower case)
+    std::string date;                // the inventory's own date "YYYY-MM-DD hh:mm:ss", empty when it has none
     InventoryIdentity identity;
     InventoryAssetRecord record;
     std::vector<InventoryHwValue> operatingSystem;  // items directly under "Operating System"
     std::vector<InventoryHwSection> hardware;
     std::vector<InventorySoftware> software;
+
+    // True when the inventory speaks for `section`: always for a full inventory, for a partial
+    // one only when it holds the section.
+    bool Carries(std::string_view section) const { return !partial || sections.count(std::string(section)) > 0; }
 };

@@ -31,6 +31,8 @@ struct ContentRecord {
 
 struct InventoryContent {
     std::vector<ContentRecord> records;  // in document order
+    std::string deviceId;                // the document's DEVICEID / "deviceid", outside the content
+    bool partial = false;                // JSON "partial": true (the changed sections only)
 };
 
 // How deep a reader follows nested elements or objects inside one record; deeper ones are

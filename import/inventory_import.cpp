@@ -90,6 +90,7 @@ InventoryImportResult CInventoryImporter::Import(const std::string& name, std::s
         if (!busy) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(20 * attempt));
     }
+    result.fullInventoryWanted = result.outcome.partialRefused;
     if (!messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
     result.status = busy ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
     return result;
@@ -109,5 +110,12 @@ std::string DescribeImport(const ImportOutcome& o) {
                        CountedText(o.hardwareChanges, "hardware change", "hardware changes");
     if (o.recordChanged) text += ", record changed";
     if (!o.renamedFrom.empty()) text += ", renamed from " + o.renamedFrom;
+    return text;
+}
+
+std::string DescribeMatch(const ImportOutcome& o, const std::string& hostName) {
+    if (o.rule != IdentityRule::kNone) return std::string("matched by ") + IdentityRuleWord(o.rule);
+    std::string text = "no machine matched";
+    if (!o.otherMachine.empty()) text += ": the asset " + hostName + " is another machine (" + o.otherMachine + ")";
     return text;
 }

@@ -22,7 +22,8 @@ struct InventoryImportResult {
     InventoryImportStatus status = InventoryImportStatus::kFailed;
     std::string hostName;  // the inventory's host name, once it was read
     ImportOutcome outcome;
-    std::string error;  // one line, for every status but kImported
+    std::string error;                 // one line, for every status but kImported
+    bool fullInventoryWanted = false;  // kFailed: a partial inventory of a machine not known yet
 };
 
 // Requires `db` open and `transactions` bound to it for the importer's lifetime; one thread at a
@@ -48,5 +49,9 @@ private:
 const char* ImportStatusWord(const ImportOutcome& outcome);
 // The line `norvik import` prints after the host name ("new asset, 3 applications, ...").
 std::string DescribeImport(const ImportOutcome& outcome);
+// How the inventory found its asset, as `norvik import` prints it after the outcome: "matched
+// by device id", "matched by host name", ... or "no machine matched" for a new asset, followed by
+// ": the asset NAME is another machine (REASON)" when the host's name was taken.
+std::string DescribeMatch(const ImportOutcome& outcome, const std::string& hostName);
 // "1,816 applications": `value` with thousands grouped and the word for one or many.
 std::string CountedText(ULong value, const char* one, const char* many);

@@ -462,6 +462,20 @@ std::string CategoryOf(const ContentRecord* hardware, const ContentRecord* bios)
 
 }  // namespace
 
+bool HardwareItemCarried(const Inventory& inventory, std::string_view path, std::string_view key) {
+    if (!inventory.partial) return true;
+    if (path == kSystemCategory && key == kDeviceIdKey) return !inventory.deviceId.empty();
+    for (const auto& map : SingleMaps()) {
+        const std::string_view category = *map.category ? map.category : CNorvik::m_szOS;
+        if (path == category && key == map.field.key && inventory.Carries(map.section)) return true;
+    }
+    const std::size_t bar = path.rfind('|');
+    if (bar == std::string_view::npos) return false;
+    for (const auto& map : SectionMaps())
+        if (path.substr(0, bar) == map.category && inventory.Carries(map.section)) return true;
+    return false;
+}
+
 bool MapInventory(const InventoryContent& content, Inventory& inventory, std::string& reason) {
     std::map<std::string, const ContentRecord*> singles;
     std::map<std::string, std::vector<const ContentRecord*>> repeated;
@@ -476,8 +490,12 @@ bool MapInventory(const InventoryContent& content, Inventory& inventory, std::st
     const ContentRecord* hardware = single("hardware");
     const ContentRecord* bios = single("bios");
 
+    inventory.deviceId = CutToColumn(content.deviceId, kImportColumnLimit);
+    inventory.partial = content.partial;
+    for (const auto& record : content.records) inventory.sections.insert(record.section);
     inventory.hostName = hardware ? CutToColumn(FirstOf(*hardware, "name"), kImportColumnLimit) : std::string();
-    if (inventory.hostName.empty()) {
+    // A partial inventory without its "hardware" section is recognised by its device id alone.
+    if (inventory.hostName.empty() && !(inventory.partial && !hardware && !inventory.deviceId.empty())) {
         reason = "the inventory names no host (no HARDWARE/NAME)";
         return false;
     }
@@ -497,6 +515,8 @@ bool MapInventory(const InventoryContent& content, Inventory& inventory, std::st
     inventory.record.category = CategoryOf(hardware, bios);
     MapNetworks(repeated["networks"], inventory);
 
+    if (!inventory.deviceId.empty())
+        SectionAt(inventory.hardware, kSystemCategory).values.push_back({kDeviceIdKey, inventory.deviceId, 0});
     for (const auto& map : SingleMaps()) {
         const ContentRecord* record = single(map.section);
         if (!record) continue;
@@ -510,12 +530,15 @@ bool MapInventory(const InventoryContent& content, Inventory& inventory, std::st
         int index = 0;
         for (const ContentRecord* record : repeated[map.section]) {
             ++index;
-            std::string name = PathPiece(FirstOf(*record, map.nameFields));
+            const std::string given = FirstOf(*record, map.nameFields);
+            std::string name = PathPiece(given);
             if (name.empty()) name = std::string(map.word) + " " + std::to_string(index);
             std::string unique = name;
             for (int copy = 2; !used.insert(unique).second; ++copy) unique = name + " (" + std::to_string(copy) + ")";
             InventoryHwSection section{std::string(map.category) + "|" + unique, {}};
             for (const auto& field : map.fields) AddMapped(*record, field, section.values);
+            // An entry known by its name alone ("VIDEOS" with a NAME only) is still an item.
+            if (section.values.empty() && !given.empty()) section.values.push_back({"Name", given, 0});
             if (!section.values.empty()) inventory.hardware.push_back(std::move(section));
         }
     }

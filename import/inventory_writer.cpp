@@ -20,7 +20,6 @@
 namespace {
 
 constexpr char kDelimiter = '|';
-const char* const kSystemCategory = "System";
 
 CString Column(const std::string& text) { return CString(CutToColumn(text, kImportColumnLimit).c_str()); }
 
@@ -41,6 +40,17 @@ std::string ColumnPath(const std::string& path) {
     }
 }
 
+// The make of a model whose maker the inventory does not name.
+const std::string kUnknownMake = "Unknown";
+
+// The kind bit of a machine of the mapping's category.
+ULong AssetKindOf(const std::string& category) {
+    if (category == "Laptop") return CNorvik::kAssetKindLaptop;
+    if (category == "Server") return CNorvik::kAssetKindServer;
+    if (category == "Virtual Machine") return CNorvik::kAssetKindVirtual;
+    return CNorvik::kAssetKindComputer;
+}
+
 // How EnumApplicationInstances (with versions) lists an instance.
 std::string InstanceText(const std::string& name, const std::string& version) {
     return version.empty() ? name : name + " [" + version + "]";
@@ -57,73 +67,99 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
     // like the entries; folders and files follow the applications they belong to.
     CFileWriter files(m_db);
     const Inventory& inventory = files.Recognise(given);
-    if (inventory.hostName.empty()) {
+    if (inventory.hostName.empty() && !(inventory.partial && !inventory.deviceId.empty())) {
         error = "(no name): the inventory names no host";
         return false;
     }
+    const std::string label = inventory.hostName.empty() ? inventory.deviceId : inventory.hostName;
     CTime when = CTime::GetCurrentTime();
     if (!inventory.date.empty()) {
         DateTimeParts parts;
         if (DateTimeParts::Parse(inventory.date.c_str(), &parts)) when = CTime(parts);
     }
+    // Before the inventory's transaction: a catalogue entry that fails to be added must not take
+    // the inventory with it (a failed statement ends a PostgreSQL transaction).
+    const CatalogueIds catalogue = ResolveCatalogue(inventory);
     if (!m_transactions.Begin()) {
-        error = inventory.hostName + ": the database refused to start a transaction";
+        error = label + ": the database refused to start a transaction";
         return false;
     }
     std::string reason;
     const bool written = Identify(inventory, when, outcome, reason) && WriteRecord(inventory, when, outcome, reason) &&
-                         WriteCatalogue(inventory, when, outcome, reason) &&
+                         WriteCatalogue(inventory, catalogue, when, outcome, reason) &&
                          WriteHardware(inventory, when, outcome, reason) &&
-                         WriteSoftware(inventory, when, outcome, reason) && files.Write(outcome.asset, reason);
-    if (written && m_transactions.Commit()) return true;
+                         (!inventory.Carries("softwares") ||
+                          (WriteSoftware(inventory, when, outcome, reason) && files.Write(outcome.asset, reason)));
+    if (written && m_transactions.Commit()) {
+        outcome.assetName = m_db.GetAssetName(outcome.asset).str();
+        return true;
+    }
     m_transactions.Rollback();
     m_categories.clear();
-    error = inventory.hostName + ": " + (written ? "the database refused to commit the inventory" : reason);
+    error = label + ": " + (written ? "the database refused to commit the inventory" : reason);
+    const bool refused = outcome.partialRefused;
     outcome = ImportOutcome{};
+    outcome.partialRefused = refused;
     return false;
 }
 
-ULong CInventoryWriter::FindBySystemItem(const char* key, const std::string& value) {
-    if (value.empty()) return 0;
-    const ULong category = m_db.hwFind(kSystemCategory, kDelimiter);
-    if (category == 0) return 0;
-    CSortList holders;
-    m_db.hwEnumByAsset(category, key, holders);
-    std::set<ULong> assets;
-    for (const CSortItem& item : holders)
-        if (item.text.str() == CutToColumn(value, kImportColumnLimit)) assets.insert(item.id);
-    return assets.size() == 1 ? *assets.begin() : 0;
-}
-
 bool CInventoryWriter::Identify(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason) {
-    const CString name = Column(inventory.hostName);
-    outcome.asset = m_db.FindAsset(name, 0, 1);
+    CAssetIdentity identity(m_db);
+    const IdentityMatch match = identity.Match(inventory);
+    outcome.rule = match.rule;
+    outcome.otherMachine = match.otherMachine;
+    outcome.partial = inventory.partial;
+    outcome.asset = match.asset;
     if (outcome.asset == 0) {
-        // A machine renamed since its last audit keeps its firmware identifiers: one asset holding
-        // the same serial (else UUID) is that machine. Several holders make the value ambiguous.
-        ULong renamed = FindBySystemItem("Serial Number", inventory.identity.biosSerial);
-        if (renamed == 0) renamed = FindBySystemItem("UUID", inventory.identity.systemUuid);
-        if (renamed != 0) {
-            outcome.renamedFrom = m_db.GetAssetName(renamed).str();
-            if (!m_db.SetAssetName(renamed, name, nullptr, 1, when)) {
-                reason = "the asset " + outcome.renamedFrom + " cannot be renamed";
-                return false;
-            }
-            outcome.asset = renamed;
+        if (inventory.partial) {
+            // A partial inventory holds a few sections of a machine: never enough to create one.
+            outcome.partialRefused = true;
+            reason = "a partial inventory of an unknown machine is refused (a full inventory is needed)";
+            return false;
         }
-    }
-    if (outcome.asset == 0) {
+        const std::string name = identity.FreeName(inventory.hostName);
+        if (name.empty()) {
+            reason = "no free name is left for the asset";
+            return false;
+        }
         const ULong ipLocation = inventory.record.primaryIPv4.empty()
                                      ? 0
                                      : m_db.locFindByIP(CIPAddress(CString(inventory.record.primaryIPv4.c_str())));
         const ULong location = ipLocation ? ipLocation : m_placement.given ? m_placement.location : 0;
-        outcome.asset = m_db.AddAsset(name, location, 0, 1, when);
+        outcome.asset = m_db.AddAsset(name.c_str(), location, 0, 1, when);
         outcome.newAsset = true;
         if (outcome.asset == 0) {
             reason = "the asset cannot be added";
             return false;
         }
+        if (name != CutToColumn(inventory.hostName, kImportColumnLimit)) {
+            const std::string why = "named " + name + ": the asset " + inventory.hostName + " is another machine" +
+                                    (match.otherMachine.empty() ? "" : " (" + match.otherMachine + ")");
+            if (!m_db.historyAddIdentityNote(outcome.asset, when, "Identity", why.c_str())) {
+                reason = "the naming of the asset cannot be recorded";
+                return false;
+            }
+        }
         return true;
+    }
+    // A machine renamed on the network keeps its asset, which takes the new name unless another
+    // asset holds it; an asset already named after the host with a suffix keeps its name.
+    const std::string current = m_db.GetAssetName(outcome.asset).str();
+    if (!inventory.hostName.empty() && !CAssetIdentity::IsNameOf(current, inventory.hostName)) {
+        const std::string name = identity.FreeName(inventory.hostName);
+        if (!name.empty()) {
+            outcome.renamedFrom = current;
+            if (!m_db.SetAssetName(outcome.asset, name.c_str(), nullptr, 1, when)) {
+                reason = "the asset " + current + " cannot be renamed";
+                return false;
+            }
+            const std::string why = "named " + name + ": the name " + inventory.hostName + " is another asset's";
+            if (name != CutToColumn(inventory.hostName, kImportColumnLimit) &&
+                !m_db.historyAddIdentityNote(outcome.asset, when, "Identity", why.c_str())) {
+                reason = "the naming of the asset cannot be recorded";
+                return false;
+            }
+        }
     }
     if (!m_db.historyAddReAudit(outcome.asset, when)) {
         reason = "the re-audit cannot be recorded";
@@ -158,7 +194,8 @@ bool CInventoryWriter::WriteRecord(const Inventory& inventory, CTime when, Impor
         reason = "the audit date cannot be stored";
         return false;
     }
-    if (outcome.newAsset) return true;
+    // A partial inventory without its networks says nothing of where the machine is.
+    if (outcome.newAsset || !inventory.Carries("networks")) return true;
     // Location: the range holding the primary address, else the one asked for, else where the
     // asset already is.
     const ULong ipLocation = record.primaryIPv4.empty() ? 0 : m_db.locFindByIP(address);
@@ -175,39 +212,65 @@ bool CInventoryWriter::WriteRecord(const Inventory& inventory, CTime when, Impor
     return true;
 }
 
-bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, CTime when, ImportOutcome& outcome,
-                                      std::string& reason) {
+CInventoryWriter::CatalogueIds CInventoryWriter::ResolveCatalogue(const Inventory& inventory) {
+    CatalogueIds ids;
     const InventoryAssetRecord& record = inventory.record;
-    if (record.category.empty()) return true;
+    if (record.category.empty() || !(inventory.Carries("hardware") || inventory.Carries("bios"))) return ids;
     // The catalogue answers with Knowledge Base entries first (when one is loaded) and site
-    // entries otherwise; a name it does not know becomes a site entry.
-    const ULong category = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueCategory, 0, record.category.c_str());
-    ULong make = 0;
-    if (category != 0 && !record.manufacturer.empty())
-        make = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueMake, category, record.manufacturer.c_str());
-    ULong model = 0;
-    if (make != 0 && !record.model.empty())
-        model = m_db.FindOrAddCatalogueEntry(CNorvik::kCatalogueModel, make, record.model.c_str());
-    if (category == 0 || (!record.manufacturer.empty() && make == 0) || (!record.model.empty() && model == 0)) {
-        reason = "the catalogue entries cannot be added";
-        return false;
+    // entries otherwise; a name it does not know becomes a site entry. A model whose maker the
+    // firmware leaves out goes under the make "Unknown".
+    // Entries are looked up first: a known entry (the usual case) then costs no transaction of
+    // its own.
+    auto entry = [&](int level, ULong parent, const std::string& name) {
+        ULong id = 0;
+        if (level == CNorvik::kCatalogueCategory) id = m_db.FindCategory(name.c_str());
+        if (level == CNorvik::kCatalogueMake) id = m_db.FindMake(parent, name.c_str());
+        if (level == CNorvik::kCatalogueModel) {
+            CSortList models;
+            m_db.EnumModels(parent, models, 1);
+            for (const CSortItem& item : models)
+                if (item.text.str() == name) id = id ? id : item.id;
+        }
+        return id != 0 ? id : m_db.FindOrAddCatalogueEntry(level, parent, name.c_str());
+    };
+    ids.category = entry(CNorvik::kCatalogueCategory, 0, record.category);
+    if (ids.category == 0 || !inventory.Carries("bios")) return ids;
+    const std::string& make = record.manufacturer.empty() && !record.model.empty() ? kUnknownMake : record.manufacturer;
+    if (!make.empty()) ids.make = entry(CNorvik::kCatalogueMake, ids.category, make);
+    if (ids.make != 0 && !record.model.empty()) ids.model = entry(CNorvik::kCatalogueModel, ids.make, record.model);
+    return ids;
+}
+
+bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, const CatalogueIds& ids, CTime when,
+                                      ImportOutcome& outcome, std::string& reason) {
+    const InventoryAssetRecord& record = inventory.record;
+    if (ids.category == 0) return true;
+    const ULong asset = outcome.asset;
+    // One kind bit, from what the inventory says the machine is.
+    const ULong kind = AssetKindOf(record.category);
+    if (!m_db.GetAssetStateFlag(asset, kind) || m_db.GetAssetStateFlag(asset, CNorvik::kAssetKindMask & ~kind)) {
+        m_db.SetAssetStateFlag(asset, CNorvik::kAssetKindMask & ~kind, 0);
+        m_db.SetAssetStateFlag(asset, kind, 1);
+        if (!m_db.GetAssetStateFlag(asset, kind)) {
+            reason = "the asset's kind cannot be stored";
+            return false;
+        }
+        if (!outcome.newAsset) outcome.recordChanged = true;
     }
     const int history = outcome.newAsset ? 0 : 1;
+    const std::string& make = record.manufacturer.empty() ? kUnknownMake : record.manufacturer;
     // The built-in fields take catalogue names; the make is looked up under the category just
-    // written and the model under the make, so the order matters.
+    // written and the model under the make, so the order matters. A field that cannot be stored
+    // is left as it was: the catalogue never refuses an inventory.
     const struct {
         const char* field;
         ULong id;
         const std::string& name;
     } fields[] = {
-        {"Category", category, record.category}, {"Make", make, record.manufacturer}, {"Model", model, record.model}};
+        {"Category", ids.category, record.category}, {"Make", ids.make, make}, {"Model", ids.model, record.model}};
     for (const auto& field : fields) {
-        if (field.id == 0) continue;
-        if (!m_db.userDataAdd(0, outcome.asset, field.field, field.name.c_str(), CNorvik::kUserDataAsset, history,
-                              when)) {
-            reason = std::string("the ") + field.field + " cannot be stored";
-            return false;
-        }
+        if (field.id == 0) break;
+        if (!m_db.userDataAdd(0, asset, field.field, field.name.c_str(), CNorvik::kUserDataAsset, history, when)) break;
     }
     return true;
 }
@@ -244,6 +307,12 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     plan(CNorvik::m_szOS, inventory.operatingSystem);
     for (const auto& section : inventory.hardware) plan(section.path, section.values);
     outcome.hardwareValues = static_cast<ULong>(planned.size());
+    // What a partial inventory does not speak for stays as it is.
+    for (const CHwItem& item : before) {
+        const std::string path = item.path.str();
+        if (!HardwareItemCarried(inventory, path, item.key.str()) && names.insert(item.Name().str()).second)
+            planned.push_back({path, item.key, item.value, item.flags});
+    }
 
     ULong removed = 0;
     for (const auto& [name, item] : old)

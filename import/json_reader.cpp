@@ -5,7 +5,9 @@
 //     "content": {
 //       "section": [ { "field": scalar, "group": { "field": scalar }, "list": [scalar ...] } ],
 //       "section": { ... }        -> one record
-//       "section": scalar         -> one record with one field "section" } }
+//       "section": scalar         -> one record with one field "section" },
+//     "deviceid": "text",         -> the content's device id
+//     "partial": true }           -> the content holds the changed sections only
 //
 // Scalars become text: strings as their bytes, numbers as written, true/false as "1"/"0"
 // (the XML form of the same flags); null values are left out.
@@ -15,6 +17,8 @@
 #include <rapidjson/error/en.h>
 
 #include <cctype>
+
+#include "import/identifiers.h"
 
 namespace {
 
@@ -96,6 +100,10 @@ bool ReadJsonContent(std::string_view text, InventoryContent& content, ContentEr
     const auto body = document.FindMember("content");
     if (body == document.MemberEnd() || !body->value.IsObject())
         return refuse("not an inventory (no \"content\" object)");
+    if (const auto id = document.FindMember("deviceid"); id != document.MemberEnd() && id->value.IsString())
+        content.deviceId = std::string(Trim(std::string_view(id->value.GetString(), id->value.GetStringLength())));
+    if (const auto partial = document.FindMember("partial"); partial != document.MemberEnd())
+        content.partial = partial->value.IsBool() && partial->value.GetBool();
     for (const auto& section : body->value.GetObject()) {
         const std::string name = Lower(section.name);
         if (section.value.IsArray()) {

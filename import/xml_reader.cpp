@@ -8,12 +8,15 @@
 //         GROUP                 -> nested: fields "group.field"
 //           FIELD text
 //       SECTION text            -> one record with one field "section"
-//     DEVICEID, QUERY ...       (outside CONTENT: ignored)
+//     DEVICEID text             -> the content's device id
+//     QUERY ...                 (outside CONTENT: ignored)
 #include "import/xml_reader.h"
 
 #include <pugixml.hpp>
 
 #include <cctype>
+
+#include "import/identifiers.h"
 
 namespace {
 
@@ -67,6 +70,7 @@ bool ReadXmlContent(std::string_view text, InventoryContent& content, ContentErr
                         "not an inventory (no <REQUEST><CONTENT> element)");
         return false;
     }
+    content.deviceId = std::string(Trim(root.child("DEVICEID").text().get()));
     for (const auto& section : body.children()) {
         if (section.type() != pugi::node_element) continue;
         ContentRecord record;

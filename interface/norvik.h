@@ -214,6 +214,20 @@ public:
     static constexpr ULong kAssetKindMask = 0xF0;      // filtered counts need one of these bits
     static constexpr ULong kAssetChild = 0x1000;       // _LOCATION names the parent asset
     static constexpr ULong kAssetUncounted = 0x1400C;  // any of these keeps a row out of filtered counts
+    // The kind bits, one per asset: what kind of machine an audit found.
+    static constexpr ULong kAssetKindComputer = 0x10;  // a desktop, or a computer of no known build
+    static constexpr ULong kAssetKindLaptop = 0x20;    // a portable computer
+    static constexpr ULong kAssetKindServer = 0x40;    // a server
+    static constexpr ULong kAssetKindVirtual = 0x80;   // a virtual machine
+    // "computer", "laptop", "server" or "virtual machine" for the lowest kind bit of `status`;
+    // null when it has none.
+    static const char* AssetKindName(ULong status) {
+        if (status & kAssetKindComputer) return "computer";
+        if (status & kAssetKindLaptop) return "laptop";
+        if (status & kAssetKindServer) return "server";
+        if (status & kAssetKindVirtual) return "virtual machine";
+        return nullptr;
+    }
 
     // Finds the asset named `name` anywhere (child assets too) or inserts it at `location` with
     // status kAssetNew, writing the "Initial Audit" record dated `when` when recordHistory is set.
@@ -753,6 +767,11 @@ public:
     // dated `when`, as the logon user. Returns the row's _ID; 0 on failure (reported).
     ULong historyAddReAudit(ULong asset, CTime when) {
         return historyAdd(asset, when, kHistChanged, kIconAsset, "", nullptr, nullptr, nullptr);
+    }
+    // Writes a note on how an audit was matched to the asset ("KEY changed : TEXT": operation 4,
+    // kind kIconPC) dated `when`, as the logon user. Returns the row's _ID; 0 on failure (reported).
+    ULong historyAddIdentityNote(ULong asset, CTime when, const char* key, const char* text) {
+        return historyAdd(asset, when, kHistChanged, kIconPC, key, text, nullptr, nullptr);
     }
 
     // ---- Security switch ----

@@ -67,13 +67,18 @@ TEST_P(DbTool, Assets) {
     EXPECT_EQ(Ok({"asset", "add", name, "--location", "HQ;Floor 2"}), "1  " + name + "\n");
     EXPECT_EQ(Ok({"asset", "add", "Mouse"}), "2  Mouse\n");
     EXPECT_EQ(Ok({"asset", "move", "Mouse", "--parent", name}), "moved 'Mouse' to child of " + name + "\n");
-    EXPECT_EQ(Ok({"asset", "list"}),
-              "Id  Name                   Place                           MAC address  IP address  Last audit\n"
-              " 2  Mouse                  child of O'Neil's 100%_PC caf\xE9                           never\n"
-              " 1  O'Neil's 100%_PC caf\xE9  HQ\\Floor 2                                               never\n");
+    EXPECT_EQ(
+        Ok({"asset", "list"}),
+        "Id  Name                   Kind             Place                           MAC address  IP address  "
+        "Last audit\n"
+        " 2  Mouse                  peripheral       child of O'Neil's 100%_PC caf\xE9                           "
+        "never\n"
+        " 1  O'Neil's 100%_PC caf\xE9  not yet audited  HQ\\Floor 2                                               "
+        "never\n");
     EXPECT_EQ(Ok({"asset", "list", "--location", "HQ;Floor 2", "--json"}),
               "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\\u00e9\", \"location\": 2, \"parent\": 0, \"place\": "
-              "\"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null}]\n");
+              "\"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
+              "\"not yet audited\"}]\n");
     EXPECT_EQ(Ok({"asset", "show", "Mouse", "--json"}),
               "{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of O'Neil's 100%_PC "
               "caf\\u00e9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "

@@ -66,9 +66,55 @@ TEST_P(ImportTool, FixturesImportThenReportUnchangedAndDamagedFilesChangeNothing
     EXPECT_EQ(third.exitCode, 1);
     EXPECT_EQ(LineCount(third.err), 2) << third.err;
     for (const std::string& line : Lines(third.out))
-        EXPECT_TRUE(line.ends_with(": unchanged") || line.find(", renamed from ") != std::string::npos ||
-                    line.starts_with("Licences: "))
-            << line;
+        if (line.starts_with("WS-") || line.starts_with("LAPTOP-7: ") || line.starts_with("OCS-NODE: ")) {
+            EXPECT_TRUE(line.find(": unchanged; matched by ") != std::string::npos ||
+                        line.find(", renamed from ") != std::string::npos)
+                << line;
+        }
+}
+
+TEST_P(ImportTool, EachLineNamesTheRuleThatFoundItsAssetAndAssetsNameTheirKind) {
+    const ToolResult run =
+        Import({(kFixtures / "agent1-desktop.xml").string(), (kFixtures / "agent1-laptop.xml").string(),
+                (kFixtures / "agent1-desktop-renamed.xml").string()});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::vector<std::string> lines = Lines(run.out);
+    ASSERT_EQ(lines.size(), 4u) << run.out;
+    EXPECT_TRUE(lines[0].starts_with("agent1: new asset, 1 application, ")) << lines[0];
+    EXPECT_TRUE(lines[0].ends_with(" hardware values; no machine matched")) << lines[0];
+    EXPECT_TRUE(lines[1].starts_with("agent1 (2): new asset, ")) << lines[1];
+    EXPECT_TRUE(
+        lines[1].ends_with("; no machine matched: the asset agent1 is another machine (serial number "
+                           "CZC0001DSK, not FBK-77-LAP)"))
+        << lines[1];
+    EXPECT_TRUE(lines[2].starts_with("reception-pc: ")) << lines[2];
+    EXPECT_TRUE(lines[2].ends_with(", renamed from agent1; matched by device id")) << lines[2];
+
+    const ToolResult json = Import({"--json", (kFixtures / "agent1-laptop.xml").string()});
+    EXPECT_NE(json.out.find("\"name\": \"agent1 (2)\", \"asset\": 2, \"matchedBy\": \"deviceId\", \"partial\": false"),
+              std::string::npos)
+        << json.out;
+
+    const std::string partial = WriteFile(
+        dir_.path / "partial.json",
+        R"({"action":"inventory","deviceid":"stranger-1","partial":true,"content":{"batteries":[{"name":"B"}]}})");
+    const ToolResult refused = Import({partial});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_NE(refused.err.find(
+                  "stranger-1: a partial inventory of an unknown machine is refused (a full inventory is needed)"),
+              std::string::npos)
+        << refused.err;
+    EXPECT_EQ(Count("ASSET"), 2u);
+
+    const std::vector<std::string> shown = Lines(Ok({"asset", "show", "agent1 (2)"}));
+    EXPECT_TRUE(std::any_of(shown.begin(), shown.end(), [](const std::string& line) {
+        return line.starts_with("Kind ") && line.ends_with(" laptop");
+    }));
+    EXPECT_NE(Ok({"asset", "show", "reception-pc", "--json"}).find("\"kind\": \"computer\""), std::string::npos);
+    const std::string list = Ok({"asset", "list"});
+    EXPECT_NE(list.find("agent1 (2)    laptop "), std::string::npos) << list;
+    EXPECT_NE(list.find("reception-pc  computer "), std::string::npos) << list;
+    EXPECT_EQ(Ok({"asset", "count", "--filtered"}), "2\n");
 }
 
 TEST_P(ImportTool, ReadsStandardInputAndRefusesMissingPathsAndBadWords) {
@@ -130,7 +176,7 @@ TEST_P(ImportTool, EverySharedSampleImportsWithAllItsSoftwareAndReimportsUnchang
         db_.reset();
         const ToolResult second = Import({file.string()});
         EXPECT_EQ(second.exitCode, 0) << second.err;
-        EXPECT_NE(second.out.find(": unchanged\nLicences: "), std::string::npos) << second.out;
+        EXPECT_NE(second.out.find(": unchanged; matched by "), std::string::npos) << second.out;
         EXPECT_EQ(Count("HISTORY"), history + 1);
         db_.reset();
     }
@@ -204,7 +250,7 @@ TEST_P(ImportTool, KnowledgeBaseRecognisesFilesAndAnswersForTheCatalogueAndReimp
     const ToolResult first = Run({"import", "--kb", kb, pc});
     ASSERT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(first.out,
-              "PC-KB: new asset, 2 applications, 2 hardware values\n"
+              "PC-KB: new asset, 2 applications, 2 hardware values; no machine matched\n"
               "Licences: 0 over-used applications, 0 new alerts\n");
     // The runtime's key file names the Knowledge Base's product, publisher and version.
     const ULong recognised = Number("select _ID from APPS where _MFR='Larch Labs' and _APP='Runtime'");
@@ -220,7 +266,8 @@ TEST_P(ImportTool, KnowledgeBaseRecognisesFilesAndAnswersForTheCatalogueAndReimp
     EXPECT_LT(category, 0xFFFFu);
 
     const ToolResult again = Run({"import", "--kb", kb, pc});
-    EXPECT_EQ(again.out, "PC-KB: unchanged\nLicences: 0 over-used applications, 0 new alerts\n") << again.err;
+    EXPECT_EQ(again.out, "PC-KB: unchanged; matched by host name\nLicences: 0 over-used applications, 0 new alerts\n")
+        << again.err;
     EXPECT_EQ(Number("select count(*) from HISTORY"), 2u) << "the initial audit and one re-audit";
 
     // Without a Knowledge Base the same category becomes a site entry.
@@ -240,7 +287,9 @@ TEST_P(ImportTool, OverUseCheckRunsOnceAfterTheFilesAndCountsItsAlertsInTheSumma
 
     const ToolResult run = Run({"import", files[0], files[1]});
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.out, "PC-A: unchanged\nPC-B: unchanged\nLicences: 1 over-used application, 1 new alert\n");
+    EXPECT_EQ(run.out,
+              "PC-A: unchanged; matched by host name\nPC-B: unchanged; matched by host name\n"
+              "Licences: 1 over-used application, 1 new alert\n");
     EXPECT_EQ(Number("select count(*) from LICALERTS"), 1u);
 
     const ToolResult json = Run({"--json", "import", files[0]});

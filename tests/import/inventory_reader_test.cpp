@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "import/inventory_mapping.h"
 #include "import/inventory_reader.h"
 #include "interface/norvik.h"
 
@@ -243,6 +245,85 @@ TEST(InventoryReader, HostileNestingIsSkippedNotFollowed) {
         EXPECT_TRUE(ReadInventory("in", text, inventory, error)) << error;
         EXPECT_EQ(inventory.hostName, "h");
     }
+}
+
+TEST(InventoryReader, DeviceIdAndPartialFlagComeFromOutsideTheContent) {
+    const Inventory xml = ReadFixture("agent1-desktop.xml");
+    EXPECT_EQ(xml.deviceId, "agent1-2021-05-03-08-15-00");
+    EXPECT_FALSE(xml.partial);
+    EXPECT_EQ(Item(xml, "System", "Device ID"), "agent1-2021-05-03-08-15-00/0");
+    const Inventory full = ReadFixture("glpi-full.json");
+    EXPECT_EQ(full.deviceId, "glpi-laptop-2023-02-01-10-00-00");
+    EXPECT_FALSE(full.partial);
+    EXPECT_TRUE(full.Carries("networks")) << "a full inventory speaks for every section, held or not";
+    const Inventory partial = ReadFixture("glpi-partial-batteries.json");
+    EXPECT_TRUE(partial.partial);
+    EXPECT_EQ(partial.hostName, "") << "known by its device id alone";
+    EXPECT_EQ(partial.sections, std::set<std::string>{"batteries"});
+    EXPECT_TRUE(partial.Carries("batteries"));
+    EXPECT_FALSE(partial.Carries("softwares"));
+    EXPECT_EQ(Item(partial, "Batteries|BAT1", "Capacity"), "20000/0");
+
+    // Without its device id a partial inventory has nothing to be known by; "partial" must be true.
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(
+        ReadInventory("p.json", R"({"partial":true,"content":{"batteries":[{"name":"B"}]}})", inventory, error));
+    EXPECT_EQ(error, "p.json: line 1, column 1: the inventory names no host (no HARDWARE/NAME)");
+    EXPECT_FALSE(ReadInventory("p.json", R"({"partial":"yes","deviceid":"d","content":{"batteries":[{"name":"B"}]}})",
+                               inventory, error));
+}
+
+TEST(InventoryReader, EntriesKnownByTheirNameAloneAreKeptAsItems) {
+    EXPECT_EQ(Item(ReadFixture("agent1-desktop.xml"), "Video|Contoso Graphics 620", "Name"), "Contoso Graphics 620/0");
+    const char* text =
+        "<REQUEST><CONTENT><HARDWARE><NAME>h</NAME></HARDWARE>"
+        "<MONITORS><CAPTION>Panel 24</CAPTION></MONITORS><MODEMS><NAME>Dial</NAME></MODEMS>"
+        "<PRINTERS><NAME>Laser</NAME><PORT>LPT1</PORT></PRINTERS><SOUNDS></SOUNDS></CONTENT></REQUEST>";
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(ReadInventory("in", text, inventory, error)) << error;
+    EXPECT_EQ(Item(inventory, "Monitors|Panel 24", "Name"), "Panel 24/0");
+    EXPECT_EQ(Item(inventory, "Modems|Dial", "Name"), "Dial/0");
+    EXPECT_EQ(Item(inventory, "Printers|Laser", "Name"), "(absent)") << "an entry with values needs no Name";
+    EXPECT_EQ(Section(inventory, "Sound|Sound Device 1"), nullptr) << "an entry with nothing at all is left out";
+}
+
+// Which stored items an inventory speaks for: everything when full; when partial, the items its
+// sections map to.
+TEST(InventoryReader, PartialInventorySpeaksOnlyForTheItemsOfItsSections) {
+    Inventory full;
+    Inventory partial;
+    partial.partial = true;
+    partial.sections = {"batteries", "bios"};
+    partial.deviceId = "d";
+    const struct {
+        const char* path;
+        const char* key;
+        bool carried;
+    } cases[] = {
+        {"Batteries|BAT0", "Capacity", true},
+        {"Batteries|BAT0|Deeper", "Capacity", false},
+        {"Processors|Processor 1", "Speed", false},
+        {"System", "Serial Number", true},    // bios
+        {"System", "UUID", false},            // hardware
+        {"System", "Chassis Type", true},     // hardware or bios
+        {"System", "Device ID", true},        // the device id it carries
+        {"Motherboard", "Model", true},       // bios
+        {"Operating System", "Name", false},  // hardware or operatingsystem
+        {"Storage|Logical Volumes|lv0", "Size", false},
+        {"Custom", "Asset Tag", false},  // written by hand: no section owns it
+    };
+    for (const auto& c : cases) {
+        EXPECT_TRUE(HardwareItemCarried(full, c.path, c.key)) << c.path;
+        EXPECT_EQ(HardwareItemCarried(partial, c.path, c.key), c.carried) << c.path << " " << c.key;
+    }
+    partial.sections = {"logical_volumes", "operatingsystem"};
+    partial.deviceId.clear();
+    EXPECT_TRUE(HardwareItemCarried(partial, "Storage|Logical Volumes|lv0", "Size"));
+    EXPECT_FALSE(HardwareItemCarried(partial, "Storage|sda", "Size"));
+    EXPECT_TRUE(HardwareItemCarried(partial, "Operating System", "Name"));
+    EXPECT_FALSE(HardwareItemCarried(partial, "System", "Device ID"));
 }
 
 }  // namespace
