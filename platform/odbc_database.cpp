@@ -120,7 +120,7 @@ void CDatabase::CommitTrans() {
     // makes the SQLite driver try the commit once more, and its "no transaction is active"
     // would replace the reason. The transaction is ended by a rollback before that.
     const CDBException failure = Diagnostic(SQL_HANDLE_DBC, m_hdbc, rc);
-    SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
+    RollbackInDriver();
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     throw failure;
@@ -130,11 +130,27 @@ void CDatabase::Rollback() {
     m_inTransaction = false;
     const bool lost = m_transactionLost;
     m_transactionLost = false;
-    const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
+    const SQLRETURN rc = RollbackInDriver();
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
-    // After the engine's own rollback the driver's "no transaction is active" is expected.
     if (!lost) Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}
+
+int CDatabase::RollbackInDriver() {
+    const auto hdbc = static_cast<SQLHDBC>(m_hdbc);
+    SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, hdbc, SQL_ROLLBACK);
+    if (SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA || m_engine != SqlEngine::Sqlite) return rc;
+    // The engine ended the transaction on its own, and its "no transaction is active" leaves
+    // the SQLite driver believing one is still open: it would begin none for the next
+    // transaction, whose statements would then each commit alone. A transaction begun by hand
+    // gives the driver's rollback one to end (inside a live one the begin just fails).
+    try {
+        COdbcStatement begin(*this);
+        begin.ExecDirect("begin");
+    } catch (const CDBException&) {
+        // Then the second rollback reports the connection's trouble.
+    }
+    return SQLEndTran(SQL_HANDLE_DBC, hdbc, SQL_ROLLBACK);
 }
 
 namespace {

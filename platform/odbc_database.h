@@ -73,6 +73,8 @@ public:
 private:
     void MatchClientEncoding();
     static CDBException LostTransaction();
+    // SQLEndTran(SQL_ROLLBACK), leaving the driver with no transaction open; its return code.
+    int RollbackInDriver();
 
     void* m_henv = nullptr;
     void* m_hdbc = nullptr;
