@@ -39,7 +39,8 @@ const char kHelp[] =
     "files, every per-PC licence is compared with its installations once and an alert raised\n"
     "for each newly over-used application (--json: {\"inventories\": [one object each],\n"
     "\"overUsedApplications\": N, \"licenceAlerts\": N}). A damaged file changes nothing and is\n"
-    "reported; the others are still imported and the exit code is then 1.\n"
+    "reported; the others are still imported and the exit code is then 1. A lost connection to\n"
+    "the database server stops the import at once (exit code 1).\n"
     "LOCATION (an id or a path) places assets that no address range claims.\n"
     "FILE, a Knowledge Base, recognises applications among the inventories' files and answers\n"
     "first for category, make and model (the site's own entries otherwise).\n";
@@ -185,6 +186,13 @@ int RunImport(Context& context) {
         bool applied = false;
         if (read) {
             const InventoryImportResult imported = importer.Import(result.file, text);
+            if (imported.status == InventoryImportStatus::kConnectionLost) {
+                // Every later file, the licence check and the summary would fail the same way.
+                progress.Clear();
+                return Fail("the connection to the database was lost while importing " + result.file +
+                            "; stopped after " + CountedText(i, "inventory", "inventories") +
+                            " (nothing of this one was written)");
+            }
             applied = imported.status == InventoryImportStatus::kImported;
             result.name = imported.outcome.assetName.empty() ? imported.hostName : imported.outcome.assetName;
             result.host = imported.hostName;

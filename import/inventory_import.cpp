@@ -1,15 +1,13 @@
-// Reading and applying one inventory, with the busy engine waited out.
+// Reading and applying one inventory, and telling how it ended.
 #include "import/inventory_import.h"
-
-#include <chrono>
-#include <thread>
 
 #include "import/inventory_reader.h"
 
 namespace {
 
-// Attempts of one inventory when the engine reports the database busy or locked.
-constexpr int kBusyAttempts = 20;
+// Attempts of one inventory that PostgreSQL chose as a deadlock's or serialisation conflict's
+// victim: the engine asks for the transaction to be run again.
+constexpr int kConflictAttempts = 3;
 
 // Collects the library's messages of one attempt, so a busy engine can be told from a failure.
 struct Messages {
@@ -19,9 +17,9 @@ struct Messages {
         if (message) self->text += std::string(message) + " ";
         return 1;  // IDOK
     }
-    bool Busy() const {
-        return text.find("locked") != std::string::npos || text.find("busy") != std::string::npos ||
-               text.find("could not serialize") != std::string::npos || text.find("deadlock") != std::string::npos;
+    bool Busy() const { return text.find("locked") != std::string::npos || text.find("busy") != std::string::npos; }
+    bool Conflict() const {
+        return text.find("could not serialize") != std::string::npos || text.find("deadlock") != std::string::npos;
     }
 };
 
@@ -65,7 +63,7 @@ std::string CountedText(ULong value, const char* one, const char* many) {
 }
 
 CInventoryImporter::CInventoryImporter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
-    : m_db(db), m_writer(db, transactions, placement) {}
+    : m_db(db), m_transactions(transactions), m_writer(db, transactions, placement) {}
 
 InventoryImportResult CInventoryImporter::Import(const std::string& name, std::string_view text) {
     InventoryImportResult result;
@@ -77,22 +75,23 @@ InventoryImportResult CInventoryImporter::Import(const std::string& name, std::s
     result.hostName = inventory.hostName;
     Messages messages;
     const BorrowedMessages borrowed(m_db, messages);
-    bool busy = false;
-    for (int attempt = 1; attempt <= kBusyAttempts; ++attempt) {
+    for (int attempt = 1;; ++attempt) {
         messages.text.clear();
         if (m_writer.Apply(inventory, result.outcome, result.error)) {
             result.status = InventoryImportStatus::kImported;
             result.error.clear();
             return result;
         }
-        // A refused begin or commit is the engine's lock too: nothing else refuses them.
-        busy = messages.Busy() || result.error.find(" refused to ") != std::string::npos;
-        if (!busy) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20 * attempt));
+        if (!messages.Conflict() || attempt == kConflictAttempts) break;
+    }
+    if (m_transactions.ConnectionLost()) {
+        result.status = InventoryImportStatus::kConnectionLost;
+        result.error = "the connection to the database was lost";
+        return result;
     }
     result.fullInventoryWanted = result.outcome.partialRefused;
     if (!messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
-    result.status = busy ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
+    result.status = messages.Busy() ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
     return result;
 }
 

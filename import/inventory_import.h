@@ -1,6 +1,6 @@
 // The one path by which an inventory document reaches the Audit Database, shared by `norvik
-// import` and the server: read the document, then apply it as one transaction, waiting out an
-// engine that is busy with another writer.
+// import` and the server: read the document, then apply it as one transaction. Concurrent
+// writers wait in the engine (see SqlImportTransactions), not here.
 #pragma once
 
 #include <string>
@@ -12,10 +12,12 @@
 
 // How one document ended.
 enum class InventoryImportStatus {
-    kImported,  // committed; `outcome` says what changed
-    kDamaged,   // the document cannot be read as an inventory; nothing was written
-    kBusy,      // the engine stayed busy (another writer) past the bound; nothing was written
-    kFailed,    // a write failed; the transaction was rolled back, nothing was written
+    kImported,        // committed; `outcome` says what changed
+    kDamaged,         // the document cannot be read as an inventory; nothing was written
+    kBusy,            // the engine stayed busy (another writer) past its time-out; nothing was written
+    kFailed,          // a write failed; the transaction was rolled back, nothing was written
+    kConnectionLost,  // the link to the database server is gone; nothing of this inventory was
+                      // written, and no later one can be: the caller stops
 };
 
 struct InventoryImportResult {
@@ -28,13 +30,15 @@ struct InventoryImportResult {
 
 // Requires `db` open and `transactions` bound to it for the importer's lifetime; one thread at a
 // time. While Import runs it replaces the database's message-box callback with its own (to tell
-// a busy engine from a failure) and puts the caller's back before it returns.
+// a busy engine from a failure, and to keep the library's messages off the caller's output) and
+// puts the caller's back before it returns.
 class CInventoryImporter {
 public:
     CInventoryImporter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement = {});
 
     // Reads `text` (named `name` in messages) and applies it; answers only after the transaction
-    // committed or rolled back.
+    // committed or rolled back. An inventory that fails is not tried again, except when
+    // PostgreSQL ended its transaction to break a deadlock or a serialisation conflict.
     InventoryImportResult Import(const std::string& name, std::string_view text);
 
     // The writer, for callers that hold an inventory already read.
@@ -42,6 +46,7 @@ public:
 
 private:
     CNorvik& m_db;
+    ImportTransactions& m_transactions;
     CInventoryWriter m_writer;
 };
 

@@ -1,6 +1,8 @@
 // Diagnostic records into exceptions.
 #include "platform/odbc_check.h"
 
+#include "platform/odbc_database.h"
+
 namespace platform::odbc {
 
 void FirstDiagnostic(SQLSMALLINT handleType, SQLHANDLE handle, CString* message, SQLINTEGER* native) {
@@ -34,6 +36,13 @@ CDBException Diagnostic(SQLSMALLINT handleType, SQLHANDLE handle, SQLRETURN rc) 
                                                       : "Environment";
     origin.Format("State:%s,Native:%d,Origin:%s", reinterpret_cast<const char*>(state), static_cast<int>(native), kind);
     return CDBException(rc, message, origin);
+}
+
+void CheckStatement(CDatabase& db, SQLRETURN rc, SQLHSTMT hstmt) {
+    if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO || rc == SQL_NO_DATA) return;
+    CDBException failure = Diagnostic(SQL_HANDLE_STMT, hstmt, rc);
+    db.NoteFailure(failure);
+    throw failure;
 }
 
 }  // namespace platform::odbc

@@ -7,6 +7,8 @@
 
 #include "platform/exceptions.h"
 
+class CDatabase;
+
 namespace platform::odbc {
 
 // The first diagnostic record of a handle as a CDBException: the return code, the message,
@@ -21,5 +23,9 @@ inline void Check(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle) {
     if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO || rc == SQL_NO_DATA) return;
     throw Diagnostic(handleType, handle, rc);
 }
+
+// Check for an execution or a fetch of a statement of `db`: the failure is also told to the
+// connection (CDatabase::NoteFailure), which may then refuse the rest of the transaction.
+void CheckStatement(CDatabase& db, SQLRETURN rc, SQLHSTMT hstmt);
 
 }  // namespace platform::odbc

@@ -3,6 +3,9 @@
 
 #include <strings.h>
 
+#include <cstdlib>
+#include <cstring>
+
 #include "platform/odbc_check.h"
 #include "platform/odbc_prepared.h"
 #include "platform/odbc_statement.h"
@@ -68,6 +71,7 @@ void CDatabase::Close() {
     }
     m_engine = SqlEngine::Unknown;
     m_inTransaction = false;
+    m_transactionLost = false;
     m_dbmsName.Empty();
 }
 
@@ -95,9 +99,16 @@ void CDatabase::BeginTrans() {
                             reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0),
           SQL_HANDLE_DBC, m_hdbc);
     m_inTransaction = true;
+    m_transactionLost = false;
 }
 
 void CDatabase::CommitTrans() {
+    if (m_transactionLost) {
+        // The engine already rolled back; the driver still thinks a transaction is open.
+        const CDBException refused = LostTransaction();
+        Rollback();
+        throw refused;
+    }
     m_inTransaction = false;
     const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_COMMIT);
     if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO || rc == SQL_NO_DATA) {
@@ -109,7 +120,7 @@ void CDatabase::CommitTrans() {
     // makes the SQLite driver try the commit once more, and its "no transaction is active"
     // would replace the reason. The transaction is ended by a rollback before that.
     const CDBException failure = Diagnostic(SQL_HANDLE_DBC, m_hdbc, rc);
-    SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
+    RollbackInDriver();
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
     throw failure;
@@ -117,10 +128,64 @@ void CDatabase::CommitTrans() {
 
 void CDatabase::Rollback() {
     m_inTransaction = false;
-    const SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, static_cast<SQLHDBC>(m_hdbc), SQL_ROLLBACK);
+    const bool lost = m_transactionLost;
+    m_transactionLost = false;
+    const SQLRETURN rc = RollbackInDriver();
     SQLSetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_AUTOCOMMIT,
                       reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0);
-    Check(rc, SQL_HANDLE_DBC, m_hdbc);
+    if (!lost) Check(rc, SQL_HANDLE_DBC, m_hdbc);
+}
+
+int CDatabase::RollbackInDriver() {
+    const auto hdbc = static_cast<SQLHDBC>(m_hdbc);
+    SQLRETURN rc = SQLEndTran(SQL_HANDLE_DBC, hdbc, SQL_ROLLBACK);
+    if (SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA || m_engine != SqlEngine::Sqlite) return rc;
+    // The engine ended the transaction on its own, and its "no transaction is active" leaves
+    // the SQLite driver believing one is still open: it would begin none for the next
+    // transaction, whose statements would then each commit alone. A transaction begun by hand
+    // gives the driver's rollback one to end (inside a live one the begin just fails).
+    try {
+        COdbcStatement begin(*this);
+        begin.ExecDirect("begin");
+    } catch (const CDBException&) {
+        // Then the second rollback reports the connection's trouble.
+    }
+    return SQLEndTran(SQL_HANDLE_DBC, hdbc, SQL_ROLLBACK);
+}
+
+namespace {
+
+// SQLite's primary result codes after which the engine may have rolled back the transaction:
+// SQLITE_BUSY, SQLITE_NOMEM, SQLITE_INTERRUPT, SQLITE_IOERR, SQLITE_CORRUPT, SQLITE_FULL.
+bool MayEndSqliteTransaction(const CDBException& failure) {
+    const char* native = std::strstr(failure.m_strStateNativeOrigin.c_str(), "Native:");
+    const long code = native ? std::strtol(native + 7, nullptr, 10) & 0xFF : 0;
+    return code == 5 || code == 7 || code == 9 || code == 10 || code == 11 || code == 13;
+}
+
+}  // namespace
+
+CDBException CDatabase::LostTransaction() {
+    return CDBException(SQL_ERROR,
+                        "the database rolled the transaction back after an earlier failure; "
+                        "no further statement of it runs",
+                        "State:40000,Native:0,Origin:Connection");
+}
+
+void CDatabase::CheckStatement() const {
+    if (m_transactionLost) throw LostTransaction();
+}
+
+void CDatabase::NoteFailure(const CDBException& failure) {
+    if (m_inTransaction && m_engine == SqlEngine::Sqlite && MayEndSqliteTransaction(failure)) m_transactionLost = true;
+}
+
+bool CDatabase::ConnectionDead() const {
+    if (!m_hdbc) return true;
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    const SQLRETURN rc =
+        SQLGetConnectAttr(static_cast<SQLHDBC>(m_hdbc), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead, nullptr);
+    return SQL_SUCCEEDED(rc) && dead == SQL_CD_TRUE;
 }
 
 TransactionScope::TransactionScope(CDatabase& db) : m_db(db), m_owned(!db.InTransaction()) {

@@ -46,6 +46,19 @@ public:
     void Rollback();
     bool InTransaction() const { return m_inTransaction; }
 
+    // SQLite rolls a whole transaction back on its own after some failures (a full disk, an I/O
+    // error, memory, an interrupt), and the driver does not notice: every later statement would
+    // run, and commit, on its own. After such a failure inside a transaction the connection
+    // refuses every statement until Rollback (CommitTrans rolls back and throws), so nothing of
+    // the transaction can be committed piecemeal. The statement classes call CheckStatement
+    // before each execution (it throws the refusal) and NoteFailure with each failure.
+    bool TransactionLost() const { return m_transactionLost; }
+    void CheckStatement() const;
+    void NoteFailure(const CDBException& failure);
+    // True when the driver reports the link to the server gone (a PostgreSQL server that was
+    // stopped or that ended this session); false while connected and for drivers that cannot say.
+    bool ConnectionDead() const;
+
     CString GetDbmsName() const { return m_dbmsName; }
     SqlEngine GetEngine() const { return m_engine; }
     const CString& GetConnect() const { return m_connect; }
@@ -59,6 +72,9 @@ public:
 
 private:
     void MatchClientEncoding();
+    static CDBException LostTransaction();
+    // SQLEndTran(SQL_ROLLBACK), leaving the driver with no transaction open; its return code.
+    int RollbackInDriver();
 
     void* m_henv = nullptr;
     void* m_hdbc = nullptr;
@@ -67,6 +83,7 @@ private:
     CString m_dbmsName;
     SqlEngine m_engine = SqlEngine::Unknown;
     bool m_inTransaction = false;
+    bool m_transactionLost = false;
     std::unordered_map<std::string, std::unique_ptr<COdbcPrepared>> m_prepared;
 };
 

@@ -46,14 +46,15 @@ void COdbcPrepared::SetText(int number, const char* text) {
 void COdbcPrepared::Execute() {
     const auto hstmt = static_cast<SQLHSTMT>(m_hstmt);
     SQLFreeStmt(hstmt, SQL_CLOSE);
-    Check(SQLExecute(hstmt), SQL_HANDLE_STMT, hstmt);
+    m_statement.Database().CheckStatement();
+    platform::odbc::CheckStatement(m_statement.Database(), SQLExecute(hstmt), hstmt);
 }
 
 bool COdbcPrepared::Fetch() {
     const auto hstmt = static_cast<SQLHSTMT>(m_hstmt);
     const SQLRETURN rc = SQLFetch(hstmt);
     if (rc == SQL_NO_DATA) return false;
-    Check(rc, SQL_HANDLE_STMT, hstmt);
+    platform::odbc::CheckStatement(m_statement.Database(), rc, hstmt);
     return true;
 }
 

@@ -23,8 +23,10 @@ bool CRecordset::Open(int /*openType*/, const char* sql, ULong /*options*/) {
         SQLSetStmtAttr(hstmt, SQL_ATTR_QUERY_TIMEOUT,
                        reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(m_pDatabase->GetQueryTimeout())), 0);
     try {
-        Check(SQLExecDirect(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql ? sql : "")), SQL_NTS),
-              SQL_HANDLE_STMT, hstmt);
+        m_pDatabase->CheckStatement();
+        platform::odbc::CheckStatement(
+            *m_pDatabase, SQLExecDirect(hstmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql ? sql : "")), SQL_NTS),
+            hstmt);
         SQLSMALLINT count = 0;
         Check(SQLNumResultCols(hstmt, &count), SQL_HANDLE_STMT, hstmt);
         m_columns.clear();
@@ -84,7 +86,7 @@ void CRecordset::FetchRow() {
         m_eof = true;
         return;
     }
-    Check(rc, SQL_HANDLE_STMT, hstmt);
+    platform::odbc::CheckStatement(*m_pDatabase, rc, hstmt);
     for (std::size_t i = 0; i < m_columns.size(); ++i) ReadField(i, m_row[i]);
 }
 

@@ -5,7 +5,7 @@
 
 using platform::odbc::Check;
 
-COdbcStatement::COdbcStatement(CDatabase& db) {
+COdbcStatement::COdbcStatement(CDatabase& db) : m_db(db) {
     if (!db.IsOpen())
         throw CDBException(SQL_ERROR, "The database is not open", "State:08003,Native:0,Origin:Connection");
     SQLHSTMT hstmt = SQL_NULL_HSTMT;
@@ -34,7 +34,8 @@ int COdbcStatement::ExecDirect(const char* statement) {
 }
 
 void COdbcStatement::ExecDirectChecked(const char* statement) {
-    Check(static_cast<SQLRETURN>(ExecDirect(statement)), SQL_HANDLE_STMT, m_hstmt);
+    m_db.CheckStatement();
+    platform::odbc::CheckStatement(m_db, static_cast<SQLRETURN>(ExecDirect(statement)), m_hstmt);
 }
 
 void COdbcStatement::DiscardResults() {

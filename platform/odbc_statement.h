@@ -35,7 +35,9 @@ public:
     static constexpr int kNoData = 100;
 
     void* GetHandle() const { return m_hstmt; }
+    CDatabase& Database() const { return m_db; }
 
 private:
+    CDatabase& m_db;
     void* m_hstmt = nullptr;
 };
