@@ -32,16 +32,17 @@ int RunSecurity(Context& context) {
     const SubCommandSpec* command = PickSubCommand("security", context.args, kSubCommands, &words);
     if (!command) return kExitUsage;
     const std::string sub = command->name;
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        if (sub != "status") return db.EnableSecurity(sub == "on") ? kExitOk : kExitFailed;
-        const int enabled = db.IsSecurityEnabled();
-        if (watch.Shown()) return kExitFailed;
-        if (context.options.json)
-            std::cout << JsonObject().Flag("enabled", enabled != 0).str() << '\n';
-        else
-            std::cout << (enabled ? "on" : "off") << '\n';
-        return kExitOk;
-    });
+    return WithDatabase(context, sub == "status" ? Access::kRead : Access::kWrite,
+                        [&](CNorvikSql& db, const MessageWatch& watch) {
+                            if (sub != "status") return db.EnableSecurity(sub == "on") ? kExitOk : kExitFailed;
+                            const int enabled = db.IsSecurityEnabled();
+                            if (watch.Shown()) return kExitFailed;
+                            if (context.options.json)
+                                std::cout << JsonObject().Flag("enabled", enabled != 0).str() << '\n';
+                            else
+                                std::cout << (enabled ? "on" : "off") << '\n';
+                            return kExitOk;
+                        });
 }
 
 }  // namespace cli

@@ -190,7 +190,7 @@ int Show(Context& context, const std::vector<std::string>& words) {
     Words args;
     if (auto error = SplitWords(words, {{"--unassigned"}, {"--folder"}, 1, 1}, &args); !error.empty())
         return Usage(error == "wrong number of arguments" ? "name one asset" : error);
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     const Resolved asset = ResolveAsset(*db, args.positional[0]);
