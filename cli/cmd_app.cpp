@@ -10,6 +10,7 @@
 #include "cli/resolve_app.h"
 #include "cli/resolve_asset.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 #include "sql/sql_recordset.h"
 
 namespace cli {
@@ -327,7 +328,7 @@ int RunApp(Context& context) {
     if (!command) return kExitUsage;
     const std::string sub = command->name;
     const auto& p = words.positional;
-    if (sub == "add" && p[1].empty()) return Usage("an application needs a name");
+    if (sub == "add" && IsBlankName(p[1])) return Usage("an application needs a name, not only spaces");
     if (sub == "rename-publisher" && p[0] == p[1]) return Usage("the old and the new publisher are the same");
 
     const bool reads = sub == "list" || sub == "publishers" || sub == "duplicates" || sub == "orphans";

@@ -4,6 +4,7 @@
 
 #include "cli/cli_context.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 
 namespace cli {
 
@@ -66,7 +67,7 @@ int RunDiscover(Context& context) {
     const auto& p = words.positional;
     CIPAddress ip;
     if (sub == "add") {
-        if (p[0].empty()) return UsageError("a computer name may not be empty");
+        if (IsBlankName(p[0])) return UsageError("a computer name may not be empty or made only of spaces");
         if (words.Has("--ip") && !ParseAddress(words.Value("--ip"), &ip))
             return UsageError("not a dotted IPv4 address: " + words.Value("--ip"));
     }

@@ -120,6 +120,10 @@ std::string CheckAddOptions(const Words& words, int type) {
         if (words.Has(option) && !ParseInt(words.Value(option), &number))
             return std::string(option) + " needs a whole number between -2147483648 and 2147483647";
     if (type == CAssetFieldDef::kText && words.Has("--max") && number < 0) return "--max may not be negative";
+    int least = 0, most = 0;
+    if (words.Has("--min") && words.Has("--max") && ParseInt(words.Value("--min"), &least) &&
+        ParseInt(words.Value("--max"), &most) && least > most)
+        return "--min " + words.Value("--min") + " is greater than --max " + words.Value("--max");
     if (words.Has("--case")) {
         const std::string& rule = words.Value("--case");
         if (rule != "upper" && rule != "lower" && rule != "title") return "--case takes upper, lower or title";

@@ -201,7 +201,7 @@ int RunImport(Context& context) {
             PrintError(result.error);
         } else {
             result.status = ImportStatusWord(result.outcome);
-            if (!json) std::cout << result.name << ": " << DescribeImport(result.outcome) << std::endl;
+            if (!json) std::cout << TerminalText(result.name) << ": " << DescribeImport(result.outcome) << std::endl;
         }
         results.push_back(std::move(result));
     }

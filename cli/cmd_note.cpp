@@ -40,6 +40,16 @@ const Name kTables[] = {
     {"make", CNorvik::tableMake},
     {"model", CNorvik::tableModel},
 };
+// The database table of each note table, in the order of TABLEIDX from tableLocation.
+const char* const kRecordTables[] = {"LOCDATA", "ASSET", "APPS",     "APPINST", "HW",   "HISTORY",
+                                     "LICTYPE", "USERS", "DISCOVER", "CAT",     "MAKE", "MODEL"};
+
+// Whether `record` exists in note table `table`: a note of a missing record would never be seen.
+// Throws CDBException when the table cannot be read.
+bool RecordExists(CNorvikSql& db, int table, ULong record) {
+    return db.SelectNumber(kRecordTables[table - CNorvik::tableLocation], "_ID", record) == record;
+}
+
 const Name kTypes[] = {
     {"comment", CNorvik::noteComment}, {"warning", CNorvik::noteWarning}, {"reminder", CNorvik::noteReminder}};
 
@@ -139,6 +149,13 @@ int RunNote(Context& context) {
     return WithDatabase(
         context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
             if (sub == "add") {
+                try {
+                    if (!RecordExists(db, table, record))
+                        return Fail(std::string("there is no ") + kTables[table - CNorvik::tableLocation].word +
+                                    " with id " + std::to_string(record));
+                } catch (const CDBException& e) {
+                    return Fail("cannot read the record: " + e.m_strError.str());
+                }
                 const ULong note = db.notesAdd(type, table, record, data, p[2].c_str());
                 if (note == 0) return kExitFailed;
                 std::cout << note << '\n';

@@ -6,6 +6,7 @@
 #include "cli/cli_context.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 
 namespace cli {
 
@@ -50,7 +51,8 @@ int RunSerial(Context& context) {
     if (!command) return kExitUsage;
     const std::string sub = command->name;
     const auto& p = words.positional;
-    if (sub == "add" && p[0].empty()) return UsageError("an application name may not be empty");
+    if (sub == "add" && IsBlankName(p[0]))
+        return UsageError("an application name may not be empty or made only of spaces");
     const ULong id = sub == "delete" ? IdFromDigits(p[0]) : 0;
     if (sub == "delete" && id == 0) return UsageError("not a record id: " + p[0]);
 

@@ -162,8 +162,10 @@ int RunWeb(Context& context) {
         return UsageError("web purge needs --before DAY (see norvik web --help)");
     const char* dayOption = sub == "purge" ? "--before" : "--date";
     CTime day;
-    if (words.Has(dayOption) && !ParseDay(words.Value(dayOption), &day))
-        return UsageError("the date must be a day written YYYY-MM-DD or YYYYMMDD: " + words.Value(dayOption));
+    if (words.Has(dayOption)) {
+        if (const std::string problem = DayProblem(words.Value(dayOption), &day); !problem.empty())
+            return UsageError(problem);
+    }
     return WithDatabase(context, sub == "purge" ? Access::kWrite : Access::kRead,
                         [&](CNorvikSql& db, const MessageWatch& watch) {
                             if (sub == "search") return Search(context, db, watch, words);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "import/identifiers.h"
 #include "import/inventory_mapping.h"
 #include "import/json_reader.h"
 #include "import/xml_reader.h"
@@ -63,7 +64,13 @@ bool ReadInventory(const std::string& name, std::string_view text, Inventory& in
         return false;
     }
     std::string reason;
-    if (!MapInventory(content, inventory, reason)) {
+    // The mapping trims ASCII blanks only; a name of no-break or other wide spaces names no host.
+    bool mapped = MapInventory(content, inventory, reason);
+    if (mapped && IsBlankName(inventory.hostName)) {
+        mapped = false;
+        reason = "the inventory names no host (no HARDWARE/NAME)";
+    }
+    if (!mapped) {
         error = Located(name, ErrorAt(text, ContentStart(text), reason));
         return false;
     }

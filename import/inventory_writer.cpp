@@ -64,7 +64,9 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
     CTime when = CTime::GetCurrentTime();
     if (!inventory.date.empty()) {
         DateTimeParts parts;
-        if (DateTimeParts::Parse(inventory.date.c_str(), &parts)) when = CTime(parts);
+        // Time 0 means "no date" to the database and earlier times cannot be held: an inventory
+        // dated before 1970 counts as undated rather than losing its audit date.
+        if (DateTimeParts::Parse(inventory.date.c_str(), &parts) && CTime(parts).GetTime() > 0) when = CTime(parts);
     }
     if (!m_transactions.Begin()) {
         error = inventory.hostName + ": the database refused to start a transaction";
