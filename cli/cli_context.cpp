@@ -157,7 +157,7 @@ void PrintError(const std::string& text) {
         lastBlank = c == ' ';
         line += c;
     }
-    std::cerr << "norvik: " << line << '\n';
+    std::cerr << "norvik: " << TerminalText(line) << '\n';
 }
 
 int Fail(const std::string& problem) {

@@ -11,6 +11,7 @@
 #include "cli/resolve_asset.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 #include "sql/find_or_insert_lock.h"
 
 namespace cli {
@@ -324,8 +325,8 @@ int RunAsset(Context& context) {
     const std::string problem =
         SplitWords(std::vector<std::string>(context.args.begin() + 1, context.args.end()), command->rules, &args);
     if (!problem.empty()) return Usage("asset " + sub + ": " + problem);
-    if ((sub == "add" && args.positional[0].empty()) || (sub == "rename" && args.positional[1].empty()))
-        return Usage("an asset name may not be empty");
+    if ((sub == "add" && IsBlankName(args.positional[0])) || (sub == "rename" && IsBlankName(args.positional[1])))
+        return Usage("an asset name may not be empty or made only of spaces");
     if (sub == "move" && args.Has("--location") == args.Has("--parent"))
         return Usage("asset move needs either --location or --parent");
 

@@ -1,18 +1,22 @@
 // norvik capture: the captured files of an asset (copies of configuration files and the like):
 // list them, print one, capture one from a local file, delete them all.
-#include <fstream>
+#include <cstddef>
 #include <iostream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/local_file.h"
 #include "cli/resolve_asset.h"
 #include "cli/words.h"
 
 namespace cli {
 
 namespace {
+
+// The largest file `capture add` stores: captured files are configuration files and logs of a
+// few kilobytes, and the whole text is held in memory and in one database value.
+constexpr std::size_t kCapturedFileMaxBytes = 8 * 1024 * 1024;
 
 const char kHelp[] =
     "usage: norvik capture list ASSET [--json]\n"
@@ -24,7 +28,9 @@ const char kHelp[] =
     "  list    the asset's captured files with their sizes\n"
     "  show    prints the content of one, unchanged\n"
     "  add     stores the text of the local FILE under NAME; an earlier capture of that name\n"
-    "          is replaced. Captured files are text: a FILE holding a zero byte is refused\n"
+    "          is replaced. Captured files are text: a FILE holding a zero byte is refused,\n"
+    "          and so is one larger than 8 MiB (checked before it is read), a folder, a\n"
+    "          device or a FIFO\n"
     "  delete  deletes every captured file of the asset\n";
 
 int Usage(const std::string& problem) {
@@ -72,10 +78,8 @@ int Show(CNorvikSql& db, ULong asset, const std::string& name) {
 }
 
 int Add(Context& context, CNorvikSql& db, ULong asset, const std::string& name, const std::string& from) {
-    std::ifstream in(from, std::ios::binary);
-    if (!in) return Fail("cannot read " + from);
-    const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) return Fail("cannot read " + from);
+    std::string content, error;
+    if (!ReadLocalFile(from, kCapturedFileMaxBytes, content, error)) return Fail(error);
     if (content.find('\0') != std::string::npos) return Fail(from + " holds a zero byte; captured files are text");
     const ULong capture = db.AddCapFile(asset, name.c_str(), content.c_str());
     if (capture == 0) return kExitFailed;
@@ -107,24 +111,26 @@ int RunCapture(Context& context) {
     } else {
         return Usage("unknown sub-command " + sub);
     }
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        const Resolved asset = ResolveAsset(db, words.positional[0]);
-        if (!asset.ok()) return Fail(asset);
-        int code = kExitOk;
-        if (sub == "list") {
-            code = List(context, db, asset.id);
-        } else if (sub == "show") {
-            code = Show(db, asset.id, words.positional[1]);
-        } else if (sub == "add") {
-            code = Add(context, db, asset.id, words.positional[1], words.Value("--from"));
-        } else {
-            const std::size_t count = Captures(db, asset.id).size();
-            db.DeleteCapFiles(asset.id);
-            if (!watch.Shown())
-                std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
-        }
-        return code;
-    });
+    const bool reads = sub == "list" || sub == "show";
+    return WithDatabase(
+        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+            const Resolved asset = ResolveAsset(db, words.positional[0]);
+            if (!asset.ok()) return Fail(asset);
+            int code = kExitOk;
+            if (sub == "list") {
+                code = List(context, db, asset.id);
+            } else if (sub == "show") {
+                code = Show(db, asset.id, words.positional[1]);
+            } else if (sub == "add") {
+                code = Add(context, db, asset.id, words.positional[1], words.Value("--from"));
+            } else {
+                const std::size_t count = Captures(db, asset.id).size();
+                db.DeleteCapFiles(asset.id);
+                if (!watch.Shown())
+                    std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
+            }
+            return code;
+        });
 }
 
 }  // namespace cli

@@ -4,6 +4,7 @@
 
 #include "cli/cli_context.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 
 namespace cli {
 
@@ -66,7 +67,7 @@ int RunDiscover(Context& context) {
     const auto& p = words.positional;
     CIPAddress ip;
     if (sub == "add") {
-        if (p[0].empty()) return UsageError("a computer name may not be empty");
+        if (IsBlankName(p[0])) return UsageError("a computer name may not be empty or made only of spaces");
         if (words.Has("--ip") && !ParseAddress(words.Value("--ip"), &ip))
             return UsageError("not a dotted IPv4 address: " + words.Value("--ip"));
     }
@@ -74,27 +75,30 @@ int RunDiscover(Context& context) {
     if (sub == "delete" && p[0] != "all" && !ParseId(p[0], &entry))
         return UsageError("an entry is named by its id or by the word all: " + p[0]);
 
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        if (sub == "list") return List(db, watch, words.Has("--unaudited"), context.options.json);
-        if (sub == "add") {
-            const ULong id = db.daAdd(p[0].c_str(), words.Value("--domain").c_str(), ip);
-            if (id == 0) return kExitFailed;
-            std::cout << id << '\n';
+    return WithDatabase(
+        context, sub == "list" ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+            if (sub == "list") return List(db, watch, words.Has("--unaudited"), context.options.json);
+            if (sub == "add") {
+                const ULong id = db.daAdd(p[0].c_str(), words.Value("--domain").c_str(), ip);
+                if (id == 0) return kExitFailed;
+                std::cout << id << '\n';
+                return kExitOk;
+            }
+            if (sub == "delete") {
+                if (entry != 0 && !EntryExists(db, entry))
+                    return watch.Shown() ? kExitFailed
+                                         : Fail("no discovered computer with id " + std::to_string(entry));
+                return db.daDelete(entry) ? kExitOk : kExitFailed;
+            }
+            const ULong merged = db.daMerge();
+            if (watch.Shown()) return kExitFailed;
+            if (context.options.json)
+                std::cout << JsonObject().Number("merged", merged).str() << '\n';
+            else
+                std::cout << "Merged " << merged << (merged == 1 ? " computer" : " computers")
+                          << " into the inventory\n";
             return kExitOk;
-        }
-        if (sub == "delete") {
-            if (entry != 0 && !EntryExists(db, entry))
-                return watch.Shown() ? kExitFailed : Fail("no discovered computer with id " + std::to_string(entry));
-            return db.daDelete(entry) ? kExitOk : kExitFailed;
-        }
-        const ULong merged = db.daMerge();
-        if (watch.Shown()) return kExitFailed;
-        if (context.options.json)
-            std::cout << JsonObject().Number("merged", merged).str() << '\n';
-        else
-            std::cout << "Merged " << merged << (merged == 1 ? " computer" : " computers") << " into the inventory\n";
-        return kExitOk;
-    });
+        });
 }
 
 }  // namespace cli

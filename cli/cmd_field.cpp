@@ -120,6 +120,10 @@ std::string CheckAddOptions(const Words& words, int type) {
         if (words.Has(option) && !ParseInt(words.Value(option), &number))
             return std::string(option) + " needs a whole number between -2147483648 and 2147483647";
     if (type == CAssetFieldDef::kText && words.Has("--max") && number < 0) return "--max may not be negative";
+    int least = 0, most = 0;
+    if (words.Has("--min") && words.Has("--max") && ParseInt(words.Value("--min"), &least) &&
+        ParseInt(words.Value("--max"), &most) && least > most)
+        return "--min " + words.Value("--min") + " is greater than --max " + words.Value("--max");
     if (words.Has("--case")) {
         const std::string& rule = words.Value("--case");
         if (rule != "upper" && rule != "lower" && rule != "title") return "--case takes upper, lower or title";
@@ -218,21 +222,24 @@ int RunField(Context& context) {
             return UsageError("field add: " + problem);
     }
 
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        if (sub == "list") return List(db, context.options.json);
-        if (sub == "add") return Add(db, words, type);
-        if (sub == "values") return Values(db, p[0], context.options.json);
-        const ULong def = db.userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
-        if (def == 0) return watch.Shown() ? kExitFailed : Fail("no field is named '" + p[0] + "'");
-        if (sub == "rename") {
-            if (const ULong other = db.userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask); other && other != def)
-                return Fail("a field named '" + p[1] + "' already exists (id " + std::to_string(other) + ")");
-            if (!db.userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
-        } else if (!db.userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
-            return kExitFailed;
-        }
-        return kExitOk;
-    });
+    const bool reads = sub == "list" || sub == "values";
+    return WithDatabase(
+        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+            if (sub == "list") return List(db, context.options.json);
+            if (sub == "add") return Add(db, words, type);
+            if (sub == "values") return Values(db, p[0], context.options.json);
+            const ULong def = db.userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
+            if (def == 0) return watch.Shown() ? kExitFailed : Fail("no field is named '" + p[0] + "'");
+            if (sub == "rename") {
+                if (const ULong other = db.userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask);
+                    other && other != def)
+                    return Fail("a field named '" + p[1] + "' already exists (id " + std::to_string(other) + ")");
+                if (!db.userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
+            } else if (!db.userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
+                return kExitFailed;
+            }
+            return kExitOk;
+        });
 }
 
 }  // namespace cli

@@ -96,7 +96,7 @@ int ShowHistory(Context& context, const std::string& word, bool details) {
         return kExitOk;
     }
     if (!details) {
-        for (const auto& c : changes) std::cout << IsoDateTime(c.date) << "  " << c.text.c_str() << '\n';
+        for (const auto& c : changes) std::cout << IsoDateTime(c.date) << "  " << TerminalText(c.text.str()) << '\n';
         return kExitOk;
     }
     TextTable table({"Date", "Change", "Key", "Value 1", "Value 2", "User"});
@@ -110,8 +110,7 @@ int PurgeHistory(Context& context) {
     const auto& args = context.args;
     if (args.size() != 3 || args[1] != "--before") return Usage(kPurgeHelp, "");
     CTime before;
-    if (!ParseDay(args[2], &before))
-        return Usage(kPurgeHelp, "the date must be a day written YYYY-MM-DD or YYYYMMDD: " + args[2]);
+    if (const std::string problem = DayProblem(args[2], &before); !problem.empty()) return Usage(kPurgeHelp, problem);
     CNorvikSql* db = context.OpenDatabase();
     if (!db) return kExitFailed;
     // A purge that removed nothing looks like one that failed, but for the message shown.

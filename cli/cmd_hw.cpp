@@ -66,12 +66,12 @@ std::vector<Node> ReadTree(CNorvikSql& db, ULong asset, ULong parent, int depth)
 
 void PrintText(const std::vector<Node>& nodes, int depth) {
     for (const Node& node : nodes) {
-        std::cout << std::string(static_cast<std::size_t>(depth) * 2, ' ') << node.key;
+        std::cout << std::string(static_cast<std::size_t>(depth) * 2, ' ') << TerminalText(node.key);
         if (node.flags & CNorvik::kHwCategory) {
             std::cout << '\n';
             PrintText(node.children, depth + 1);
         } else {
-            std::cout << ": " << node.value << '\n';
+            std::cout << ": " << TerminalText(node.value) << '\n';
         }
     }
 }
@@ -210,7 +210,7 @@ int SetValue(Context& context, const std::vector<std::string>& words) {
                   << ", \"key\": " << JsonText(key) << ", \"value\": " << JsonText(value)
                   << ", \"shown\": " << JsonText(shown.str()) << "}\n";
     } else {
-        std::cout << path << '|' << key << " = " << shown.c_str() << '\n';
+        std::cout << TerminalText(path + '|' + key + " = " + shown.str()) << '\n';
     }
     return kExitOk;
 }
@@ -263,7 +263,8 @@ int ShowHistory(Context& context, const std::vector<std::string>& words) {
         std::cout << "]}\n";
         return kExitOk;
     }
-    for (const Row& r : rows) std::cout << IsoDateTime(r.date) << "  " << db->historyFormatRecord(r.id).c_str() << '\n';
+    for (const Row& r : rows)
+        std::cout << IsoDateTime(r.date) << "  " << TerminalText(db->historyFormatRecord(r.id).str()) << '\n';
     return watch.Shown() ? kExitFailed : kExitOk;
 }
 

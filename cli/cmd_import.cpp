@@ -5,18 +5,17 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/cli_context.h"
+#include "cli/local_file.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
 #include "import/import_transactions.h"
 #include "import/inventory_import.h"
+#include "import/inventory_reader.h"
 #include "platform/ui_hooks.h"
 
 namespace cli {
@@ -40,7 +39,9 @@ const char kHelp[] =
     "for each newly over-used application (--json: {\"inventories\": [one object each],\n"
     "\"overUsedApplications\": N, \"licenceAlerts\": N}). A damaged file changes nothing and is\n"
     "reported; the others are still imported and the exit code is then 1. A lost connection to\n"
-    "the database server stops the import at once (exit code 1).\n"
+    "the database server stops the import at once (exit code 1). An inventory may be at most\n"
+    "32 MiB: a larger one is refused before it is read. A PATH that is a device, a FIFO or a\n"
+    "socket is refused as such.\n"
     "LOCATION (an id or a path) places assets that no address range claims.\n"
     "FILE, a Knowledge Base, recognises applications among the inventories' files and answers\n"
     "first for category, make and model (the site's own entries otherwise).\n";
@@ -78,6 +79,23 @@ std::string JsonOf(const Result& r) {
             ", \"recordChanged\": " + (o.recordChanged ? "true" : "false") +
             ", \"renamedFrom\": " + (o.renamedFrom.empty() ? "null" : JsonText(o.renamedFrom));
     return json + "}";
+}
+
+// Standard input, up to the size of the largest inventory.
+bool ReadStandardInput(std::string& text, std::string& error) {
+    char buffer[64 * 1024];
+    while (std::cin.read(buffer, sizeof buffer) || std::cin.gcount() > 0) {
+        if (text.size() + static_cast<std::size_t>(std::cin.gcount()) > kInventoryMaxBytes) {
+            error = "(standard input): line 1, column 1: " + InventoryTooLarge();
+            return false;
+        }
+        text.append(buffer, static_cast<std::size_t>(std::cin.gcount()));
+    }
+    if (std::cin.bad()) {
+        error = "(standard input): cannot be read";
+        return false;
+    }
+    return true;
 }
 
 class Progress {
@@ -133,7 +151,7 @@ int RunImport(Context& context) {
             std::sort(found.begin(), found.end());
             files.insert(files.end(), found.begin(), found.end());
         } else {
-            PrintError(path + ": no such file or folder");
+            PrintError(path + ": " + NotARegularFile(path));
             failed = true;
         }
     }
@@ -172,16 +190,10 @@ int RunImport(Context& context) {
         std::string text;
         bool read = true;
         if (files[i] == "-") {
-            text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+            read = ReadStandardInput(text, result.error);
         } else {
-            std::ifstream in(files[i], std::ios::binary);
-            std::ostringstream whole;
-            whole << in.rdbuf();
-            text = whole.str();
-            if (!in) {
-                read = false;
-                result.error = files[i] + ": cannot be read";
-            }
+            read = ReadLocalFile(files[i], kInventoryMaxBytes, text, result.error,
+                                 "line 1, column 1: " + InventoryTooLarge());
         }
         bool applied = false;
         if (read) {
@@ -207,8 +219,8 @@ int RunImport(Context& context) {
         } else {
             result.status = ImportStatusWord(result.outcome);
             if (!json)
-                std::cout << result.name << ": " << DescribeImport(result.outcome) << "; "
-                          << DescribeMatch(result.outcome, result.host) << std::endl;
+                std::cout << TerminalText(result.name) << ": " << DescribeImport(result.outcome) << "; "
+                          << TerminalText(DescribeMatch(result.outcome, result.host)) << std::endl;
         }
         results.push_back(std::move(result));
     }

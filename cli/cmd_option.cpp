@@ -1,5 +1,6 @@
 // norvik option get|set: the site-wide settings of the Audit Database.
 #include <iostream>
+#include <string>
 
 #include "cli/cli_context.h"
 
@@ -11,7 +12,18 @@ const char kHelp[] =
     "usage: norvik option get KEY\n"
     "       norvik option set KEY VALUE\n"
     "Reads or stores a site option (for example CompanyName). A key that was never set\n"
-    "reads as an empty line.\n";
+    "reads as an empty line. AuditInterval, the days between two audits of an asset, takes\n"
+    "a whole number from 1 to 3650.\n";
+
+// "" when `value` may be stored under `key`, else the problem. Keys are compared as the
+// database compares them: exactly.
+std::string CheckOption(const std::string& key, const std::string& value) {
+    if (key != CNorvikSql::kOptionAuditInterval) return "";
+    const bool days = !value.empty() && value.size() <= 4 &&
+                      value.find_first_not_of("0123456789") == std::string::npos && std::stoi(value) >= 1 &&
+                      std::stoi(value) <= 3650;
+    return days ? "" : key + " takes a whole number of days from 1 to 3650: " + value;
+}
 
 }  // namespace
 
@@ -23,6 +35,9 @@ int RunOption(Context& context) {
     if (!get && !set) {
         std::cerr << kHelp;
         return kExitUsage;
+    }
+    if (set) {
+        if (const std::string problem = CheckOption(args[1], args[2]); !problem.empty()) return UsageError(problem);
     }
     CNorvikSql* db = get ? context.OpenDatabaseToRead() : context.OpenDatabase();
     if (!db) return kExitFailed;

@@ -21,7 +21,7 @@ int RunSchedule(Context& context) {
     Words words;
     const SubCommandSpec bare = {"", {{}, {}, 0, 0}, "schedule [--json]"};
     if (!PickSubCommand("schedule", context.args, {}, &words, &bare)) return kExitUsage;
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
+    return WithDatabase(context, Access::kRead, [&](CNorvikSql& db, const MessageWatch& watch) {
         const int interval = db.GetAuditInterval();
         CDynaList<ULong> due;
         db.EnumScheduledAssets(due, CTime());

@@ -6,6 +6,7 @@
 #include "cli/cli_context.h"
 #include "cli/resolve_location.h"
 #include "cli/words.h"
+#include "import/identifiers.h"
 
 namespace cli {
 
@@ -50,26 +51,28 @@ int RunSerial(Context& context) {
     if (!command) return kExitUsage;
     const std::string sub = command->name;
     const auto& p = words.positional;
-    if (sub == "add" && p[0].empty()) return UsageError("an application name may not be empty");
+    if (sub == "add" && IsBlankName(p[0]))
+        return UsageError("an application name may not be empty or made only of spaces");
     const ULong id = sub == "delete" ? IdFromDigits(p[0]) : 0;
     if (sub == "delete" && id == 0) return UsageError("not a record id: " + p[0]);
 
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch&) {
-        if (sub == "list") return SerialList(db, context.options.json);
-        if (sub == "add") {
-            const ULong added = db.AddSSRec(p[0].c_str(), p[1].c_str(), p[2].c_str());
-            if (added == 0) return kExitFailed;
-            std::cout << added << '\n';
-            return kExitOk;
-        }
-        try {
-            if (!RowExists(db, "SWSERIAL", id)) return Fail("no serial-number place " + p[0]);
-        } catch (const CDBException& e) {
-            return Fail("cannot read the serial-number places: " + e.m_strError.str());
-        }
-        db.DeleteSSRec(id);
-        return kExitOk;
-    });
+    return WithDatabase(context, sub == "list" ? Access::kRead : Access::kWrite,
+                        [&](CNorvikSql& db, const MessageWatch&) {
+                            if (sub == "list") return SerialList(db, context.options.json);
+                            if (sub == "add") {
+                                const ULong added = db.AddSSRec(p[0].c_str(), p[1].c_str(), p[2].c_str());
+                                if (added == 0) return kExitFailed;
+                                std::cout << added << '\n';
+                                return kExitOk;
+                            }
+                            try {
+                                if (!RowExists(db, "SWSERIAL", id)) return Fail("no serial-number place " + p[0]);
+                            } catch (const CDBException& e) {
+                                return Fail("cannot read the serial-number places: " + e.m_strError.str());
+                            }
+                            db.DeleteSSRec(id);
+                            return kExitOk;
+                        });
 }
 
 }  // namespace cli

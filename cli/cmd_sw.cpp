@@ -90,7 +90,8 @@ bool ParseDate(const std::string& text, ULong* date) {
     char tail = 0;
     const int read = std::sscanf(text.c_str(), "%4d-%2d-%2d %2d:%2d:%2d%c", &y, &mo, &d, &h, &mi, &s, &tail);
     if (read != 3 && read != 6) return false;
-    if (mo < 1 || mo > 12 || d < 1 || d > 31 || h > 23 || mi > 59 || s > 59) return false;
+    if (mo < 1 || mo > 12 || d < 1 || d > DaysInMonth(y, mo) || h < 0 || h > 23 || mi < 0 || mi > 59 || s < 0 || s > 59)
+        return false;
     *date = PackFileDate(y, mo, d, h, mi, s);
     return *date != 0;
 }
@@ -190,7 +191,7 @@ int Show(Context& context, const std::vector<std::string>& words) {
     Words args;
     if (auto error = SplitWords(words, {{"--unassigned"}, {"--folder"}, 1, 1}, &args); !error.empty())
         return Usage(error == "wrong number of arguments" ? "name one asset" : error);
-    CNorvikSql* db = context.OpenDatabase();
+    CNorvikSql* db = context.OpenDatabaseToRead();
     if (!db) return kExitFailed;
     const MessageWatch watch(*db, context.options);
     const Resolved asset = ResolveAsset(*db, args.positional[0]);

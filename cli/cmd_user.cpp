@@ -29,6 +29,7 @@ const char kHelp[] =
     "  password  asks for the new password twice on the terminal, or reads one line from\n"
     "            standard input when that is not a terminal. With the site option\n"
     "            PasswordHashing set to 1 (norvik init sets it) only a salted hash is stored.\n"
+    "            An empty password, or one holding a zero byte, is refused.\n"
     "  check     reads a password the same way; exit code 0 when it is the user's, 1 if not\n";
 
 // One line from the terminal with echo off (prompted on stderr), or from standard input.
@@ -108,6 +109,10 @@ int Set(CNorvikSql& db, const Words& words, ULong user, int level) {
 int Password(CNorvikSql& db, ULong user) {
     std::string password, again;
     if (!ReadSecret("New password: ", &password)) return Fail("no password was given");
+    // The library stores a C string: a zero byte would cut the password short, and any text
+    // beginning with the part before it would then be accepted.
+    if (password.find('\0') != std::string::npos) return Fail("a password may not hold a zero byte");
+    if (password.empty()) return Fail("a password may not be empty");
     if (isatty(STDIN_FILENO)) {
         if (!ReadSecret("Again: ", &again)) return Fail("no password was given");
         if (again != password) return Fail("the two passwords differ; nothing was changed");
@@ -118,7 +123,8 @@ int Password(CNorvikSql& db, ULong user) {
 int Check(CNorvikSql& db, const MessageWatch& watch, ULong user) {
     std::string password;
     if (!ReadSecret("Password: ", &password)) return Fail("no password was given");
-    if (db.ValidatePassword(user, password.c_str())) return kExitOk;
+    // No stored password holds a zero byte: such a text matches none.
+    if (password.find('\0') == std::string::npos && db.ValidatePassword(user, password.c_str())) return kExitOk;
     if (!watch.Shown()) PrintError("wrong password");
     return kExitFailed;
 }
@@ -136,23 +142,26 @@ int RunUser(Context& context) {
         return UsageError("the level must be a whole number: " + words.Value("--level"));
     if (sub == "add" && words.positional[0].empty()) return UsageError("a user name may not be empty");
 
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        if (sub == "list") return List(db, watch, level, context.options.json);
-        const std::string& name = words.positional[0];
-        if (sub == "add") {
-            if (db.userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");
-            const ULong user = db.userAdd(name.c_str(), level);
-            if (user == 0) return kExitFailed;
-            std::cout << user << '\n';
-            return kExitOk;
-        }
-        const ULong user = db.userFind(name.c_str());
-        if (user == 0) return watch.Shown() ? kExitFailed : Fail("no user named '" + name + "'");
-        if (sub == "delete") return db.userDelete(user) ? kExitOk : kExitFailed;
-        if (sub == "set") return Set(db, words, user, level);
-        if (sub == "password") return Password(db, user);
-        return Check(db, watch, user);
-    });
+    const bool reads = sub == "list" || sub == "check";
+    return WithDatabase(context, reads ? Access::kRead : Access::kWrite,
+                        [&](CNorvikSql& db, const MessageWatch& watch) {
+                            if (sub == "list") return List(db, watch, level, context.options.json);
+                            const std::string& name = words.positional[0];
+                            if (sub == "add") {
+                                if (db.userFind(name.c_str()) != 0)
+                                    return Fail("a user named '" + name + "' already exists");
+                                const ULong user = db.userAdd(name.c_str(), level);
+                                if (user == 0) return kExitFailed;
+                                std::cout << user << '\n';
+                                return kExitOk;
+                            }
+                            const ULong user = db.userFind(name.c_str());
+                            if (user == 0) return watch.Shown() ? kExitFailed : Fail("no user named '" + name + "'");
+                            if (sub == "delete") return db.userDelete(user) ? kExitOk : kExitFailed;
+                            if (sub == "set") return Set(db, words, user, level);
+                            if (sub == "password") return Password(db, user);
+                            return Check(db, watch, user);
+                        });
 }
 
 }  // namespace cli

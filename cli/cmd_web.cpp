@@ -162,20 +162,24 @@ int RunWeb(Context& context) {
         return UsageError("web purge needs --before DAY (see norvik web --help)");
     const char* dayOption = sub == "purge" ? "--before" : "--date";
     CTime day;
-    if (words.Has(dayOption) && !ParseDay(words.Value(dayOption), &day))
-        return UsageError("the date must be a day written YYYY-MM-DD or YYYYMMDD: " + words.Value(dayOption));
-    return WithDatabase(context, Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-        if (sub == "search") return Search(context, db, watch, words);
-        if (sub == "purge") return Purge(context, db, watch, day);
-        if (sub.empty()) return ShowDays(context, db, watch, words, words.Has("--date") ? &day : nullptr);
-        const Resolved asset = ResolveAsset(db, words.positional[0]);
-        if (!asset.ok()) return Fail(asset);
-        CDynaList<ULong> rows;
-        db.ieCookieEnum(asset.id, rows);
-        if (watch.Shown()) return kExitFailed;
-        PrintCookies(db, rows, context.options.json);
-        return kExitOk;
-    });
+    if (words.Has(dayOption)) {
+        if (const std::string problem = DayProblem(words.Value(dayOption), &day); !problem.empty())
+            return UsageError(problem);
+    }
+    return WithDatabase(context, sub == "purge" ? Access::kWrite : Access::kRead,
+                        [&](CNorvikSql& db, const MessageWatch& watch) {
+                            if (sub == "search") return Search(context, db, watch, words);
+                            if (sub == "purge") return Purge(context, db, watch, day);
+                            if (sub.empty())
+                                return ShowDays(context, db, watch, words, words.Has("--date") ? &day : nullptr);
+                            const Resolved asset = ResolveAsset(db, words.positional[0]);
+                            if (!asset.ok()) return Fail(asset);
+                            CDynaList<ULong> rows;
+                            db.ieCookieEnum(asset.id, rows);
+                            if (watch.Shown()) return kExitFailed;
+                            PrintCookies(db, rows, context.options.json);
+                            return kExitOk;
+                        });
 }
 
 }  // namespace cli

@@ -7,22 +7,32 @@
 
 namespace cli {
 
-bool ParseDay(const std::string& text, CTime* day) {
+int DaysInMonth(int year, int month) {
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && leap ? 29 : kDays[month - 1];
+}
+
+std::string DayProblem(const std::string& text, CTime* day) {
+    const std::string notADay = "the date must be a day written YYYY-MM-DD or YYYYMMDD: " + text;
     std::string digits = text;
     if (text.size() == 10 && text[4] == '-' && text[7] == '-')
         digits = text.substr(0, 4) + text.substr(5, 2) + text.substr(8, 2);
-    if (digits.size() != 8 || digits.find_first_not_of("0123456789") != std::string::npos) return false;
+    if (digits.size() != 8 || digits.find_first_not_of("0123456789") != std::string::npos) return notADay;
     const int year = std::atoi(digits.substr(0, 4).c_str());
     const int month = std::atoi(digits.substr(4, 2).c_str());
     const int date = std::atoi(digits.substr(6, 2).c_str());
-    if (year < 1970 || month < 1 || month > 12 || date < 1 || date > 31) return false;
+    if (month < 1 || month > 12 || date < 1 || date > DaysInMonth(year, month)) return notADay;
+    // Midnight of 1 January 1970 is time 0 in UTC, which the database takes for "no date"; a
+    // time before it cannot be held at all.
     const CTime midnight(year, month, date, 0, 0, 0);
-    // 31 February comes back as a day of March.
-    const DateTimeParts back = midnight.GetLocal();
-    if (back.year != year || back.month != month || back.day != date) return false;
+    if (year < 1970 || midnight.GetTime() <= 0)
+        return text + " is too early: the database holds no date before " + kEarliestDay;
     *day = midnight;
-    return true;
+    return "";
 }
+
+bool ParseDay(const std::string& text, CTime* day) { return DayProblem(text, day).empty(); }
 
 std::string IsoDateTime(CTime time) {
     if (time.IsNever()) return std::string();
@@ -57,6 +67,22 @@ std::size_t DisplayWidth(const std::string& text) {
         i += length ? length : 1;
     }
     return width;
+}
+
+std::string TerminalText(const std::string& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (const std::size_t length = c >= 0x80 ? Utf8Length(text, i) : 0) {
+            const bool c1 = c == 0xC2 && static_cast<unsigned char>(text[i + 1]) < 0xA0;  // U+0080 to U+009F
+            out += c1 ? std::string("?") : text.substr(i, length);
+            i += length - 1;
+        } else {
+            out += c < 0x20 || c == 0x7F || (c >= 0x80 && c < 0xA0) ? '?' : static_cast<char>(c);
+        }
+    }
+    return out;
 }
 
 std::string JsonText(const std::string& text) {
@@ -127,13 +153,21 @@ std::string Shortened(const std::string& text, std::size_t columns) {
 }
 
 void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAligned) const {
-    std::vector<std::size_t> widths(m_header.size(), 0);
+    auto printable = [](const std::vector<std::string>& row) {
+        std::vector<std::string> cells;
+        for (const std::string& cell : row) cells.push_back(TerminalText(cell));
+        return cells;
+    };
+    const std::vector<std::string> header = printable(m_header);
+    std::vector<std::vector<std::string>> rows;
+    for (const auto& row : m_rows) rows.push_back(printable(row));
+    std::vector<std::size_t> widths(header.size(), 0);
     auto measure = [&](const std::vector<std::string>& row) {
         for (std::size_t i = 0; i < row.size() && i < widths.size(); ++i)
             widths[i] = std::max(widths[i], DisplayWidth(row[i]));
     };
-    measure(m_header);
-    for (const auto& row : m_rows) measure(row);
+    measure(header);
+    for (const auto& row : rows) measure(row);
     auto print = [&](const std::vector<std::string>& row) {
         std::string line;
         for (std::size_t i = 0; i < widths.size(); ++i) {
@@ -147,8 +181,8 @@ void TextTable::Print(std::ostream& out, const std::vector<std::size_t>& rightAl
         line.erase(line.find_last_not_of(' ') + 1);
         out << line << '\n';
     };
-    print(m_header);
-    for (const auto& row : m_rows) print(row);
+    print(header);
+    for (const auto& row : rows) print(row);
 }
 
 }  // namespace cli

@@ -12,8 +12,16 @@ namespace cli {
 // "YYYY-MM-DD hh:mm:ss" of a local time, the same whatever the locale; "" for a time never set.
 std::string IsoDateTime(CTime time);
 // Local midnight of a day written YYYY-MM-DD or YYYYMMDD; false for anything else, including
-// days that do not exist.
+// days that do not exist and days before kEarliestDay.
 bool ParseDay(const std::string& text, CTime* day);
+// The same, giving the problem to report ("" when `text` is a day): a text that is no day gives
+// "the date must be a day written YYYY-MM-DD or YYYYMMDD: TEXT"; a day before kEarliestDay, which
+// the database cannot hold (its times count seconds from 1970-01-01, and 0 means "no date"),
+// says so.
+std::string DayProblem(const std::string& text, CTime* day);
+constexpr const char* kEarliestDay = "1970-01-02";
+// The days of a month of the Gregorian calendar (`month` 1 to 12).
+int DaysInMonth(int year, int month);
 
 // A text quoted for JSON. Well-formed UTF-8 is kept as it is; any other byte above 0x7F is taken
 // as Latin-1 and written as \u00XX, so any 8-bit text gives valid JSON.
@@ -26,6 +34,11 @@ std::size_t DisplayWidth(const std::string& text);
 // A name as a table shows it: cut to `columns` characters ending in "..." when it is wider, so
 // that one long name does not push every other column off the screen (JSON keeps names whole).
 std::string Shortened(const std::string& text, std::size_t columns = 60);
+
+// `text` safe to print on a terminal: every control character (C0, DEL, and C1 whether written
+// as UTF-8 or as a Latin-1 byte), which could move the cursor, retitle the window or change the
+// terminal's state, is replaced by '?'. Tables print their cells this way; JSON escapes them.
+std::string TerminalText(const std::string& text);
 
 // A JSON object written member by member, in the tool's layout: {"key": value, "key": value}.
 class JsonObject {
@@ -44,7 +57,8 @@ private:
 // "[a, b, c]" of values already written as JSON.
 std::string JsonArray(const std::vector<std::string>& values);
 
-// Rows of cells printed as columns aligned to the widest cell, after a header line.
+// Rows of cells printed as columns aligned to the widest cell, after a header line. Cells are
+// printed as TerminalText.
 class TextTable {
 public:
     explicit TextTable(std::vector<std::string> header) : m_header(std::move(header)) {}

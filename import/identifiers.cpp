@@ -162,3 +162,31 @@ std::string CutToColumn(std::string_view text, std::size_t limit) {
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
     return std::string(text.substr(0, end));
 }
+
+bool IsBlankName(std::string_view text) {
+    static constexpr std::string_view kWideSpaces[] = {
+        "\xC2\xA0",  // U+00A0 no-break space
+        "\xE2\x80\x80", "\xE2\x80\x81", "\xE2\x80\x82", "\xE2\x80\x83", "\xE2\x80\x84", "\xE2\x80\x85",
+        "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88", "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\x8B",
+        "\xE2\x80\xAF",  // U+202F narrow no-break space
+        "\xE2\x81\x9F",  // U+205F medium mathematical space
+        "\xE3\x80\x80",  // U+3000 ideographic space
+        "\xEF\xBB\xBF",  // U+FEFF zero-width no-break space
+    };
+    while (!text.empty()) {
+        const char c = text.front();
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f' || c == '\xA0') {
+            text.remove_prefix(1);
+            continue;
+        }
+        bool wide = false;
+        for (const std::string_view space : kWideSpaces)
+            if (text.substr(0, space.size()) == space) {
+                text.remove_prefix(space.size());
+                wide = true;
+                break;
+            }
+        if (!wide) return false;
+    }
+    return true;
+}

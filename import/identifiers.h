@@ -34,3 +34,9 @@ std::string CutToColumn(std::string_view text, std::size_t limit);
 
 // `text` without leading and trailing blanks.
 std::string_view Trim(std::string_view text);
+
+// True for a text that names nothing: empty, or made only of blanks, line breaks, no-break
+// spaces (UTF-8 or the Latin-1 byte 0xA0) and the other Unicode spaces (U+2000 to U+200B,
+// U+202F, U+205F, U+3000, U+FEFF). Such a text is refused as the name of an asset, an
+// application or a host.
+bool IsBlankName(std::string_view text);

@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 
+#include "import/identifiers.h"
 #include "import/inventory_mapping.h"
 #include "import/json_reader.h"
 #include "import/xml_reader.h"
@@ -36,7 +36,16 @@ InventoryFormat DetectInventoryFormat(std::string_view text) {
     return InventoryFormat::Unknown;
 }
 
+std::string InventoryTooLarge() {
+    return "the document is larger than the " + std::to_string(kInventoryMaxBytes / (1024 * 1024)) +
+           " MiB an inventory may be";
+}
+
 bool ReadInventory(const std::string& name, std::string_view text, Inventory& inventory, std::string& error) {
+    if (text.size() > kInventoryMaxBytes) {
+        error = Located(name, ErrorAt(text, 0, InventoryTooLarge()));
+        return false;
+    }
     InventoryContent content;
     ContentError failure;
     bool read = false;
@@ -55,7 +64,13 @@ bool ReadInventory(const std::string& name, std::string_view text, Inventory& in
         return false;
     }
     std::string reason;
-    if (!MapInventory(content, inventory, reason)) {
+    // The mapping trims ASCII blanks only; a name of no-break or other wide spaces names no host.
+    bool mapped = MapInventory(content, inventory, reason);
+    if (mapped && IsBlankName(inventory.hostName)) {
+        mapped = false;
+        reason = "the inventory names no host (no HARDWARE/NAME)";
+    }
+    if (!mapped) {
         error = Located(name, ErrorAt(text, ContentStart(text), reason));
         return false;
     }
@@ -68,11 +83,22 @@ bool ReadInventoryFile(const std::string& path, Inventory& inventory, std::strin
         error = path + ": " + std::strerror(errno);
         return false;
     }
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    if (file.bad()) {
+    file.seekg(0, std::ios::end);
+    const std::streamoff size = file.tellg();
+    if (size < 0) {
         error = path + ": the file cannot be read";
         return false;
     }
-    return ReadInventory(path, bytes.str(), inventory, error);
+    if (static_cast<unsigned long long>(size) > kInventoryMaxBytes) {
+        error = path + ": line 1, column 1: " + InventoryTooLarge();
+        return false;
+    }
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    file.seekg(0);
+    file.read(bytes.data(), size);
+    if (!file) {
+        error = path + ": the file cannot be read";
+        return false;
+    }
+    return ReadInventory(path, bytes, inventory, error);
 }

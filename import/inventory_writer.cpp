@@ -75,7 +75,9 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
     CTime when = CTime::GetCurrentTime();
     if (!inventory.date.empty()) {
         DateTimeParts parts;
-        if (DateTimeParts::Parse(inventory.date.c_str(), &parts)) when = CTime(parts);
+        // Time 0 means "no date" to the database and earlier times cannot be held: an inventory
+        // dated before 1970 counts as undated rather than losing its audit date.
+        if (DateTimeParts::Parse(inventory.date.c_str(), &parts) && CTime(parts).GetTime() > 0) when = CTime(parts);
     }
     // Before the inventory's transaction: a catalogue entry that fails to be added must not take
     // the inventory with it (a failed statement ends a PostgreSQL transaction).

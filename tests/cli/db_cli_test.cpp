@@ -227,12 +227,13 @@ TEST_P(DbTool, DiscoveredComputersMergeIntoTheScheduleOfAssetsDue) {
 }
 
 TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
-    EXPECT_EQ(Ok({"note", "add", "Asset", "4", "it's 100%", "--data", "-3"}), "1\n");
-    EXPECT_EQ(Ok({"note", "add", "asset", "4", "again", "--type", "warning"}), "2\n");
+    Ok({"asset", "add", "N1"});
+    EXPECT_EQ(Ok({"note", "add", "Asset", "1", "it's 100%", "--data", "-3"}), "1\n");
+    EXPECT_EQ(Ok({"note", "add", "asset", "1", "again", "--type", "warning"}), "2\n");
     ExpectRefused(Run({"note", "add", "desk", "4", "x"}), 2, "unknown table desk");
     EXPECT_EQ(Ok({"note", "delete", "1"}), "");
     EXPECT_EQ(Ok({"--json", "note", "list"}),
-              "[{\"id\": 2, \"type\": \"warning\", \"table\": \"asset\", \"record\": 4, \"data\": 0, \"text\": "
+              "[{\"id\": 2, \"type\": \"warning\", \"table\": \"asset\", \"record\": 1, \"data\": 0, \"text\": "
               "\"again\"}]\n");
 
     const ULong pc = Db().AddAsset("PC", 0, 0, 0, CTime());
@@ -243,7 +244,7 @@ TEST_P(DbTool, NotesByTableNameAndWebHistoryPerDay) {
     EXPECT_EQ(Ok({"web", "PC"}),
               "Day         Pages  Site\n2009-03-10      2  www.example.com\n2009-03-11      1  mail.example.com\n");
     EXPECT_EQ(Ok({"--json", "web", "PC", "--date", "2009-03-11"}),
-              "[{\"id\": 2, \"asset\": 1, \"date\": \"2009-03-11\", \"site\": \"mail.example.com\", \"pages\": 1}]\n");
+              "[{\"id\": 2, \"asset\": 2, \"date\": \"2009-03-11\", \"site\": \"mail.example.com\", \"pages\": 1}]\n");
     EXPECT_EQ(LineCount(Ok({"web", "search", "www.*"})), 2);
     EXPECT_EQ(Ok({"web", "purge", "--before", "2009-03-11"}),
               "Purged 1 history rows and 1 cookies dated before 2009-03-11\n");

@@ -25,10 +25,11 @@ std::string Quoted(const std::string& word) {
     return out + "'";
 }
 
-ToolResult RunToolFrom(const std::filesystem::path& dir, const std::vector<std::string>& args,
-                       const std::string& input) {
+ToolResult RunToolFrom(const std::filesystem::path& dir, const std::vector<std::string>& args, const std::string& input,
+                       const std::string& prefix = "") {
     // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) about `" " + Quoted(a)`.
-    std::string command = Quoted(NORVIK_CLI_PATH);
+    std::string command = prefix;
+    command.append(Quoted(NORVIK_CLI_PATH));
     for (const auto& a : args) command.append(" ").append(Quoted(a));
     command.append(" >").append(Quoted((dir / "out").string()));
     command.append(" 2>").append(Quoted((dir / "err").string())).append(" <").append(Quoted(input));
@@ -40,6 +41,22 @@ ToolResult RunToolFrom(const std::filesystem::path& dir, const std::vector<std::
 
 ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::string>& args) {
     return RunToolFrom(dir, args, "/dev/null");
+}
+
+ToolResult RunToolUnprivileged(const std::filesystem::path& dir, const std::vector<std::string>& args) {
+    if (geteuid() != 0) return RunTool(dir, args);
+    std::string prefix;
+    // The driver list may lie in a folder only root can enter: the user gets a copy of it.
+    if (const char* drivers = std::getenv("ODBCSYSINI")) {
+        const std::filesystem::path copy = dir / "odbc";
+        std::filesystem::create_directories(copy);
+        for (const char* name : {"odbcinst.ini", "odbc.ini"})
+            if (std::filesystem::exists(std::filesystem::path(drivers) / name))
+                std::filesystem::copy_file(std::filesystem::path(drivers) / name, copy / name,
+                                           std::filesystem::copy_options::overwrite_existing);
+        prefix = "ODBCSYSINI=" + Quoted(copy.string()) + " ";
+    }
+    return RunToolFrom(dir, args, "/dev/null", prefix + "setpriv --reuid=65534 --regid=65534 --clear-groups ");
 }
 
 ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,

@@ -22,6 +22,10 @@ ToolResult RunTool(const std::filesystem::path& dir, const std::vector<std::stri
 ToolResult RunToolWithInput(const std::filesystem::path& dir, const std::vector<std::string>& args,
                             const std::string& input);
 
+// As RunTool, as a user who owns nothing (nobody) when the tests run as root, for whom the
+// permission bits of files hold: root may write a file of mode 0444.
+ToolResult RunToolUnprivileged(const std::filesystem::path& dir, const std::vector<std::string>& args);
+
 // Starts the tool with `args` (stdin and stderr on /dev/null, stdout into `out`); its process id.
 pid_t StartTool(const std::vector<std::string>& args, const std::string& out = "/dev/null");
 // Waits for `pid`; its exit code, or -1 when a signal ended it.
