@@ -36,9 +36,14 @@ const char* IdentityRuleKey(IdentityRule rule) {
     return "none";
 }
 
+ULong CAssetIdentity::SystemCategory() {
+    if (m_system == 0) m_system = m_db.hwFind(kSystemCategory, kDelimiter);
+    return m_system;
+}
+
 ULong CAssetIdentity::FindBySystemItem(const char* key, const std::string& value) {
     if (value.empty()) return 0;
-    const ULong category = m_db.hwFind(kSystemCategory, kDelimiter);
+    const ULong category = SystemCategory();
     if (category == 0) return 0;
     CSortList holders;
     m_db.hwEnumByAsset(category, key, holders);
@@ -50,7 +55,7 @@ ULong CAssetIdentity::FindBySystemItem(const char* key, const std::string& value
 }
 
 std::string CAssetIdentity::Contradiction(ULong asset, const Inventory& inventory) {
-    const ULong category = m_db.hwFind(kSystemCategory, kDelimiter);
+    const ULong category = SystemCategory();
     if (category == 0) return {};
     const struct {
         const char* key;

@@ -54,5 +54,10 @@ private:
     // ("serial number A, not B"); empty when they do not contradict.
     std::string Contradiction(ULong asset, const Inventory& inventory);
 
+    // The "System" category's _ID, looked up once (0 until found: a database without it has no
+    // identifier stored yet).
+    ULong SystemCategory();
+
     CNorvik& m_db;
+    ULong m_system = 0;
 };

@@ -12,6 +12,10 @@
 
 namespace {
 
+// The category of the "Operating System" items (CNorvik::m_szOS, spelt out here: the readers are
+// built without the interface's definitions too).
+constexpr std::string_view kOperatingSystem = "Operating System";
+
 // How a source value is stored: as text, or as a number shown with a display type.
 enum class As { Text, Megabytes, MHz, Date, IPv4 };
 
@@ -466,7 +470,7 @@ bool HardwareItemCarried(const Inventory& inventory, std::string_view path, std:
     if (!inventory.partial) return true;
     if (path == kSystemCategory && key == kDeviceIdKey) return !inventory.deviceId.empty();
     for (const auto& map : SingleMaps()) {
-        const std::string_view category = *map.category ? map.category : CNorvik::m_szOS;
+        const std::string_view category = *map.category ? map.category : kOperatingSystem;
         if (path == category && key == map.field.key && inventory.Carries(map.section)) return true;
     }
     const std::size_t bar = path.rfind('|');

@@ -305,12 +305,12 @@ TEST(InventoryReader, PartialInventorySpeaksOnlyForTheItemsOfItsSections) {
         {"Batteries|BAT0", "Capacity", true},
         {"Batteries|BAT0|Deeper", "Capacity", false},
         {"Processors|Processor 1", "Speed", false},
-        {"System", "Serial Number", true},    // bios
-        {"System", "UUID", false},            // hardware
-        {"System", "Chassis Type", true},     // hardware or bios
-        {"System", "Device ID", true},        // the device id it carries
-        {"Motherboard", "Model", true},       // bios
-        {"Operating System", "Name", false},  // hardware or operatingsystem
+        {"System", "Serial Number", true},  // bios
+        {"System", "UUID", false},          // hardware
+        {"System", "Chassis Type", true},   // hardware or bios
+        {"System", "Device ID", true},      // the device id it carries
+        {"Motherboard", "Model", true},     // bios
+        {CNorvik::m_szOS, "Name", false},   // hardware or operatingsystem
         {"Storage|Logical Volumes|lv0", "Size", false},
         {"Custom", "Asset Tag", false},  // written by hand: no section owns it
     };
@@ -322,7 +322,7 @@ TEST(InventoryReader, PartialInventorySpeaksOnlyForTheItemsOfItsSections) {
     partial.deviceId.clear();
     EXPECT_TRUE(HardwareItemCarried(partial, "Storage|Logical Volumes|lv0", "Size"));
     EXPECT_FALSE(HardwareItemCarried(partial, "Storage|sda", "Size"));
-    EXPECT_TRUE(HardwareItemCarried(partial, "Operating System", "Name"));
+    EXPECT_TRUE(HardwareItemCarried(partial, CNorvik::m_szOS, "Name"));
     EXPECT_FALSE(HardwareItemCarried(partial, "System", "Device ID"));
 }
 
