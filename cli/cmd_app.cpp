@@ -332,79 +332,79 @@ int RunApp(Context& context) {
     if (sub == "rename-publisher" && p[0] == p[1]) return Usage("the old and the new publisher are the same");
 
     const bool reads = sub == "list" || sub == "publishers" || sub == "duplicates" || sub == "orphans";
-    return WithDatabase(
-        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            const bool json = context.options.json;
-            try {
-                if (sub == "list" || sub == "publishers" || sub == "duplicates" || sub == "orphans") {
-                    const int rc = sub == "list"         ? List(db, words, json)
-                                   : sub == "publishers" ? Publishers(db, words, json)
-                                   : sub == "duplicates" ? Duplicates(db, json)
-                                                         : Orphans(db, json);
-                    return rc;
-                }
-                if (sub == "add") {
-                    const ULong id = db.applicationAdd(p[0].c_str(), p[1].c_str(), 0);
-                    if (id == 0) return kExitFailed;
-                    std::cout << id << '\n';
-                    return kExitOk;
-                }
-                if (sub == "rename-publisher") {
-                    CSqlRecordset rs(&db, "select count(*) from APPS where _MFR=" + CNorvikSql::SqlQuote(p[0].c_str()));
-                    const ULong count = rs.IsEOF() ? 0 : rs.NumberAt(0);
-                    rs.Close();
-                    if (count == 0) return Fail("no application has the publisher '" + p[0] + "'");
-                    db.UpdateAppPublisher(0, p[0].c_str(), p[1].c_str(), 1);
-                    if (watch.Shown()) return kExitFailed;
-                    std::cout << "renamed the publisher of " << count << " application(s)\n";
-                    return kExitOk;
-                }
-                if (sub == "merge-duplicates") {
-                    const ULong merged = MergeDuplicates(db);
-                    std::cout << "merged " << merged << " duplicate row(s)\n";
-                    return kExitOk;
-                }
-                if (sub == "purge-unreferenced") {
-                    const ULong purged = db.PurgeUnreferencedApplications();
-                    if (watch.Shown()) return kExitFailed;
-                    std::cout << "deleted " << purged << " unreferenced application(s)\n";
-                    return kExitOk;
-                }
-                if (sub == "install" || sub == "remove") {
-                    const Resolved asset = ResolveAsset(db, p[0]);
-                    if (!asset.ok()) return Fail(asset);
-                    const Resolved app = ResolveApp(db, p[1]);
-                    if (!app.ok()) return Fail(app);
-                    const bool installed = db.applicationIsInstalled(asset.id, app.id) != 0;
-                    if (watch.Shown()) return kExitFailed;
-                    if (sub == "remove") {
-                        if (!installed) return Fail("'" + p[0] + "' has no instance of '" + p[1] + "'");
-                        return db.applicationRemove(asset.id, app.id) ? kExitOk : kExitFailed;
-                    }
-                    if (installed) return Fail("'" + p[0] + "' has an instance of '" + p[1] + "' already");
-                    const ULong instance = db.applicationAddInstance(asset.id, app.id, words.Value("--serial").c_str(),
-                                                                     words.Value("--version").c_str(), 0);
-                    if (instance == 0) return kExitFailed;
-                    std::cout << instance << '\n';
-                    return kExitOk;
-                }
-                const Resolved app = ResolveApp(db, p[0]);
-                if (!app.ok()) return Fail(app);
-                if (sub == "delete") return db.applicationDelete(app.id) ? kExitOk : kExitFailed;
-                // alias
-                ULong target = 0;
-                if (p[1] != "0") {
-                    const Resolved resolved = ResolveApp(db, p[1]);
-                    if (!resolved.ok()) return Fail(resolved);
-                    target = resolved.id;
-                    if (AliasWouldCycle(db, app.id, target))
-                        return Fail("'" + p[1] + "' is shown as '" + p[0] + "' already: the alias would make a cycle");
-                }
-                return db.applicationSetAlias(app.id, target) ? kExitOk : kExitFailed;
-            } catch (const CDBException& e) {
-                return Fail("the database failed: " + e.m_strError.str());
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        const bool json = context.options.json;
+        try {
+            if (sub == "list" || sub == "publishers" || sub == "duplicates" || sub == "orphans") {
+                const int rc = sub == "list"         ? List(db, words, json)
+                               : sub == "publishers" ? Publishers(db, words, json)
+                               : sub == "duplicates" ? Duplicates(db, json)
+                                                     : Orphans(db, json);
+                return rc;
             }
-        });
+            if (sub == "add") {
+                const ULong id = db.applicationAdd(p[0].c_str(), p[1].c_str(), 0);
+                if (id == 0) return kExitFailed;
+                std::cout << id << '\n';
+                return kExitOk;
+            }
+            if (sub == "rename-publisher") {
+                CSqlRecordset rs(&db, "select count(*) from APPS where _MFR=" + CNorvikSql::SqlQuote(p[0].c_str()));
+                const ULong count = rs.IsEOF() ? 0 : rs.NumberAt(0);
+                rs.Close();
+                if (count == 0) return Fail("no application has the publisher '" + p[0] + "'");
+                db.UpdateAppPublisher(0, p[0].c_str(), p[1].c_str(), 1);
+                if (watch.Shown()) return kExitFailed;
+                std::cout << "renamed the publisher of " << count << " application(s)\n";
+                return kExitOk;
+            }
+            if (sub == "merge-duplicates") {
+                const ULong merged = MergeDuplicates(db);
+                std::cout << "merged " << merged << " duplicate row(s)\n";
+                return kExitOk;
+            }
+            if (sub == "purge-unreferenced") {
+                const ULong purged = db.PurgeUnreferencedApplications();
+                if (watch.Shown()) return kExitFailed;
+                std::cout << "deleted " << purged << " unreferenced application(s)\n";
+                return kExitOk;
+            }
+            if (sub == "install" || sub == "remove") {
+                const Resolved asset = ResolveAsset(db, p[0]);
+                if (!asset.ok()) return Fail(asset);
+                const Resolved app = ResolveApp(db, p[1]);
+                if (!app.ok()) return Fail(app);
+                const bool installed = db.applicationIsInstalled(asset.id, app.id) != 0;
+                if (watch.Shown()) return kExitFailed;
+                if (sub == "remove") {
+                    if (!installed) return Fail("'" + p[0] + "' has no instance of '" + p[1] + "'");
+                    return db.applicationRemove(asset.id, app.id) ? kExitOk : kExitFailed;
+                }
+                if (installed) return Fail("'" + p[0] + "' has an instance of '" + p[1] + "' already");
+                const ULong instance = db.applicationAddInstance(asset.id, app.id, words.Value("--serial").c_str(),
+                                                                 words.Value("--version").c_str(), 0);
+                if (instance == 0) return kExitFailed;
+                std::cout << instance << '\n';
+                return kExitOk;
+            }
+            const Resolved app = ResolveApp(db, p[0]);
+            if (!app.ok()) return Fail(app);
+            if (sub == "delete") return db.applicationDelete(app.id) ? kExitOk : kExitFailed;
+            // alias
+            ULong target = 0;
+            if (p[1] != "0") {
+                const Resolved resolved = ResolveApp(db, p[1]);
+                if (!resolved.ok()) return Fail(resolved);
+                target = resolved.id;
+                if (AliasWouldCycle(db, app.id, target))
+                    return Fail("'" + p[1] + "' is shown as '" + p[0] + "' already: the alias would make a cycle");
+            }
+            return db.applicationSetAlias(app.id, target) ? kExitOk : kExitFailed;
+        } catch (const CDBException& e) {
+            return Fail("the database failed: " + e.m_strError.str());
+        }
+    });
 }
 
 }  // namespace cli

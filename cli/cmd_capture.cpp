@@ -112,25 +112,25 @@ int RunCapture(Context& context) {
         return Usage("unknown sub-command " + sub);
     }
     const bool reads = sub == "list" || sub == "show";
-    return WithDatabase(
-        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            const Resolved asset = ResolveAsset(db, words.positional[0]);
-            if (!asset.ok()) return Fail(asset);
-            int code = kExitOk;
-            if (sub == "list") {
-                code = List(context, db, asset.id);
-            } else if (sub == "show") {
-                code = Show(db, asset.id, words.positional[1]);
-            } else if (sub == "add") {
-                code = Add(context, db, asset.id, words.positional[1], words.Value("--from"));
-            } else {
-                const std::size_t count = Captures(db, asset.id).size();
-                db.DeleteCapFiles(asset.id);
-                if (!watch.Shown())
-                    std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
-            }
-            return code;
-        });
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        const Resolved asset = ResolveAsset(db, words.positional[0]);
+        if (!asset.ok()) return Fail(asset);
+        int code = kExitOk;
+        if (sub == "list") {
+            code = List(context, db, asset.id);
+        } else if (sub == "show") {
+            code = Show(db, asset.id, words.positional[1]);
+        } else if (sub == "add") {
+            code = Add(context, db, asset.id, words.positional[1], words.Value("--from"));
+        } else {
+            const std::size_t count = Captures(db, asset.id).size();
+            db.DeleteCapFiles(asset.id);
+            if (!watch.Shown())
+                std::cout << "deleted " << count << " captured file(s) of " << words.positional[0] << '\n';
+        }
+        return code;
+    });
 }
 
 }  // namespace cli

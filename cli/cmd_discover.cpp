@@ -75,30 +75,29 @@ int RunDiscover(Context& context) {
     if (sub == "delete" && p[0] != "all" && !ParseId(p[0], &entry))
         return UsageError("an entry is named by its id or by the word all: " + p[0]);
 
-    return WithDatabase(
-        context, sub == "list" ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            if (sub == "list") return List(db, watch, words.Has("--unaudited"), context.options.json);
-            if (sub == "add") {
-                const ULong id = db.daAdd(p[0].c_str(), words.Value("--domain").c_str(), ip);
-                if (id == 0) return kExitFailed;
-                std::cout << id << '\n';
-                return kExitOk;
-            }
-            if (sub == "delete") {
-                if (entry != 0 && !EntryExists(db, entry))
-                    return watch.Shown() ? kExitFailed
-                                         : Fail("no discovered computer with id " + std::to_string(entry));
-                return db.daDelete(entry) ? kExitOk : kExitFailed;
-            }
-            const ULong merged = db.daMerge();
-            if (watch.Shown()) return kExitFailed;
-            if (context.options.json)
-                std::cout << JsonObject().Number("merged", merged).str() << '\n';
-            else
-                std::cout << "Merged " << merged << (merged == 1 ? " computer" : " computers")
-                          << " into the inventory\n";
+    const Access access = sub == "list" ? Access::kRead : Access::kWrite;
+
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return List(db, watch, words.Has("--unaudited"), context.options.json);
+        if (sub == "add") {
+            const ULong id = db.daAdd(p[0].c_str(), words.Value("--domain").c_str(), ip);
+            if (id == 0) return kExitFailed;
+            std::cout << id << '\n';
             return kExitOk;
-        });
+        }
+        if (sub == "delete") {
+            if (entry != 0 && !EntryExists(db, entry))
+                return watch.Shown() ? kExitFailed : Fail("no discovered computer with id " + std::to_string(entry));
+            return db.daDelete(entry) ? kExitOk : kExitFailed;
+        }
+        const ULong merged = db.daMerge();
+        if (watch.Shown()) return kExitFailed;
+        if (context.options.json)
+            std::cout << JsonObject().Number("merged", merged).str() << '\n';
+        else
+            std::cout << "Merged " << merged << (merged == 1 ? " computer" : " computers") << " into the inventory\n";
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -223,23 +223,22 @@ int RunField(Context& context) {
     }
 
     const bool reads = sub == "list" || sub == "values";
-    return WithDatabase(
-        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            if (sub == "list") return List(db, context.options.json);
-            if (sub == "add") return Add(db, words, type);
-            if (sub == "values") return Values(db, p[0], context.options.json);
-            const ULong def = db.userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
-            if (def == 0) return watch.Shown() ? kExitFailed : Fail("no field is named '" + p[0] + "'");
-            if (sub == "rename") {
-                if (const ULong other = db.userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask);
-                    other && other != def)
-                    return Fail("a field named '" + p[1] + "' already exists (id " + std::to_string(other) + ")");
-                if (!db.userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
-            } else if (!db.userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
-                return kExitFailed;
-            }
-            return kExitOk;
-        });
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return List(db, context.options.json);
+        if (sub == "add") return Add(db, words, type);
+        if (sub == "values") return Values(db, p[0], context.options.json);
+        const ULong def = db.userDefFind(p[0].c_str(), CNorvik::kUserDataOwnerMask);
+        if (def == 0) return watch.Shown() ? kExitFailed : Fail("no field is named '" + p[0] + "'");
+        if (sub == "rename") {
+            if (const ULong other = db.userDefFind(p[1].c_str(), CNorvik::kUserDataOwnerMask); other && other != def)
+                return Fail("a field named '" + p[1] + "' already exists (id " + std::to_string(other) + ")");
+            if (!db.userDefSetKey(def, p[1].c_str(), words.Has("--keep-values") ? 1 : 0)) return kExitFailed;
+        } else if (!db.userDefDelete(def, words.Has("--with-values") ? 1 : 0)) {
+            return kExitFailed;
+        }
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -85,47 +85,47 @@ int RunType(Context& context) {
     if (!command) return kExitUsage;
     const std::string sub = command->name;
     const auto& p = words.positional;
-    return WithDatabase(context, sub == "list" ? Access::kRead : Access::kWrite,
-                        [&](CNorvikSql& db, const MessageWatch& watch) {
-                            if (sub == "list") return TypeList(db, context.options.json);
-                            if (sub == "add") {
-                                if (!CheckTypeName(db, p[0], 0)) return kExitFailed;
-                                const ULong id = db.AddLicenceType(p[0].c_str());
-                                if (id == 0) return kExitFailed;
-                                if (words.Has("--per-pc")) db.SetLicenceTypeFlag(id, CNorvik::kLicencePerPc, 1);
-                                if (words.Has("--hidden")) db.SetLicenceTypeFlag(id, CNorvik::kLicenceHidden, 1);
-                                if (watch.Shown()) return kExitFailed;
-                                std::cout << id << '\n';
-                                return kExitOk;
-                            }
-                            const Resolved type = ResolveLicenceType(db, p[0]);
-                            if (!type.ok()) return Fail(type);
-                            if (type.id == CNorvik::kLicenceNotSpecified)
-                                return Fail("licence type 1 (\"Not Specified\") is built in and cannot be changed");
-                            if (sub == "rename") {
-                                if (!CheckTypeName(db, p[1], type.id)) return kExitFailed;
-                                ULong flags = 0;
-                                CString old;
-                                db.GetLicenceDetails(type.id, old, &flags);
-                                db.SetLicenceTypeName(type.id, p[1].c_str());
-                                if (watch.Shown()) return kExitFailed;
-                                if (flags != 0) {
-                                    std::cout << "flags cleared (were "
-                                              << CNorvik::FormatLicenseFlags(static_cast<int>(flags)).c_str() << ")\n";
-                                }
-                                return kExitOk;
-                            }
-                            if (db.DeleteLicenceType(type.id)) return kExitOk;
-                            if (watch.Shown()) return kExitFailed;
-                            CDynaList<ULong> users;
-                            try {
-                                db.EnumIds("APPS", CString::Formatted("_LICTYPE=%d", static_cast<int>(type.id)), users);
-                            } catch (const CDBException& e) {
-                                return Fail("cannot read the applications: " + e.m_strError.str());
-                            }
-                            return Fail("licence type '" + db.GetLicenceName(type.id).str() + "' is used by " +
-                                        std::to_string(users.GetCount()) + " application(s); not deleted");
-                        });
+    const Access access = sub == "list" ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return TypeList(db, context.options.json);
+        if (sub == "add") {
+            if (!CheckTypeName(db, p[0], 0)) return kExitFailed;
+            const ULong id = db.AddLicenceType(p[0].c_str());
+            if (id == 0) return kExitFailed;
+            if (words.Has("--per-pc")) db.SetLicenceTypeFlag(id, CNorvik::kLicencePerPc, 1);
+            if (words.Has("--hidden")) db.SetLicenceTypeFlag(id, CNorvik::kLicenceHidden, 1);
+            if (watch.Shown()) return kExitFailed;
+            std::cout << id << '\n';
+            return kExitOk;
+        }
+        const Resolved type = ResolveLicenceType(db, p[0]);
+        if (!type.ok()) return Fail(type);
+        if (type.id == CNorvik::kLicenceNotSpecified)
+            return Fail("licence type 1 (\"Not Specified\") is built in and cannot be changed");
+        if (sub == "rename") {
+            if (!CheckTypeName(db, p[1], type.id)) return kExitFailed;
+            ULong flags = 0;
+            CString old;
+            db.GetLicenceDetails(type.id, old, &flags);
+            db.SetLicenceTypeName(type.id, p[1].c_str());
+            if (watch.Shown()) return kExitFailed;
+            if (flags != 0) {
+                std::cout << "flags cleared (were " << CNorvik::FormatLicenseFlags(static_cast<int>(flags)).c_str()
+                          << ")\n";
+            }
+            return kExitOk;
+        }
+        if (db.DeleteLicenceType(type.id)) return kExitOk;
+        if (watch.Shown()) return kExitFailed;
+        CDynaList<ULong> users;
+        try {
+            db.EnumIds("APPS", CString::Formatted("_LICTYPE=%d", static_cast<int>(type.id)), users);
+        } catch (const CDBException& e) {
+            return Fail("cannot read the applications: " + e.m_strError.str());
+        }
+        return Fail("licence type '" + db.GetLicenceName(type.id).str() + "' is used by " +
+                    std::to_string(users.GetCount()) + " application(s); not deleted");
+    });
 }
 
 struct AlertRow {
@@ -177,14 +177,14 @@ int RunAlerts(Context& context) {
         return UsageError(std::string("wrong arguments; usage: norvik ") + usage);
     const ULong id = remove ? IdFromDigits(p[1]) : 0;
     if (remove && id == 0) return UsageError("not an alert id: " + p[1]);
-    return WithDatabase(context, remove ? Access::kWrite : Access::kRead,
-                        [&](CNorvikSql& db, const MessageWatch& watch) {
-                            if (!remove) return AlertList(db, context.options.json);
-                            if (!db.licensealertGetDetails(id, nullptr, nullptr, nullptr, nullptr, nullptr))
-                                return watch.Shown() ? kExitFailed : Fail("no licence alert " + p[1]);
-                            db.licensealertDelete(id);
-                            return kExitOk;
-                        });
+    const Access access = remove ? Access::kWrite : Access::kRead;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (!remove) return AlertList(db, context.options.json);
+        if (!db.licensealertGetDetails(id, nullptr, nullptr, nullptr, nullptr, nullptr))
+            return watch.Shown() ? kExitFailed : Fail("no licence alert " + p[1]);
+        db.licensealertDelete(id);
+        return kExitOk;
+    });
 }
 
 // A declared number of licences: decimal digits up to the largest count a row holds. Negative

@@ -146,46 +146,46 @@ int RunNote(Context& context) {
         return UsageError("a note is named by its id: " + p[0]);
 
     const bool reads = sub == "list" || sub == "show";
-    return WithDatabase(
-        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            if (sub == "add") {
-                try {
-                    if (!RecordExists(db, table, record))
-                        return Fail(std::string("there is no ") + kTables[table - CNorvik::tableLocation].word +
-                                    " with id " + std::to_string(record));
-                } catch (const CDBException& e) {
-                    return Fail("cannot read the record: " + e.m_strError.str());
-                }
-                const ULong note = db.notesAdd(type, table, record, data, p[2].c_str());
-                if (note == 0) return kExitFailed;
-                std::cout << note << '\n';
-                return kExitOk;
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "add") {
+            try {
+                if (!RecordExists(db, table, record))
+                    return Fail(std::string("there is no ") + kTables[table - CNorvik::tableLocation].word +
+                                " with id " + std::to_string(record));
+            } catch (const CDBException& e) {
+                return Fail("cannot read the record: " + e.m_strError.str());
             }
-            if (sub == "list") {
-                CDynaList<ULong> ids;
-                if (words.Has("--type") || words.Has("--table") || words.Has("--record")) {
-                    db.enumNotes(words.Has("--type") ? &type : nullptr, words.Has("--table") ? &table : nullptr,
-                                 words.Has("--record") ? &record : nullptr, ids);
-                } else {
-                    // The library refuses a listing without a criterion; every note is one of a type.
-                    for (const Name& name : kTypes) db.enumNotes(&name.value, nullptr, nullptr, ids);
-                }
-                std::vector<Note> notes;
-                for (const ULong note : ids) {
-                    Note read;
-                    if (ReadNote(db, note, &read)) notes.push_back(read);
-                }
-                if (watch.Shown()) return kExitFailed;
-                PrintNotes(notes, context.options.json);
-                return kExitOk;
-            }
-            Note note;
-            if (!ReadNote(db, id, &note))
-                return watch.Shown() ? kExitFailed : Fail("no note with id " + std::to_string(id));
-            if (sub == "delete") return db.notesDelete(id) ? kExitOk : kExitFailed;
-            PrintNotes({note}, context.options.json);
+            const ULong note = db.notesAdd(type, table, record, data, p[2].c_str());
+            if (note == 0) return kExitFailed;
+            std::cout << note << '\n';
             return kExitOk;
-        });
+        }
+        if (sub == "list") {
+            CDynaList<ULong> ids;
+            if (words.Has("--type") || words.Has("--table") || words.Has("--record")) {
+                db.enumNotes(words.Has("--type") ? &type : nullptr, words.Has("--table") ? &table : nullptr,
+                             words.Has("--record") ? &record : nullptr, ids);
+            } else {
+                // The library refuses a listing without a criterion; every note is one of a type.
+                for (const Name& name : kTypes) db.enumNotes(&name.value, nullptr, nullptr, ids);
+            }
+            std::vector<Note> notes;
+            for (const ULong note : ids) {
+                Note read;
+                if (ReadNote(db, note, &read)) notes.push_back(read);
+            }
+            if (watch.Shown()) return kExitFailed;
+            PrintNotes(notes, context.options.json);
+            return kExitOk;
+        }
+        Note note;
+        if (!ReadNote(db, id, &note))
+            return watch.Shown() ? kExitFailed : Fail("no note with id " + std::to_string(id));
+        if (sub == "delete") return db.notesDelete(id) ? kExitOk : kExitFailed;
+        PrintNotes({note}, context.options.json);
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -85,48 +85,46 @@ int RunPicklist(Context& context) {
         return UsageError("a pick list name may not be empty");
 
     const bool reads = sub == "list" || sub == "items";
-    return WithDatabase(
-        context, reads ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            if (sub == "list") {
-                return List(db, context.options.json);
-            } else if (sub == "add") {
-                if (const ULong existing = db.FindPicklist(p[0].c_str()))
-                    return Fail("a pick list named '" + p[0] + "' already exists (id " + std::to_string(existing) +
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") {
+            return List(db, context.options.json);
+        } else if (sub == "add") {
+            if (const ULong existing = db.FindPicklist(p[0].c_str()))
+                return Fail("a pick list named '" + p[0] + "' already exists (id " + std::to_string(existing) + ")");
+            const ULong list = db.AddPicklist(p[0].c_str());
+            if (list == 0) return kExitFailed;
+            for (std::size_t i = 1; i < p.size(); ++i)
+                if (!db.AddPickItem(list, p[i].c_str())) return kExitFailed;
+            std::cout << list << '\n';
+        } else {
+            const ULong list = db.FindPicklist(p[0].c_str());
+            if (list == 0) return watch.Shown() ? kExitFailed : Fail("no pick list is named '" + p[0] + "'");
+            if (sub == "rename") {
+                if (const ULong existing = db.FindPicklist(p[1].c_str()); existing && existing != list)
+                    return Fail("a pick list named '" + p[1] + "' already exists (id " + std::to_string(existing) +
                                 ")");
-                const ULong list = db.AddPicklist(p[0].c_str());
-                if (list == 0) return kExitFailed;
-                for (std::size_t i = 1; i < p.size(); ++i)
-                    if (!db.AddPickItem(list, p[i].c_str())) return kExitFailed;
-                std::cout << list << '\n';
-            } else {
-                const ULong list = db.FindPicklist(p[0].c_str());
-                if (list == 0) return watch.Shown() ? kExitFailed : Fail("no pick list is named '" + p[0] + "'");
-                if (sub == "rename") {
-                    if (const ULong existing = db.FindPicklist(p[1].c_str()); existing && existing != list)
-                        return Fail("a pick list named '" + p[1] + "' already exists (id " + std::to_string(existing) +
-                                    ")");
-                    db.SetPicklistName(list, p[1].c_str());
-                } else if (sub == "delete") {
-                    const std::size_t count = Items(db, list).size();
-                    db.DeletePicklist(list);
-                    if (!watch.Shown())
-                        std::cout << "deleted pick list '" << p[0] << "' and its " << count << " item(s)\n";
-                } else if (sub == "items") {
-                    return ShowItems(db, list, context.options.json);
-                } else if (sub == "add-item") {
-                    if (!db.AddPickItem(list, p[1].c_str())) return kExitFailed;
-                } else if (sub == "delete-item") {
-                    int removed = 0;
-                    for (const auto& [id, text] : Items(db, list))
-                        if (text == p[1]) {
-                            db.DeletePickItem(id);
-                            ++removed;
-                        }
-                    if (removed == 0) return Fail("pick list '" + p[0] + "' has no item '" + p[1] + "'");
-                }
+                db.SetPicklistName(list, p[1].c_str());
+            } else if (sub == "delete") {
+                const std::size_t count = Items(db, list).size();
+                db.DeletePicklist(list);
+                if (!watch.Shown()) std::cout << "deleted pick list '" << p[0] << "' and its " << count << " item(s)\n";
+            } else if (sub == "items") {
+                return ShowItems(db, list, context.options.json);
+            } else if (sub == "add-item") {
+                if (!db.AddPickItem(list, p[1].c_str())) return kExitFailed;
+            } else if (sub == "delete-item") {
+                int removed = 0;
+                for (const auto& [id, text] : Items(db, list))
+                    if (text == p[1]) {
+                        db.DeletePickItem(id);
+                        ++removed;
+                    }
+                if (removed == 0) return Fail("pick list '" + p[0] + "' has no item '" + p[1] + "'");
             }
-            return kExitOk;
-        });
+        }
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -46,22 +46,22 @@ int RunSecurity(Context& context) {
     const SubCommandSpec* command = PickSubCommand("security", context.args, kSubCommands, &words);
     if (!command) return kExitUsage;
     const std::string sub = command->name;
-    return WithDatabase(
-        context, sub == "status" ? Access::kRead : Access::kWrite, [&](CNorvikSql& db, const MessageWatch& watch) {
-            if (sub == "on" && !SomeUserHasAPassword(db))
-                return watch.Shown() ? kExitFailed
-                                     : Fail(
-                                           "no user has a password, so no one could log on to the console; "
-                                           "give one a password first (norvik user password NAME)");
-            if (sub != "status") return db.EnableSecurity(sub == "on") ? kExitOk : kExitFailed;
-            const int enabled = db.IsSecurityEnabled();
-            if (watch.Shown()) return kExitFailed;
-            if (context.options.json)
-                std::cout << JsonObject().Flag("enabled", enabled != 0).str() << '\n';
-            else
-                std::cout << (enabled ? "on" : "off") << '\n';
-            return kExitOk;
-        });
+    const Access access = sub == "status" ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "on" && !SomeUserHasAPassword(db))
+            return watch.Shown() ? kExitFailed
+                                 : Fail(
+                                       "no user has a password, so no one could log on to the console; "
+                                       "give one a password first (norvik user password NAME)");
+        if (sub != "status") return db.EnableSecurity(sub == "on") ? kExitOk : kExitFailed;
+        const int enabled = db.IsSecurityEnabled();
+        if (watch.Shown()) return kExitFailed;
+        if (context.options.json)
+            std::cout << JsonObject().Flag("enabled", enabled != 0).str() << '\n';
+        else
+            std::cout << (enabled ? "on" : "off") << '\n';
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

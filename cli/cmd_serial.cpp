@@ -56,23 +56,24 @@ int RunSerial(Context& context) {
     const ULong id = sub == "delete" ? IdFromDigits(p[0]) : 0;
     if (sub == "delete" && id == 0) return UsageError("not a record id: " + p[0]);
 
-    return WithDatabase(context, sub == "list" ? Access::kRead : Access::kWrite,
-                        [&](CNorvikSql& db, const MessageWatch&) {
-                            if (sub == "list") return SerialList(db, context.options.json);
-                            if (sub == "add") {
-                                const ULong added = db.AddSSRec(p[0].c_str(), p[1].c_str(), p[2].c_str());
-                                if (added == 0) return kExitFailed;
-                                std::cout << added << '\n';
-                                return kExitOk;
-                            }
-                            try {
-                                if (!RowExists(db, "SWSERIAL", id)) return Fail("no serial-number place " + p[0]);
-                            } catch (const CDBException& e) {
-                                return Fail("cannot read the serial-number places: " + e.m_strError.str());
-                            }
-                            db.DeleteSSRec(id);
-                            return kExitOk;
-                        });
+    const Access access = sub == "list" ? Access::kRead : Access::kWrite;
+
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch&) {
+        if (sub == "list") return SerialList(db, context.options.json);
+        if (sub == "add") {
+            const ULong added = db.AddSSRec(p[0].c_str(), p[1].c_str(), p[2].c_str());
+            if (added == 0) return kExitFailed;
+            std::cout << added << '\n';
+            return kExitOk;
+        }
+        try {
+            if (!RowExists(db, "SWSERIAL", id)) return Fail("no serial-number place " + p[0]);
+        } catch (const CDBException& e) {
+            return Fail("cannot read the serial-number places: " + e.m_strError.str());
+        }
+        db.DeleteSSRec(id);
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

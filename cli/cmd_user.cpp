@@ -143,25 +143,24 @@ int RunUser(Context& context) {
     if (sub == "add" && words.positional[0].empty()) return UsageError("a user name may not be empty");
 
     const bool reads = sub == "list" || sub == "check";
-    return WithDatabase(context, reads ? Access::kRead : Access::kWrite,
-                        [&](CNorvikSql& db, const MessageWatch& watch) {
-                            if (sub == "list") return List(db, watch, level, context.options.json);
-                            const std::string& name = words.positional[0];
-                            if (sub == "add") {
-                                if (db.userFind(name.c_str()) != 0)
-                                    return Fail("a user named '" + name + "' already exists");
-                                const ULong user = db.userAdd(name.c_str(), level);
-                                if (user == 0) return kExitFailed;
-                                std::cout << user << '\n';
-                                return kExitOk;
-                            }
-                            const ULong user = db.userFind(name.c_str());
-                            if (user == 0) return watch.Shown() ? kExitFailed : Fail("no user named '" + name + "'");
-                            if (sub == "delete") return db.userDelete(user) ? kExitOk : kExitFailed;
-                            if (sub == "set") return Set(db, words, user, level);
-                            if (sub == "password") return Password(db, user);
-                            return Check(db, watch, user);
-                        });
+    const Access access = reads ? Access::kRead : Access::kWrite;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "list") return List(db, watch, level, context.options.json);
+        const std::string& name = words.positional[0];
+        if (sub == "add") {
+            if (db.userFind(name.c_str()) != 0) return Fail("a user named '" + name + "' already exists");
+            const ULong user = db.userAdd(name.c_str(), level);
+            if (user == 0) return kExitFailed;
+            std::cout << user << '\n';
+            return kExitOk;
+        }
+        const ULong user = db.userFind(name.c_str());
+        if (user == 0) return watch.Shown() ? kExitFailed : Fail("no user named '" + name + "'");
+        if (sub == "delete") return db.userDelete(user) ? kExitOk : kExitFailed;
+        if (sub == "set") return Set(db, words, user, level);
+        if (sub == "password") return Password(db, user);
+        return Check(db, watch, user);
+    });
 }
 
 }  // namespace cli

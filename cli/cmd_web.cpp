@@ -166,20 +166,19 @@ int RunWeb(Context& context) {
         if (const std::string problem = DayProblem(words.Value(dayOption), &day); !problem.empty())
             return UsageError(problem);
     }
-    return WithDatabase(context, sub == "purge" ? Access::kWrite : Access::kRead,
-                        [&](CNorvikSql& db, const MessageWatch& watch) {
-                            if (sub == "search") return Search(context, db, watch, words);
-                            if (sub == "purge") return Purge(context, db, watch, day);
-                            if (sub.empty())
-                                return ShowDays(context, db, watch, words, words.Has("--date") ? &day : nullptr);
-                            const Resolved asset = ResolveAsset(db, words.positional[0]);
-                            if (!asset.ok()) return Fail(asset);
-                            CDynaList<ULong> rows;
-                            db.ieCookieEnum(asset.id, rows);
-                            if (watch.Shown()) return kExitFailed;
-                            PrintCookies(db, rows, context.options.json);
-                            return kExitOk;
-                        });
+    const Access access = sub == "purge" ? Access::kWrite : Access::kRead;
+    return WithDatabase(context, access, [&](CNorvikSql& db, const MessageWatch& watch) {
+        if (sub == "search") return Search(context, db, watch, words);
+        if (sub == "purge") return Purge(context, db, watch, day);
+        if (sub.empty()) return ShowDays(context, db, watch, words, words.Has("--date") ? &day : nullptr);
+        const Resolved asset = ResolveAsset(db, words.positional[0]);
+        if (!asset.ok()) return Fail(asset);
+        CDynaList<ULong> rows;
+        db.ieCookieEnum(asset.id, rows);
+        if (watch.Shown()) return kExitFailed;
+        PrintCookies(db, rows, context.options.json);
+        return kExitOk;
+    });
 }
 
 }  // namespace cli

@@ -35,6 +35,15 @@ struct InventoryContent {
     bool partial = false;                // JSON "partial": true (the changed sections only)
 };
 
+// Whether a section describes the computer once (HARDWARE, BIOS, OPERATINGSYSTEM, ACCESSLOG):
+// such a section is one record, never a list (`section` lower case).
+bool IsSingleRecordSection(std::string_view section);
+
+// "" when the content may be mapped; otherwise why not, the same for both formats: a name or
+// value holding a zero character (stored texts end at one), a single-record section given more
+// than once, or a field of one given more than once (which value counts would be a guess).
+std::string ContentProblem(const InventoryContent& content);
+
 // How deep a reader follows nested elements or objects inside one record; deeper ones are
 // skipped, so hostile nesting cannot exhaust the stack.
 constexpr int kContentMaxDepth = 8;

@@ -63,9 +63,9 @@ bool ReadInventory(const std::string& name, std::string_view text, Inventory& in
         error = Located(name, failure);
         return false;
     }
-    std::string reason;
+    std::string reason = ContentProblem(content);
     // The mapping trims ASCII blanks only; a name of no-break or other wide spaces names no host.
-    bool mapped = MapInventory(content, inventory, reason);
+    bool mapped = reason.empty() && MapInventory(content, inventory, reason);
     if (mapped && IsBlankName(inventory.hostName)) {
         mapped = false;
         reason = "the inventory names no host (no HARDWARE/NAME)";

@@ -10,7 +10,7 @@
 #include "import/inventory.h"
 
 // The largest inventory document read, in bytes. Agents' inventories take a few hundred
-// kilobytes to a few megabytes; reading one takes up to about eight times its size in memory,
+// kilobytes to a few megabytes; reading and importing one takes about ten times its size in memory,
 // so larger documents are refused before they are read (by the tool and by the server alike).
 constexpr std::size_t kInventoryMaxBytes = 32 * 1024 * 1024;
 

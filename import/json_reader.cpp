@@ -106,6 +106,8 @@ bool ReadJsonContent(std::string_view text, InventoryContent& content, ContentEr
         content.partial = partial->value.IsBool() && partial->value.GetBool();
     for (const auto& section : body->value.GetObject()) {
         const std::string name = Lower(section.name);
+        if (IsSingleRecordSection(name) && !section.value.IsObject())
+            return refuse(("not an inventory (its \"" + name + "\" is not an object)").c_str());
         if (section.value.IsArray()) {
             for (const auto& entry : section.value.GetArray()) AddRecord(name, entry, content);
         } else if (!section.value.IsNull()) {

@@ -109,6 +109,74 @@ TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
     }
 }
 
+TEST(InventoryReader, MalformedDocumentsWereAcceptedOrResolvedSilently) {
+    const std::string hw = "<HARDWARE><NAME>PC</NAME></HARDWARE>";
+    const struct {
+        std::string text;
+        const char* message;
+    } cases[] = {
+        {"<REQUEST><CONTENT>" + hw + "</CONTENT></REQUEST>\n junk",
+         "in: line 2, column 2: text after the root element"},
+        {"<REQUEST><CONTENT>" + hw + "</CONTENT></REQUEST><REQUEST/>", "in: line 1, column 75: a second root element"},
+        {"<!DOCTYPE REQUEST [<!ENTITY h \"PC\">]><REQUEST><CONTENT><HARDWARE><NAME>&h;</NAME></HARDWARE></CONTENT>"
+         "</REQUEST>",
+         "in: line 1, column 1: a document type declaration (<!DOCTYPE>) is not accepted in an inventory"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>&h;</NAME></HARDWARE></CONTENT></REQUEST>",
+         "in: line 1, column 35: the entity &h; is not one of XML's own (entities are not expanded)"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>P&#x00;C</NAME></HARDWARE></CONTENT></REQUEST>",
+         "in: line 1, column 36: a reference to character 0 (&#x00;), which XML does not allow"},
+        {"<REQUEST><QUERY>PROLOG</QUERY><CONTENT>" + hw + "</CONTENT></REQUEST>",
+         "in: line 1, column 10: not an inventory (its <QUERY> is not INVENTORY)"},
+        {"<REQUEST><CONTENT>" + hw + hw + "</CONTENT></REQUEST>",
+         "in: line 1, column 1: the section HARDWARE is given more than once"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>A</NAME><NAME>B</NAME></HARDWARE></CONTENT></REQUEST>",
+         "in: line 1, column 1: the field HARDWARE/NAME is given more than once"},
+        {"{\"content\": {\"hardware\": [{\"name\": \"PC\"}]}}",
+         "in: line 1, column 1: not an inventory (its \"hardware\" is not an object)"},
+        {"{\"content\": {\"hardware\": {\"name\": \"PC\"}, \"HARDWARE\": {\"name\": \"PC2\"}}}",
+         "in: line 1, column 1: the section HARDWARE is given more than once"},
+        {"{\"content\": {\"hardware\": {\"name\": \"A\", \"name\": \"B\"}}}",
+         "in: line 1, column 1: the field HARDWARE/NAME is given more than once"},
+        {"{\"content\": {\"hardware\": {\"name\": \"P\\u0000C\"}}}",
+         "in: line 1, column 1: the field HARDWARE/NAME holds a zero character"},
+        {"{\"content\": {\"softwares\": [{\"na\\u0000me\": \"x\"}], \"hardware\": {\"name\": \"PC\"}}}",
+         "in: line 1, column 1: the field SOFTWARES/NA holds a zero character"},
+        {"<REQUEST><CONTENT><HARDWARE><NAME>\xC2\xA0 \xE2\x80\x83</NAME></HARDWARE></CONTENT></REQUEST>",
+         "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
+    };
+    for (const auto& c : cases) {
+        Inventory inventory;
+        std::string error;
+        EXPECT_FALSE(ReadInventory("in", c.text, inventory, error)) << c.text;
+        EXPECT_EQ(error, c.message) << c.text;
+    }
+}
+
+TEST(InventoryReader, NumericNamesMissingActionAndTrailingCommentsAreAccepted) {
+    for (const std::string text : {"{\"content\": {\"hardware\": {\"name\": 42}}}",
+                                   "{\"action\": \"inventory\", \"content\": {\"hardware\": {\"name\": \"42\"}}}",
+                                   "<REQUEST><CONTENT><HARDWARE><NAME>42</NAME></HARDWARE></CONTENT></REQUEST>\n"
+                                   "<!-- sent by the agent -->\n",
+                                   "<REQUEST><QUERY>INVENTORY</QUERY><CONTENT><HARDWARE><NAME>4&#50;</NAME>"
+                                   "</HARDWARE></CONTENT></REQUEST>"}) {
+        Inventory inventory;
+        std::string error;
+        EXPECT_TRUE(ReadInventory("in", text, inventory, error)) << text << ": " << error;
+        EXPECT_EQ(inventory.hostName, "42") << text;
+    }
+}
+
+TEST(InventoryReader, DocumentsOfAnySizeWereRead) {
+    std::string text = "<REQUEST><CONTENT><HARDWARE><NAME>PC</NAME></HARDWARE></CONTENT></REQUEST>";
+    text.resize(kInventoryMaxBytes + 1, ' ');
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(ReadInventory("in", text, inventory, error));
+    EXPECT_EQ(error, "in: line 1, column 1: the document is larger than the 32 MiB an inventory may be");
+    text.resize(kInventoryMaxBytes);
+    EXPECT_TRUE(ReadInventory("in", text, inventory, error)) << error;
+}
+
 TEST(InventoryReader, XmlInventoryMapsIdentityRecordAndOperatingSystem) {
     const Inventory inventory = ReadFixture("workstation.xml");
     EXPECT_EQ(inventory.hostName, "WS-ALPHA");
