@@ -2,9 +2,6 @@
 // stores them as the inventory gave them (placeholders too): only usable values count here.
 #include "import/asset_identity.h"
 
-#include <set>
-
-#include "common/sortlist.h"
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
 
@@ -45,13 +42,9 @@ ULong CAssetIdentity::FindBySystemItem(const char* key, const std::string& value
     if (value.empty()) return 0;
     const ULong category = SystemCategory();
     if (category == 0) return 0;
-    CSortList holders;
-    m_db.hwEnumByAsset(category, key, holders);
-    const std::string wanted = CutToColumn(value, kImportColumnLimit);
-    std::set<ULong> assets;
-    for (const CSortItem& item : holders)
-        if (item.text.str() == wanted) assets.insert(item.id);
-    return assets.size() == 1 ? *assets.begin() : 0;
+    CDynaList<ULong> holders;
+    m_db.hwFindAssetsByValue(category, key, CutToColumn(value, kImportColumnLimit).c_str(), holders);
+    return holders.GetCount() == 1 ? holders[0] : 0;
 }
 
 std::string CAssetIdentity::Contradiction(ULong asset, const Inventory& inventory) {

@@ -1149,6 +1149,10 @@ public:
     static constexpr int kCatalogueMake = 1;
     static constexpr int kCatalogueModel = 2;
     virtual ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name);
+    // Appends each asset (never 0) whose value item `key` under category `parent` holds exactly
+    // `value`, compared as stored; returns the list's count. A database back end answers with one
+    // indexed read, whatever the number of assets.
+    virtual int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets);
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

@@ -375,3 +375,16 @@ int CNorvikSql::hwEnumGlobal(ULong parent, const char* key, CSortList& list, int
     }
     return static_cast<int>(list.GetCount());
 }
+
+int CNorvikSql::hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) {
+    const CString statement =
+        CString::Formatted("select distinct _ASSET from HW where _KEY=%s and _VAL=%s and _PARENT=%d and _ASSET<>0",
+                           SqlQuote(key).c_str(), SqlQuote(value).c_str(), static_cast<int>(parent));
+    try {
+        CSqlRecordset rs(this, statement);
+        for (; !rs.IsEOF(); rs.MoveNext()) assets.Add(rs.NumberAt(0));
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+    }
+    return static_cast<int>(assets.GetCount());
+}

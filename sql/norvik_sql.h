@@ -406,6 +406,8 @@ public:
     ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
     // The interface's find-or-add under the name's FindOrInsertLock.
     ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name) override;
+    // One statement, on the (_KEY, _VAL) index of HW.
+    int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
 
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning

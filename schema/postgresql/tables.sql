@@ -139,7 +139,7 @@ create table HW (
 );
 create index IX_HW_PARENT_ASSET_KEY on HW (_PARENT, _ASSET, _KEY);
 create index IX_HW_ASSET on HW (_ASSET);
-create index IX_HW_KEY on HW (_KEY);
+create index IX_HW_KEY_VAL on HW (_KEY, _VAL);
 
 -- Software folders and files, stored once for the site and linked to assets.
 create table SWFOLDER (

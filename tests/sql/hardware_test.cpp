@@ -1,6 +1,7 @@
 // The hardware tree on both engines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -132,6 +133,28 @@ TEST_P(Hardware, AddressShownDottedOnlyUnderKeysEndingInIPAddress) {
         EXPECT_EQ(list[0].id, pc);
         EXPECT_EQ(list[0].extra, 16777343u);
     }
+}
+
+TEST_P(Hardware, FindByValueAnswersEveryHolderOfTheExactValueUnderItsCategoryOnly) {
+    const ULong pc1 = Asset("PC1"), pc2 = Asset("PC2"), pc3 = Asset("PC3");
+    const ULong system = db_->hwAdd("System", '|', 1), bios = db_->hwAdd("BIOS", '|', 1);
+    db_->hwAdd(system, pc1, 0x2, "Serial Number", "S-1'x");
+    db_->hwAdd(system, pc2, 0x2, "Serial Number", "S-2");
+    db_->hwAdd(system, pc3, 0x2, "Serial Number", "S-2");
+    db_->hwAdd(bios, pc1, 0x2, "Serial Number", "S-2");  // another category
+    db_->hwAdd(system, pc1, 0x2, "UUID", "S-2");         // another key
+    const auto holders = [&](const char* value) {
+        CDynaList<ULong> assets;
+        db_->hwFindAssetsByValue(system, "Serial Number", value, assets);
+        std::vector<ULong> found(assets.begin(), assets.end());
+        std::sort(found.begin(), found.end());
+        return found;
+    };
+    EXPECT_EQ(holders("S-1'x"), std::vector<ULong>{pc1});
+    EXPECT_EQ(holders("S-2"), (std::vector<ULong>{pc2, pc3}));
+    EXPECT_TRUE(holders("s-2").empty());  // compared as stored
+    EXPECT_TRUE(holders("S-%").empty());  // no pattern matching
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Hardware, SetValRecordsPathOldNewAndIconOnlyWhenAsked) {
