@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "kb/kb_files.h"
@@ -115,6 +116,23 @@ TEST_P(Applications, InstanceOfAnAliasPointingToAMissingRowHasAnEmptyName) {
     EXPECT_EQ(db_->EnumApplicationInstances(pc, 1, list, 0, 0), 2u);
     list.Sort();
     EXPECT_EQ(Texts(list), (std::vector<std::string>{" [1.0]", "Editor"}));
+    // Each instance is named through applicationGetName, which a derived back end may change.
+    struct Renaming : TestableNorvikSql {
+        using TestableNorvikSql::TestableNorvikSql;
+        CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) override {
+            names.emplace_back(app, aliasDepth);
+            return "<" + TestableNorvikSql::applicationGetName(app, aliasDepth, withPublisher) + ">";
+        }
+        std::vector<std::pair<ULong, unsigned int>> names;
+    } renaming(kb_);
+    ASSERT_NE(renaming.Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
+    CSortList renamed;
+    renaming.EnumApplicationInstances(pc, 0, renamed, 0, 0);
+    renamed.Sort();
+    EXPECT_EQ(Texts(renamed), (std::vector<std::string>{"<<>>", "<<Editor>>"}));
+    std::sort(renaming.names.begin(), renaming.names.end());
+    EXPECT_EQ(renaming.names,
+              (std::vector<std::pair<ULong, unsigned int>>{{editor, 0}, {editor, 1}, {viewer, 1}, {4711, 0}}));
     // Names are read afresh on every call.
     db_->applicationSetAlias(editor, 0);
     CSortList again;
