@@ -29,7 +29,7 @@ int ParseDate(const std::string& text, CTime* when) {
 std::vector<std::pair<std::string, std::string>> AssetFieldValues(CNorvikSql& db, ULong asset) {
     std::vector<std::pair<std::string, std::string>> values;
     for (const char* name : {"Category", "Make", "Model", "Serial Number"})
-        values.emplace_back(name, db.userdataGetValue(asset, name).str());
+        values.emplace_back(name, db.GetBuiltInFieldValue(asset, name).str());
     CSortList fields;
     db.userDefEnum(0, fields, CNorvik::kUserDataAsset, 1);
     for (const CSortItem& field : fields) {
@@ -44,7 +44,7 @@ std::vector<std::pair<std::string, std::string>> AssetFieldValues(CNorvikSql& db
 int SetAssetField(CNorvikSql& db, ULong asset, const std::string& field, const std::string& value) {
     const CTime now = CTime::GetCurrentTime();
     if (CNorvik::IsBuiltInField(field.c_str()))
-        return db.userDataSetVal(asset, field.c_str(), value.c_str(), 1, now) ? kExitOk : kExitFailed;
+        return db.SetBuiltInFieldValue(asset, field.c_str(), value.c_str(), 1, now) ? kExitOk : kExitFailed;
     const ULong id = db.userDefFind(field.c_str(), CNorvik::kUserDataAsset);
     if (id == 0) return Fail("no asset-level field is named '" + field + "'");
     CAssetFieldDef def;

@@ -233,7 +233,13 @@ public:
     // status kAssetNew, writing the "Initial Audit" record dated `when` when recordHistory is set.
     // With addUserFields, every asset-level field (USERDEF rows with flag 0x2) then gets a value row
     // for the asset if it has none (userDataAdd with an empty value), for a found asset too.
-    // Returns the _ID; 0 on failure.
+    // The find and the insert are one step across connections and processes: they hold the name's
+    // find-or-insert lock (FindOrInsertLock on ASSET; on SQLite the database's write lock), so of
+    // concurrent adds of one name the first inserts and the others wait and find its asset. The
+    // asset, its record and its value rows commit together (or with the caller's transaction):
+    // when the value rows fail, the new asset is rolled back too. Without addUserFields and
+    // outside a transaction an existing name is found before any lock is taken, so finding works
+    // on a read-only database. Returns the _ID; 0 on failure (reported).
     virtual ULong AddAsset(const char* name, ULong location, int addUserFields, int recordHistory, CTime when) = 0;
     // The first asset named exactly `name`: with asChild and a location, a child asset of that
     // parent asset; with asChild and location 0, any asset; without asChild, assets that are not
@@ -260,8 +266,10 @@ public:
     virtual CString GetAssetName(ULong asset) = 0;
     // Renames; with a station file (may be null), its value "Name" of section "Asset" becomes the
     // new name (the file is created when missing). With recordHistory, writes "Name changed from
-    // %s to %s" dated `when`. All in one transaction: 1 when done; 0 when the database or the
-    // file failed (reported), the name then unchanged.
+    // %s to %s" dated `when`. In this order, in one transaction: the update of ASSET, the history
+    // record, the station file (replaced whole), then the commit; so a record or a file that
+    // cannot be written takes the new name back. 1 when done; 0 when the database or the file
+    // failed (reported), the name then unchanged.
     virtual int SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) = 0;
     // The parent of an asset; isLocation = 1 when the parent is a location, 0 when an asset.
     // 0 (with isLocation 1) for a missing asset.
@@ -403,7 +411,8 @@ public:
     //   "Audit Date": YYYY-MM-DD[ hh:mm:ss], empty for never;
     //   "Location": the full name with "\" between levels (locGetFullName, locFind), empty for
     //     the root; a child asset reads "child of NAME"; writing places the asset in a location.
-    // A built-in value is addressed by the asset's _ID with the name as key.
+    // A built-in value is addressed by the asset's _ID with the name as key, and read and written
+    // by GetBuiltInFieldValue and SetBuiltInFieldValue (after the published slots).
     static bool IsBuiltInField(const char* key);
     // Appends the values that `owner` holds directly in `group` (wholeTree: in `group` and in any
     // group with a larger _ID too) whose flags share a bit with `mask`, as (key, _ID, _FLAGS).
@@ -446,20 +455,22 @@ public:
     // a top-level row (or withGroup 0) gives the key alone. Empty for a missing row.
     virtual CString userDataGetKey(ULong value, int withGroup, char separator) = 0;
     virtual int userDataSetKey(ULong value, const char* key) = 0;
-    // The value of field `key` of `group` for `owner` (userDataFind, then the overload below);
-    // empty when there is none.
+    // The value of field `key` of `group` for `owner` (userDataFind, then the overload below; a
+    // built-in name: GetBuiltInFieldValue of asset `owner`); empty when there is none.
     virtual CString userdataGetValue(ULong group, ULong owner, const char* key, ULong mask);
-    // The stored _VAL of row `value`; for a built-in `key` the column of asset `value` as text.
-    // `key` may be null for a plain row.
-    virtual CString userdataGetValue(ULong value, const char* key) = 0;
+    // The stored _VAL of row `value`; empty for a missing row. Built-in names have no row: they
+    // are read with GetBuiltInFieldValue.
+    virtual CString userdataGetValue(ULong value) = 0;
     // Sets the value of field `key` of `group` for `owner` whatever it held (empty clears it),
-    // adding the row when missing. Returns the row's _ID (the owner for a built-in), 0 on failure.
+    // adding the row when missing (a built-in name: SetBuiltInFieldValue of asset `owner`).
+    // Returns the row's _ID (the owner for a built-in), 0 on failure.
     virtual ULong userDataSetVal(ULong group, ULong owner, const char* key, const char* text, ULong flags,
                                  int recordHistory, CTime when);
-    // Replaces the stored value of row `value` (built-in `key`: the column of asset `value`).
-    // With recordHistory an asset-level change is recorded (key, old, new) dated `when`;
-    // an equal value writes nothing. 1 when done, 0 on failure or refusal (reported).
-    virtual int userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) = 0;
+    // Replaces the stored value of row `value` ("<NULL>" for a null text). With recordHistory an
+    // asset-level change is recorded (key, old, new) dated `when`; an equal value writes nothing.
+    // 1 when done, 0 for a missing row or on failure (reported). Built-in names have no row: they
+    // are written with SetBuiltInFieldValue.
+    virtual int userDataSetVal(ULong value, const char* text, int recordHistory, CTime when) = 0;
     virtual int userDataSetFlags(ULong value, ULong flags) = 0;
     // Adds every value stored under `key` with an asset-level flag to `values` (once each).
     // Returns the number of values added.
@@ -578,6 +589,8 @@ public:
     // Stores `content` as the asset's captured file `fileName`, replacing the content of an
     // earlier capture of that name in place. The capture's _ID; 0 on failure.
     virtual ULong AddCapFile(ULong asset, const char* fileName, const char* content) = 0;
+    // Deletes every captured file of the asset in one statement (its own transaction, or part of
+    // the caller's): all of them go, or none. A failure is reported.
     virtual void DeleteCapFiles(ULong asset) = 0;
 
     // ---- Application instances and applications ----
@@ -685,7 +698,8 @@ public:
     // Appends the rows aliased to `app` at any depth (direct ones without duplicates first, then
     // those found below every listed item). Returns the list's count.
     virtual ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) = 0;
-    // Deletes all the asset's instances, then its folder and file links. 1; 0 on failure.
+    // Deletes all the asset's instances, then its folder and file links, in one transaction (or
+    // the caller's): a failure deletes nothing. 1; 0 on failure (reported).
     virtual int DeleteSw(ULong asset) = 0;
     // Runs recognition again over the asset's stored files (its SWLINK file links with their
     // SWFILE rows and link dates) against the open Knowledge Base: key files first, then the
@@ -844,8 +858,11 @@ public:
     // The node keyed `key` that `asset` has under `parent`; 0 when absent or on failure.
     virtual ULong hwFind(ULong parent, ULong asset, const char* key) = 0;
     // Walks `path` as hwFind does, creating each missing piece as a skeleton node with `flags`
-    // (which should hold kHwCategory) under the node reached so far. Returns the last node's
-    // _ID; 0 on failure (the pieces created stay).
+    // (which should hold kHwCategory) under the node reached so far. A missing piece is looked for
+    // again and inserted under its find-or-insert lock (FindOrInsertLock on HW, keyed by parent
+    // and key; on SQLite the write lock), committed piece by piece: of two writers creating one
+    // path, the second waits and takes the first one's node. Returns the last node's _ID; 0 on
+    // failure (the pieces created stay).
     virtual ULong hwAdd(const char* path, char delimiter, ULong flags) = 0;
     // Stores `value` as `asset`'s item `key` under `parent`: an existing node gets the new value
     // (flags unchanged), else a node is inserted with `flags` (key and value cut to 255
@@ -1107,8 +1124,9 @@ public:
     virtual ULong enumOrphans(CSortList& list) = 0;
     // Deletes the later rows (higher _ID) of app's publisher and name. Kept as callers have always
     // had it: app's instances are first re-pointed to each later row in turn before that row is
-    // deleted, and the later rows' own instances are left pointing at deleted rows. 0; 0xFFFFFFFF
-    // when `app` is missing.
+    // deleted, and the later rows' own instances are left pointing at deleted rows. Every update
+    // and delete runs in one transaction (or the caller's): a failure changes nothing. 0 (also
+    // after a reported failure); 0xFFFFFFFF when `app` is missing.
     virtual ULong FixupDuplicateApps(ULong app) = 0;
     // Appends ("NAME on ASSET", lowest instance _ID, number of instances) for each asset holding
     // more than one instance of one application, in asset and application order. Returns the count.
@@ -1153,6 +1171,19 @@ public:
     // `value`, compared as stored; returns the list's count. A database back end answers with one
     // indexed read, whatever the number of assets.
     virtual int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets);
+
+    // ---- Built-in asset fields (beyond the published slots) ----
+    // The published userdataGetValue(value) and userDataSetVal(value, ...) address USERDATA rows
+    // only; the built-in names (IsBuiltInField), which stand for ASSET columns, are reached here.
+    // The column of asset `asset` that built-in `name` stands for, as text (see IsBuiltInField);
+    // empty for a missing asset or a name that is not built in.
+    virtual CString GetBuiltInFieldValue(ULong asset, const char* name) = 0;
+    // Writes that column from its text form; an empty or null text clears it. With recordHistory a
+    // change is recorded (name, old, new) dated `when`; an equal value writes nothing. 1 when done;
+    // 0, nothing written, for a missing asset, and for a name that is not built in, a text the
+    // column cannot take or a failure (these three reported).
+    virtual int SetBuiltInFieldValue(ULong asset, const char* name, const char* text, int recordHistory,
+                                     CTime when) = 0;
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

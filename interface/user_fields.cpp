@@ -34,16 +34,16 @@ CString CNorvik::userDefAsString(ULong def, int withType) {
 }
 
 CString CNorvik::userdataGetValue(ULong group, ULong owner, const char* key, ULong mask) {
-    if (IsBuiltInField(key)) return userdataGetValue(owner, key);
+    if (IsBuiltInField(key)) return GetBuiltInFieldValue(owner, key);
     const ULong value = userDataFind(group, owner, key, mask);
-    return value ? userdataGetValue(value, nullptr) : CString();
+    return value ? userdataGetValue(value) : CString();
 }
 
 ULong CNorvik::userDataSetVal(ULong group, ULong owner, const char* key, const char* text, ULong flags,
                               int recordHistory, CTime when) {
-    if (IsBuiltInField(key)) return userDataSetVal(owner, key, text, recordHistory, when) ? owner : 0;
+    if (IsBuiltInField(key)) return SetBuiltInFieldValue(owner, key, text, recordHistory, when) ? owner : 0;
     const ULong value = userDataFind(group, owner, key, flags & kUserDataOwnerMask);
     // A new row takes the text through userDataAdd, which records it as added.
     if (value == 0) return userDataAdd(group, owner, key, text, flags, recordHistory, when);
-    return userDataSetVal(value, nullptr, text, recordHistory, when) ? value : 0;
+    return userDataSetVal(value, text, recordHistory, when) ? value : 0;
 }

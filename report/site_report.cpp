@@ -89,7 +89,7 @@ SiteReport BuildSiteReport(CNorvik& db, CTime now) {
     std::map<std::string, ULong> operatingSystems;
     for (const CSortItem& asset : assets) {
         // The category first: it loads the asset's row, which the two reads after it share.
-        const CString category = db.userdataGetValue(asset.id, "Category");
+        const CString category = db.GetBuiltInFieldValue(asset.id, "Category");
         ++categories[category.IsEmpty() ? kSiteReportUnknown : category.str()];
         const auto system = systems.find(asset.id);
         ++operatingSystems[system == systems.end() ? kSiteReportUnknown : system->second];

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -277,26 +278,39 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
 // ---- Instances: enumerations ----
 
 ULong CNorvikSql::EnumApplicationInstances(ULong asset, int withVersion, CSortList& list, ULong mask, int /*unused*/) {
-    // The alias row comes with the instance, so a whole asset is read in one statement: an
-    // import compares every instance of the asset on each re-audit.
-    const CString statement = CString::Formatted(
-        "select APPINST._VERSION, APPINST._ID, APPS._FLAGS, APPS._ALIAS, APPS._APP, ALIAS._ID, ALIAS._APP from APPINST "
-        "join APPS on APPINST._APP = APPS._ID left join APPS ALIAS on ALIAS._ID = APPS._ALIAS where APPINST._ASSET = "
-        "%d",
+    struct Row {
+        CString version;
+        ULong instance;
+        ULong app;
+    };
+    CDynaList<Row> rows;
+    CString statement = CString::Formatted(
+        "select APPINST._VERSION, APPINST._ID ,APPS._ID ,APPS._FLAGS from APPINST ,APPS where _ASSET=%d and "
+        "APPINST._APP=APPS._ID",
         AsInt(asset));
+    AppNames names;
     try {
-        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-            if ((rs.NumberAt(2) & mask) != mask) continue;
-            // applicationGetName(app, 1, 0): an alias that names no row gives an empty name.
-            const bool aliased = rs.NumberAt(3) != 0;
-            CString text =
-                aliased && rs.NumberAt(5) == 0 ? CString() : AppDisplayName("", rs.TextAt(aliased ? 6 : 4), "", false);
-            const CString version = rs.TextAt(0);
-            if (withVersion && !version.IsEmpty()) text += " [" + version + "]";
-            list.Add(text, rs.NumberAt(1), 0);
-        }
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            if ((rs.NumberAt(3) & mask) == mask) rows.Add(Row{rs.TextAt(0), rs.NumberAt(1), rs.NumberAt(2)});
+        if (rows.GetCount() == 0) return list.GetCount();
+        // An import reads every instance of an asset on each re-audit: the names of the asset's
+        // applications and of their aliases come in one statement, and applicationGetName
+        // answers from them for the rest of this call (one that names no row is still asked).
+        statement = CString::Formatted(
+            "select _ID,_MFR,_APP,_ALIAS from APPS where _ID in (select _APP from APPINST where _ASSET=%d) or _ID in "
+            "(select APPS._ALIAS from APPINST ,APPS where _ASSET=%d and APPINST._APP=APPS._ID)",
+            AsInt(asset), AsInt(asset));
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
+            names.emplace(rs.NumberAt(0), AppNameRow{rs.TextAt(1), rs.TextAt(2), rs.NumberAt(3)});
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
+        if (rows.GetCount() == 0) return list.GetCount();
+    }
+    const AppNameScope scope(m_appNames, names);
+    for (const Row& row : rows) {
+        CString text = applicationGetName(row.app, 1, 0);
+        if (withVersion && !row.version.IsEmpty()) text += " [" + row.version + "]";
+        list.Add(text, row.instance, 0);
     }
     return list.GetCount();
 }
@@ -348,10 +362,16 @@ ULong CNorvikSql::applicationFind(const char* name) {
 }
 
 CString CNorvikSql::applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) {
+    const AppNameRow* row = nullptr;
+    if (m_appNames) {
+        const auto cached = m_appNames->find(app);
+        if (cached != m_appNames->end()) row = &cached->second;
+    }
     if (aliasDepth != 0) {
-        if (const ULong alias = applicationGetAlias(app))
+        if (const ULong alias = row ? row->alias : applicationGetAlias(app))
             return applicationGetName(alias, aliasDepth - 1, withPublisher);
     }
+    if (row) return AppDisplayName(withPublisher ? row->publisher.c_str() : "", row->name, "", false);
     const CString statement = CString::Formatted("select _MFR,_APP from APPS where _ID=%d", AsInt(app));
     try {
         CSqlRecordset rs(this, statement);

@@ -34,6 +34,13 @@ ULong CNorvikSql::AddAsset(const char* name, ULong location, int addUserFields, 
                            SqlQuote(name).c_str());
     if (!InTransaction()) m_assetFieldsUnsettled = false;  // any definition write has ended by now
     try {
+        // An existing asset is found without the lock, whose statement writes on SQLite: finding
+        // works on a read-only database. Inside a caller's transaction the lock stays first, as a
+        // read before it could keep SQLite's writer lock from being taken later.
+        if (!addUserFields && !InTransaction()) {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF() && rs.NumberAt(0) != 0) return rs.NumberAt(0);
+        }
         // The find and the insert hold the name's lock together: of concurrent adds of one name
         // the first inserts, the others wait and find its asset.
         FindOrInsertLock lock(*this, "ASSET", name);

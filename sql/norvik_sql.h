@@ -5,6 +5,7 @@
 // HandleSqlException (the caller's message-box callback) and returns its failure value.
 #pragma once
 
+#include <unordered_map>
 #include <vector>
 
 #include "interface/norvik.h"
@@ -72,12 +73,16 @@ public:
     int IsChildLocation(ULong location, ULong ancestor);
 
     // ---- Assets ----
+    // Finds without a lock first (outside a transaction, without addUserFields); else finds and
+    // inserts under FindOrInsertLock(ASSET, name), the asset, its record and its value rows
+    // committed with the lock, so a failed value row takes the new asset back.
     ULong AddAsset(const char* name, ULong location, int addUserFields, int recordHistory, CTime when) override;
     ULong FindAsset(const char* name, ULong location, int asChild) override;
     ULong FindMatchingAssets(const char* pattern, CDynaList<ULong>& list, int includeChildren) override;
     int assetDelete(ULong asset) override;
     ULong CountAssets(ULong location, int unfiltered, int quick) override;
     CString GetAssetName(ULong asset) override;
+    // One transaction: update, history record, station file, commit.
     int SetAssetName(ULong asset, const char* name, const char* stationFile, int recordHistory, CTime when) override;
     ULong GetAssetParent(ULong asset, int& isLocation) override;
     int SetAssetParent(ULong asset, ULong parent, int parentIsAsset, int recordHistory, CTime when) override;
@@ -133,9 +138,9 @@ public:
     CString userDataGetKey(ULong value, int withGroup, char separator) override;
     int userDataSetKey(ULong value, const char* key) override;
     using CNorvik::userdataGetValue;
-    CString userdataGetValue(ULong value, const char* key) override;
+    CString userdataGetValue(ULong value) override;
     using CNorvik::userDataSetVal;
-    int userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) override;
+    int userDataSetVal(ULong value, const char* text, int recordHistory, CTime when) override;
     int userDataSetFlags(ULong value, ULong flags) override;
     ULong userdataEnumFieldValues(const char* key, CStringTable& values) override;
     CString userdataGetApplicationFieldValue(ULong app, const char* key) override;
@@ -198,6 +203,7 @@ public:
     int EnumCapFiles(ULong asset, CSortList& list) override;
     CString GetCapFileContent(ULong capture) override;
     ULong AddCapFile(ULong asset, const char* fileName, const char* content) override;
+    // One statement: all of the asset's captures or none.
     void DeleteCapFiles(ULong asset) override;
 
     // ---- Application instances and applications ----
@@ -239,6 +245,7 @@ public:
     int applicationSetAlias(ULong app, ULong alias) override;
     ULong applicationGetAlias(ULong app) override;
     ULong newEnumAppAliases(ULong app, CDynaList<ULong>& list) override;
+    // Both deletes in one transaction (or the caller's).
     int DeleteSw(ULong asset) override;
     ULong ReRecognise(ULong asset) override;
     ULong GetApplicationLicenseDetails(ULong scope, ULong app, ULong* type, CString& description, ULong* flags,
@@ -281,6 +288,8 @@ public:
     int hwEnumGlobal(ULong parent, const char* key, CSortList& list, int withAssetNames) override;
     ULong hwFind(const char* path, char delimiter) override;
     ULong hwFind(ULong parent, ULong asset, const char* key) override;
+    // Each missing piece is looked for again and inserted under FindOrInsertLock(HW, parent and
+    // key), committed piece by piece.
     ULong hwAdd(const char* path, char delimiter, ULong flags) override;
     ULong hwAdd(ULong parent, ULong asset, ULong flags, const char* key, const char* value) override;
     ULong hwSetVal(ULong node, const char* value, int history, CTime when) override;
@@ -394,6 +403,7 @@ public:
     ULong enumUnreferencedApps(CSortList& list) override;
     ULong enumDuplicateApps(CSortList& list) override;
     ULong enumOrphans(CSortList& list) override;
+    // Every update and delete in one transaction (or the caller's).
     ULong FixupDuplicateApps(ULong app) override;
     ULong enumDuplicateAppInstances(CSortList& list) override;
 
@@ -408,6 +418,10 @@ public:
     ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name) override;
     // One statement, on the (_KEY, _VAL) index of HW.
     int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
+
+    // ---- Built-in asset fields ----
+    CString GetBuiltInFieldValue(ULong asset, const char* name) override;
+    int SetBuiltInFieldValue(ULong asset, const char* name, const char* text, int recordHistory, CTime when) override;
 
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
@@ -507,6 +521,11 @@ private:
                           CTime when);
     // The ASSET column that a built-in name stands for, as text; empty for a missing asset.
     CString GetBuiltInField(ULong asset, const char* key);
+    // userDataEnumGlobal of a built-in name (`which` its field, `column` its ASSET column or
+    // columns): every asset's text, or the assets whose text is `wanted`, each name looked up once
+    // per call. Throws CDBException, the statement sent left in `statement`.
+    void EnumBuiltInGlobal(int which, const char* column, bool byValue, const CString& wanted, CSortList& list,
+                           CString& statement);
     // The user-defined-field step of AddAsset: every asset-level field (built-in names and groups
     // aside) gets an empty value row for `asset` unless it has one; no history. A just `added`
     // asset has none (ids are never reused); `version` is SQLite's data_version, read with the
@@ -580,6 +599,27 @@ private:
         ULong flags = 0;
     };
     AppInstCacheEntry m_appInstCache;
+    // The APPS rows that applicationGetName answers from while EnumApplicationInstances runs
+    // (null otherwise): read once per call, so an asset's names cost one statement, not two per
+    // instance. An application not held is read as usual.
+    struct AppNameRow {
+        CString publisher;
+        CString name;
+        ULong alias = 0;
+    };
+    using AppNames = std::unordered_map<ULong, AppNameRow>;
+    const AppNames* m_appNames = nullptr;
+    // Points m_appNames at `names` for its lifetime.
+    class AppNameScope {
+    public:
+        AppNameScope(const AppNames*& slot, const AppNames& names) : m_slot(slot) { m_slot = &names; }
+        ~AppNameScope() { m_slot = nullptr; }
+        AppNameScope(const AppNameScope&) = delete;
+        AppNameScope& operator=(const AppNameScope&) = delete;
+
+    private:
+        const AppNames*& m_slot;
+    };
     ULong m_swFileCacheId = 0;
     std::vector<AssetField> m_assetFields;
     bool m_assetFieldsLoaded = false;

@@ -2,6 +2,7 @@
 // and the built-in field names that stand for columns of ASSET, read and written as text.
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -189,6 +190,18 @@ ULong CNorvikSql::SetBuiltInField(ULong asset, const char* key, const char* valu
     return asset;
 }
 
+CString CNorvikSql::GetBuiltInFieldValue(ULong asset, const char* name) {
+    return IsBuiltInField(name) ? GetBuiltInField(asset, name) : CString();
+}
+
+int CNorvikSql::SetBuiltInFieldValue(ULong asset, const char* name, const char* text, int recordHistory, CTime when) {
+    if (!IsBuiltInField(name)) {
+        HandleException(CException(), CString::Formatted("%s is not a built-in field", name ? name : ""));
+        return 0;
+    }
+    return SetBuiltInField(asset, name, text, true, recordHistory, when) ? 1 : 0;
+}
+
 // ---- Reads ----
 
 ULong CNorvikSql::userDataEnum(ULong group, ULong owner, CSortList& list, ULong mask, int wholeTree) {
@@ -250,6 +263,13 @@ ULong CNorvikSql::userDataEnumGlobal(ULong group, const char* key, CSortList& li
     CString statement;
     try {
         if (field.IsEmpty()) {
+            // The value rows first: a group that holds none is answered without reading names.
+            statement = CString::Formatted("select _ID from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0",
+                                           AsInt(group), mask);
+            {
+                CSqlRecordset rs(this, statement);
+                if (rs.IsEOF()) return list.GetCount();
+            }
             statement = CString::Formatted("select _KEY from USERDATA where _PARENT=%d and (_FLAGS & %d) > 0",
                                            AsInt(group), mask);
             std::set<std::string> seen;
@@ -257,23 +277,8 @@ ULong CNorvikSql::userDataEnumGlobal(ULong group, const char* key, CSortList& li
                 if (seen.insert(rs.TextAt(0).str()).second) list.Add(rs.TextAt(0), 0);
             return list.GetCount();
         }
-        if (IsBuiltInField(field)) {
-            statement = "select _ID,_NAME from ASSET";
-            struct Asset {
-                ULong id;
-                CString name;
-            };
-            CDynaList<Asset> assets;
-            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext())
-                assets.Add(Asset{rs.NumberAt(0), rs.TextAt(1)});
-            // Compared in text form, so that names and full location names are matched as shown.
-            for (const Asset& asset : assets) {
-                const CString text = GetBuiltInField(asset.id, field);
-                if (!byValue)
-                    list.Add(text.IsEmpty() ? CString(m_szBlank) : text, asset.id);
-                else if (text == wanted)
-                    list.Add(asset.name, asset.id);
-            }
+        if (const BuiltInName* builtIn = BuiltInOf(field)) {
+            EnumBuiltInGlobal(static_cast<int>(builtIn->field), builtIn->column, byValue, wanted, list, statement);
             return list.GetCount();
         }
         if (!byValue) {
@@ -291,11 +296,78 @@ ULong CNorvikSql::userDataEnumGlobal(ULong group, const char* key, CSortList& li
             mask, SqlQuote(field).c_str(), SqlQuote(wanted).c_str());
         CDynaList<ULong> owners;
         for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) owners.Add(rs.NumberAt(0));
-        for (ULong owner : owners) list.Add(GetAssetName(owner), owner);
+        if (owners.GetCount() == 0) return list.GetCount();
+        // The holders' names in one statement rather than one per holder.
+        statement = CString::Formatted("select _ID,%s from ASSET", "_NAME");
+        std::unordered_map<ULong, CString> names;
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) names.emplace(rs.NumberAt(0), rs.TextAt(1));
+        for (ULong owner : owners) list.Add(names[owner], owner);
     } catch (const CDBException& e) {
         HandleSqlException(e, statement);
     }
     return list.GetCount();
+}
+
+void CNorvikSql::EnumBuiltInGlobal(int which, const char* column, bool byValue, const CString& wanted, CSortList& list,
+                                   CString& statement) {
+    const auto field = static_cast<BuiltIn>(which);
+    // A text column is matched by the database; the others are compared in their text form, so
+    // that catalogue names and full location names are matched as they are shown.
+    const bool textColumn = field == BuiltIn::Serial || field == BuiltIn::MacAddr || field == BuiltIn::IpAddr;
+    if (byValue && textColumn) {
+        statement = CString::Formatted("select _ID,_NAME from ASSET where %s=%s", column, SqlQuote(wanted).c_str());
+        if (wanted.IsEmpty()) statement += CString::Formatted(" or %s is null", column);
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) list.Add(rs.TextAt(1), rs.NumberAt(0));
+        return;
+    }
+    struct Row {
+        ULong asset;
+        CString name;
+        CString text;  // the text columns and the audit date as shown
+        ULong id;      // the catalogue entry or the location
+        ULong status;
+    };
+    CDynaList<Row> rows;
+    statement = CString::Formatted("select _ID,%s from ASSET", byValue ? ("_NAME," + CString(column)).c_str() : column);
+    const short first = byValue ? 2 : 1;
+    for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+        Row row{rs.NumberAt(0), byValue ? rs.TextAt(1) : CString(), CString(), 0, 0};
+        if (textColumn)
+            row.text = rs.TextAt(first);
+        else if (field == BuiltIn::AuditDate)
+            row.text = DateText(rs.TimeAt(first));
+        else
+            row.id = rs.NumberAt(first);
+        if (field == BuiltIn::Location) row.status = rs.NumberAt(first + 1);
+        rows.Add(row);
+    }
+    // Each catalogue entry, location and parent asset is named once per call.
+    std::unordered_map<ULong, CString> names;
+    std::unordered_map<ULong, CString> parents;
+    auto named = [](std::unordered_map<ULong, CString>& known, ULong id, auto lookUp) -> CString {
+        if (id == 0) return CString();
+        const auto found = known.find(id);
+        if (found != known.end()) return found->second;
+        return known.emplace(id, lookUp(id)).first->second;
+    };
+    for (const Row& row : rows) {
+        CString text = row.text;
+        switch (field) {
+            case BuiltIn::Category: text = named(names, row.id, [&](ULong id) { return GetCategoryName(id); }); break;
+            case BuiltIn::Make: text = named(names, row.id, [&](ULong id) { return GetMakeName(id); }); break;
+            case BuiltIn::Model: text = named(names, row.id, [&](ULong id) { return GetModelName(id); }); break;
+            case BuiltIn::Location:
+                text = row.status & kAssetChild
+                           ? "child of " + named(parents, row.id, [&](ULong id) { return GetAssetName(id); })
+                           : named(names, row.id, [&](ULong id) { return locGetFullName(id, '\\'); });
+                break;
+            default: break;
+        }
+        if (!byValue)
+            list.Add(text.IsEmpty() ? CString(m_szBlank) : text, row.asset);
+        else if (text == wanted)
+            list.Add(row.name, row.asset);
+    }
 }
 
 ULong CNorvikSql::userDataFind(ULong group, ULong owner, const char* key, ULong mask) {
@@ -323,10 +395,7 @@ CString CNorvikSql::userDataGetKey(ULong value, int withGroup, char separator) {
     return CString::Formatted("%s%c%s", userDefGetKey(group).c_str(), separator, key.c_str());
 }
 
-CString CNorvikSql::userdataGetValue(ULong value, const char* key) {
-    if (IsBuiltInField(key)) return GetBuiltInField(value, key);
-    return SelectTextReported("USERDATA", "_VAL", value);
-}
+CString CNorvikSql::userdataGetValue(ULong value) { return SelectTextReported("USERDATA", "_VAL", value); }
 
 ULong CNorvikSql::userdataEnumFieldValues(const char* key, CStringTable& values) {
     return AddDistinctTexts(*this,
@@ -425,8 +494,7 @@ int CNorvikSql::userDataSetKey(ULong value, const char* key) {
         CString::Formatted("update USERDATA set _KEY=%s where _ID=%d", SqlQuote(key).c_str(), AsInt(value)));
 }
 
-int CNorvikSql::userDataSetVal(ULong value, const char* key, const char* text, int recordHistory, CTime when) {
-    if (IsBuiltInField(key)) return SetBuiltInField(value, key, text, true, recordHistory, when) ? 1 : 0;
+int CNorvikSql::userDataSetVal(ULong value, const char* text, int recordHistory, CTime when) {
     const CString stored = text ? text : m_szNull;
     CString statement;
     try {

@@ -117,4 +117,49 @@ TEST_F(FieldEditing, DatesMustBeSetAndAreShownWithSlashes) {
     EXPECT_TRUE(value_.IsEmpty());
 }
 
+// The control of each type: window class, style, the sunken edge, the combo box's height (one
+// line per pick item plus the edit line, eight lines at most) and what the list is filled with.
+TEST_F(FieldEditing, ControlsTakeClassStyleHeightAndEntriesFromTheType) {
+    struct Case {
+        int type;
+        int pickItems;
+        const char* className;
+        ULong style;
+        int height;  // from 10
+        std::vector<std::string> entries;
+    };
+    const Case cases[] = {
+        {0x30, 0, "combobox", 0x50A10103, 10, {}},
+        {0x30, 2, "combobox", 0x50A10103, 30, {"item 0", "item 1"}},
+        {0x30, 7, "combobox", 0x50A10103, 80, {"item 0", "item 1", "item 2", "item 3", "item 4", "item 5", "item 6"}},
+        {0x30, 20, "combobox", 0x50A10103, 80, {}},
+        {0x40, 0, "combobox", 0x50A10103, 10, {"yes", "no"}},
+        {0x70, 0, "SysDateTimePick32", 0x50810020, 10, {}},
+        {0x10, 3, "edit", 0x50810080, 10, {}},
+        {0x20, 0, "edit", 0x50810080, 10, {}},
+        {0x50, 0, "edit", 0x50810080, 10, {}},
+    };
+    for (const Case& c : cases) {
+        CAssetFieldDef def = Field(c.type);
+        for (int i = 0; i < c.pickItems; ++i) def.TEST_AddPickItem(("item " + std::to_string(i)).c_str());
+        platform::CHeadlessControl control;
+        CRect placement{5, 6, 100, 10};
+        const std::string which = std::to_string(c.type) + "/" + std::to_string(c.pickItems);
+        EXPECT_EQ(def.CreateControl(control, 42, placement), ControlHandle{1}) << which;
+        EXPECT_EQ(std::tuple(control.m_className, control.m_style, control.m_exStyle, control.m_id),
+                  std::tuple(std::string(c.className), c.style, ULong{0x200}, 42))
+            << which;
+        EXPECT_EQ(std::tuple(placement.height, control.m_placement.height, control.m_placement.left,
+                             control.m_placement.top, control.m_placement.width),
+                  std::tuple(c.height, c.height, 5, 6, 100))
+            << which;
+        if (c.pickItems < 20) {
+            EXPECT_EQ(control.m_items, c.entries) << which;
+        } else {
+            EXPECT_EQ(control.m_items.size(), 20u) << which;
+        }
+        EXPECT_TRUE(control.m_textsWritten.empty()) << which << ": created with an empty text";
+    }
+}
+
 }  // namespace

@@ -3,11 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "kb/auditdbsys.h"
+#include "platform/ui_hooks.h"
 #include "sql/norvik_sql.h"
 
 namespace {
@@ -15,6 +19,7 @@ namespace {
 // The SQL back end, never opened: the frame's own operations need no database.
 class FrameOnly : public CNorvikSql {
 public:
+    using CNorvik::CallUser;
     using CNorvik::HandleException;
     using CNorvik::MsgBox;
     using CNorvik::ProgCheck;
@@ -64,6 +69,66 @@ TEST_F(Frame, ProgressReportsTheRangeAndEveryStepthCallAndOnlyCancelStops) {
 }
 
 TEST_F(Frame, MessageBoxWithoutAnyHookAnswersAQuestionNo) { EXPECT_EQ(norvik_.MsgBox("Continue?", 36), 7); }
+
+// Without callbacks a status line is answered 1 and a message goes to the platform's own box,
+// whose answer is returned; the callbacks, once installed, take over.
+TEST_F(Frame, WithoutCallbacksCallUserAnswersOneAndMsgBoxShowsThePlatformBox) {
+    EXPECT_EQ(norvik_.CallUser(1, reinterpret_cast<CallbackValue>("Upgrading")), 1);
+    EXPECT_EQ(norvik_.CallUser(7, 0), 1);
+    std::vector<std::pair<std::string, unsigned>> platformShown;
+    platform::SetMessageBoxHook([&](const char* text, unsigned style) {
+        platformShown.emplace_back(text, style);
+        return 6;
+    });
+    EXPECT_EQ(norvik_.MsgBox("Upgrade?", 36), 6);
+    EXPECT_EQ(platformShown, (std::vector<std::pair<std::string, unsigned>>{{"Upgrade?", 36}}));
+    progress_.answer = 9;
+    norvik_.SetCallback(&Recorder::Callback, reinterpret_cast<CallbackValue>(&progress_));
+    norvik_.SetMsgBoxCallback([](const char*, unsigned, CallbackValue) { return 2; }, 0);
+    EXPECT_EQ(norvik_.CallUser(1, 0), 9);
+    EXPECT_EQ(norvik_.MsgBox("Again?", 36), 2);
+    EXPECT_EQ(platformShown.size(), 1u);
+    platform::SetMessageBoxHook(nullptr);
+}
+
+// Options in memory, so that the company name can be followed without a database.
+class OptionsInMemory : public FrameOnly {
+public:
+    using FrameOnly::FrameOnly;
+    CString GetOption(const char* key) override { return options[key]; }
+    void SetOption(const char* key, const char* value) override {
+        options[key] = value;
+        ++writes;
+    }
+    std::map<std::string, std::string> options;
+    int writes = 0;
+};
+
+// An empty option is filled from the registry once; later calls read the option alone.
+TEST_F(Frame, CompanyNameIsReadFromTheRegistryOnceAndKeptAsOption) {
+    const std::string path = ::testing::TempDir() + "norvik_registry_company.ini";
+    auto writeRegistry = [&](const char* company) {
+        std::ofstream(path) << "[" << CNorvik::REG_KEY_UNINSTALL << "]\nRegCompany=" << company << "\n";
+    };
+    writeRegistry("Example Ltd");
+    const char* previous = std::getenv("NORVIK_REGISTRY");
+    const std::string saved = previous ? previous : "";
+    setenv("NORVIK_REGISTRY", path.c_str(), 1);
+    OptionsInMemory norvik(kb_);
+    EXPECT_EQ(norvik.GetCompanyName().str(), "Example Ltd");
+    EXPECT_EQ(norvik.options["CompanyName"], "Example Ltd");
+    writeRegistry("Changed Ltd");
+    EXPECT_EQ(norvik.GetCompanyName().str(), "Example Ltd");
+    EXPECT_EQ(norvik.GetIconName(0).str(), "Example Ltd");
+    EXPECT_EQ(norvik.writes, 1);
+    norvik.SetCompanyName("Own Ltd");
+    EXPECT_EQ(norvik.GetCompanyName().str(), "Own Ltd");
+    std::remove(path.c_str());
+    if (previous)
+        setenv("NORVIK_REGISTRY", saved.c_str(), 1);
+    else
+        unsetenv("NORVIK_REGISTRY");
+}
 
 TEST_F(Frame, ExceptionsGiveTheirTwoMessageForms) {
     std::vector<std::string> shown;

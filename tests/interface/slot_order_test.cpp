@@ -112,6 +112,7 @@ const std::vector<Family> kSlotOrder = {
     {"Licence compliance (beyond the published slots)", {"licenceEnumInstallations", "licensealertCheckOverUse"}},
     {"Bulk writes and set reads (beyond the published slots)",
      {"applicationAddInstances", "EnumScopeAssets", "FindOrAddCatalogueEntry"}},
+    {"Built-in asset fields (beyond the published slots)", {"GetBuiltInFieldValue", "SetBuiltInFieldValue"}},
 };
 
 std::string ReadSource(const char* relative) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "kb/kb_files.h"
@@ -102,6 +103,78 @@ TEST_P(Applications, InstanceListsBracketOnlyNonEmptyVersionsAndLabelSerials) {
     EXPECT_EQ(std::tuple(labelled[0].id, labelled[0].extra, labelled[1].extra), std::tuple(pc2, i3, i1));
     db_->newEnumAppInstByApp(editor, plain, nullptr);
     EXPECT_EQ(Texts(plain), (std::vector<std::string>{"", "123"}));
+}
+
+TEST_P(Applications, InstanceOfAnAliasPointingToAMissingRowHasAnEmptyName) {
+    const ULong pc = Asset("PC1");
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 1), viewer = db_->applicationAdd("Acme", "Viewer", 1);
+    db_->applicationSetAlias(editor, 4711);
+    db_->applicationSetAlias(viewer, editor);  // one level only: the alias's own alias is not followed
+    db_->applicationAddInstance(pc, editor, "", "1.0", 0);
+    db_->applicationAddInstance(pc, viewer, "", "", 0);
+    CSortList list;
+    EXPECT_EQ(db_->EnumApplicationInstances(pc, 1, list, 0, 0), 2u);
+    list.Sort();
+    EXPECT_EQ(Texts(list), (std::vector<std::string>{" [1.0]", "Editor"}));
+    // Each instance is named through applicationGetName, which a derived back end may change.
+    struct Renaming : TestableNorvikSql {
+        using TestableNorvikSql::TestableNorvikSql;
+        CString applicationGetName(ULong app, unsigned int aliasDepth, int withPublisher) override {
+            names.emplace_back(app, aliasDepth);
+            return "<" + TestableNorvikSql::applicationGetName(app, aliasDepth, withPublisher) + ">";
+        }
+        std::vector<std::pair<ULong, unsigned int>> names;
+    } renaming(kb_);
+    ASSERT_NE(renaming.Open(scratch_->ConnectionString().c_str(), nullptr, 0x4), 0);
+    CSortList renamed;
+    renaming.EnumApplicationInstances(pc, 0, renamed, 0, 0);
+    renamed.Sort();
+    EXPECT_EQ(Texts(renamed), (std::vector<std::string>{"<<>>", "<<Editor>>"}));
+    std::sort(renaming.names.begin(), renaming.names.end());
+    EXPECT_EQ(renaming.names,
+              (std::vector<std::pair<ULong, unsigned int>>{{editor, 0}, {editor, 1}, {viewer, 1}, {4711, 0}}));
+    // Names are read afresh on every call.
+    db_->applicationSetAlias(editor, 0);
+    CSortList again;
+    db_->EnumApplicationInstances(pc, 0, again, 0, 0);
+    again.Sort();
+    EXPECT_EQ(Texts(again), (std::vector<std::string>{"Editor", "Editor"}));
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, FlagsAreSetClearedAndTestedByMask) {
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0x5);
+    struct Step {
+        ULong mask;
+        int set;
+        ULong flags;  // _FLAGS afterwards
+    };
+    for (const Step& step : {Step{0x8, 1, 0xD}, Step{0x8, 1, 0xD}, Step{0x1, 0, 0xC}, Step{0x3, 1, 0xF},
+                             Step{0xF0, 0, 0xF}, Step{0x6, 0, 0x9}}) {
+        db_->applicationSetFlag(app, step.mask, step.set);
+        EXPECT_EQ(db_->applicationGetFlags(app), step.flags) << step.mask << "/" << step.set;
+    }
+    // Any bit of the mask answers 1.
+    for (const auto& [mask, expected] : {std::pair{0x1ul, 1}, {0x6ul, 0}, {0x3ul, 1}, {0x80000000ul, 0}})
+        EXPECT_EQ(db_->applicationGetFlag(app, mask), expected) << mask;
+    EXPECT_EQ(db_->applicationGetFlag(4711, 0xFFFFFFFF), 0);
+    EXPECT_EQ(AllMessages(), "");
+}
+
+TEST_P(Applications, AliasesAreAddedToAListThatAlreadyHasItems) {
+    const ULong c = db_->applicationAdd("", "C", 1), b = db_->applicationAdd("", "B", 1);
+    const ULong a = db_->applicationAdd("", "A", 1), x = db_->applicationAdd("", "X", 1);
+    const ULong y = db_->applicationAdd("", "Y", 1);
+    db_->applicationSetAlias(b, c);
+    db_->applicationSetAlias(a, b);
+    db_->applicationSetAlias(y, x);
+    // b is there already: not added twice at the first level; the earlier items' own aliases
+    // (y below x) are collected too, and the second-level list is appended without a test.
+    CDynaList<ULong> list;
+    list.Add(x);
+    list.Add(b);
+    EXPECT_EQ(db_->newEnumAppAliases(c, list), 4u);
+    EXPECT_EQ(std::vector<ULong>(list.begin(), list.end()), (std::vector<ULong>{x, b, y, a}));
 }
 
 TEST_P(Applications, DeletionsTakeTheInstancesWithThem) {

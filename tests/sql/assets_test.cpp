@@ -188,6 +188,27 @@ TEST_P(Assets, QuotesPercentsAndEightBitNamesSurviveEveryRoundTrip) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+// Finding an existing name takes no lock and so writes nothing. SQLite is opened on a read-only
+// file; PostgreSQL gets the back end's read-only flag, which its driver may not enforce, so only
+// SQLite is asked to refuse the insert.
+TEST_P(Assets, ExistingNameIsFoundOnAReadOnlyDatabase) {
+    const ULong pc = Add("PC-1");
+    std::string connect = scratch_->ConnectionString();
+    if (IsSqlite()) {
+        const auto from = connect.find("Database=") + 9;
+        connect = "Driver=SQLite3;Database=file:" + connect.substr(from, connect.find(';', from) - from) +
+                  "?mode=ro;Timeout=10000;";
+    }
+    auto reader = MakeBackEnd();
+    ASSERT_NE(reader->Open(connect.c_str(), nullptr, 0x1 | 0x4), 0) << AllMessages();
+    EXPECT_EQ(reader->AddAsset("PC-1", 0, 0, 1, when_), pc);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+    if (IsSqlite()) {
+        EXPECT_EQ(reader->AddAsset("PC-2", 0, 0, 1, when_), 0u);
+        EXPECT_NE(AllMessages().find("readonly"), std::string::npos) << AllMessages();
+    }
+}
+
 NORVIK_ON_BOTH_ENGINES(Assets);
 
 }  // namespace

@@ -67,6 +67,19 @@ TEST_P(Catalogue, TheCombinedIdentifierSpace) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+// A site model is answered with its _ID shifted right by 16, unlike every other identifier.
+TEST_P(Catalogue, FindModelShiftsTheSiteIdRight) {
+    const ULong make = db_->AddMake(db_->AddCategory("Pallet", 0), "Stackwell");
+    const std::pair<int, ULong> cases[] = {{1, 0u}, {0xFFFF, 0u}, {0x10000, 1u}, {0x2FFFF, 2u}, {0x30000, 3u}};
+    for (const auto& [id, found] : cases) {
+        const CString name = CString::Formatted("M%d", id);
+        db_->ExecuteStatement(CString::Formatted("insert into MODEL (_ID,_NAME,_MAKE) values (%d,%s,%d)", id,
+                                                 CSqlDatabase::SqlQuote(name).c_str(), static_cast<int>(make)));
+        EXPECT_EQ(db_->FindModel(make, name), found) << id;
+    }
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 TEST_P(Catalogue, EnumerationsPutKnowledgeBaseItemsFirst) {
     const ULong siteCat = db_->AddCategory("Rack", 0);
     db_->AddMake(siteCat, "Stackwell");

@@ -54,6 +54,20 @@ TEST_P(Notes, EnumerationTakesEveryGivenCriterion) {
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+TEST_P(Notes, DeletionTakesOnlyThatNote) {
+    const ULong a = db_->notesAdd(CNorvik::noteComment, CNorvik::tableAsset, 1, 0, "a");
+    const ULong b = db_->notesAdd(CNorvik::noteComment, CNorvik::tableAsset, 2, 0, "b");
+    EXPECT_EQ(db_->notesDelete(a), 1);
+    EXPECT_EQ(db_->notesDelete(a), 1) << "a missing note";
+    int data = 0;
+    CString text;
+    EXPECT_EQ(db_->notesGetDetails(a, &data, &text), 0u);
+    EXPECT_EQ(db_->notesGetDetails(b, &data, &text), b);
+    // The record's next note is a new one.
+    EXPECT_NE(db_->notesAdd(CNorvik::noteComment, CNorvik::tableAsset, 1, 0, "again"), a);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 TEST_P(Notes, EnumerationWithoutACriterionFailsAndIsReported) {
     db_->notesAdd(CNorvik::noteComment, CNorvik::tableAsset, 1, 0, "a");
     CDynaList<ULong> notes;

@@ -1,6 +1,7 @@
 // Pick lists and their items on both engines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,21 @@ TEST_P(Picklists, ItemsKeepOrderTextAndChangesAndGoWithTheirListOnly) {
     EXPECT_EQ(db_->FindPicklist("Floors"), 0u);
     EXPECT_TRUE(Items(list).empty());
     EXPECT_EQ(Items(other), (std::vector<std::string>{"elsewhere"}));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+// Every list, once, in the caller's list emptied first; a deleted list is gone from it.
+TEST_P(Picklists, EnumerationListsEveryListInAnEmptiedList) {
+    const ULong floors = db_->AddPicklist("Floors"), rooms = db_->AddPicklist("Rooms");
+    const ULong gone = db_->AddPicklist("Gone");
+    db_->AddPickItem(floors, "Ground");
+    db_->DeletePicklist(gone);
+    CDynaList<ULong> lists;
+    lists.Add(4711);
+    EXPECT_EQ(db_->EnumPicklists(lists), 2u);
+    std::vector<ULong> ids(lists.begin(), lists.end());
+    std::sort(ids.begin(), ids.end());
+    EXPECT_EQ(ids, (std::vector<ULong>{floors, rooms}));
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 

@@ -5,6 +5,7 @@
 #include <tuple>
 #include <vector>
 
+#include "kb/kb_files.h"
 #include "kb/recset.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
@@ -204,6 +205,60 @@ TEST_P(SoftwareFiles, UnAssignFileDeletesASingleFileInstanceAndCountsDownOthers)
     EXPECT_EQ(db_->UnAssignAllFiles(app), 1);
     EXPECT_EQ(db_->GetFileAppID(file), 0u);
     EXPECT_EQ(InstanceFiles(*db_, pc_, app), 1) << "UnAssignAllFiles leaves APPINST alone";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+// The record form reads columns 1 to 5 and 7 to 9 of the current row into the ten-value form.
+TEST_P(SoftwareFiles, RecordFormMergesTheRowsColumnsInTheirPlaces) {
+    using kbtest::N;
+    using kbtest::T;
+    CTable table =
+        kbtest::MakeTable("FILES",
+                          {{"NAME", T},
+                           {"FOLDER", N},
+                           {"SIZE", N},
+                           {"CRC", N},
+                           {"DATE", N},
+                           {"UNUSED", N},
+                           {"MFR", T},
+                           {"PRODUCT", T},
+                           {"VERSION", T}},
+                          {{"rec.exe", std::to_string(folder_), "4096", "171", "1234", "99", "Acme", "Editor", "2.0"}});
+    CRecSet row(table);
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    db_->MergeFile(pc_, row, app);
+    CDynaList<ULong> links;
+    db_->EnumLinksByAsset(pc_, links);
+    ULong link = 0;
+    for (const ULong each : links)
+        if (db_->GetLinkedFile(each) != 0) link = each;
+    ASSERT_NE(link, 0u) << AllMessages();
+    const ULong file = db_->GetLinkedFile(link);
+    EXPECT_EQ(std::tuple(db_->GetLinkedFolder(link), db_->GetLinkedFileDate(link)), std::tuple(folder_, 1234ul));
+    EXPECT_EQ(std::tuple(db_->GetFileName(file).str(), db_->GetFileSize(file), db_->GetFileCRC(file)),
+              std::tuple(std::string("rec.exe"), 4096ul, 171ul));
+    EXPECT_EQ(std::tuple(db_->GetFileMfr(file).str(), db_->GetFileApp(file).str(), db_->GetFileVer(file).str(),
+                         db_->GetFileAppID(file)),
+              std::tuple(std::string("Acme"), std::string("Editor"), std::string("2.0"), app));
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+// A file in two folders of one asset is taken off that asset's instance twice.
+TEST_P(SoftwareFiles, UnAssignFileHeldTwiceCountsDownTwice) {
+    const ULong app = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong other = db_->AddAsset("PC2", 0, 0, 0, CTime());
+    for (const ULong asset : {pc_, other}) {
+        db_->MergeFile(asset, folder_, 1, "ed.exe", 5, 0, "", "", "", 0);
+        db_->MergeFile(asset, db_->MergeFolder(asset, "Copy", 0), 1, "ed.exe", 5, 0, "", "", "", 0);
+    }
+    const ULong file = LinkedFiles(pc_)[0];
+    ASSERT_EQ(db_->AssignFile(file, app), 1);
+    ASSERT_EQ(InstanceFiles(*db_, pc_, app), 2);
+    db_->ExecuteStatement(
+        CString::Formatted("update APPINST set _FILES=5 where _ASSET=%d and _APP=%d", int(other), int(app)));
+    EXPECT_EQ(db_->UnAssignFile(file), 1);
+    EXPECT_EQ(InstanceFiles(*db_, pc_, app), -1) << "2, then 1: the second pass deletes it";
+    EXPECT_EQ(InstanceFiles(*db_, other, app), 3);
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 

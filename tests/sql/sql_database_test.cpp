@@ -3,6 +3,7 @@
 
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include "sql/sqlite_procedures.h"
 #include "support/engine_test.h"
@@ -47,6 +48,43 @@ TEST_P(SqlHelpers, ProcedureReturningNonZeroThrowsAlthoughItRan) {
         EXPECT_NE(e.m_strError.Find("returned 3"), -1) << e.m_strError.c_str();
     }
     EXPECT_FALSE(db_->IsBusy());
+}
+
+// The literal is the local time as 'YYYYMMDD hh:mm:ss', which both engines read back unchanged.
+TEST_P(SqlHelpers, TimeLiteralIsCompactDateBlankAndColonTime) {
+    const std::pair<CTime, const char*> cases[] = {{CTime(2009, 1, 1, 0, 0, 0), "'20090101 00:00:00'"},
+                                                   {CTime(1999, 12, 31, 23, 59, 58), "'19991231 23:59:58'"},
+                                                   {CTime(2024, 2, 29, 7, 5, 3), "'20240229 07:05:03'"}};
+    db_->ExecuteStatement(IsSqlite() ? "create table TVALUES (_ID integer primary key, _D datetime)"
+                                     : "create table TVALUES (_ID integer primary key, _D timestamp)");
+    int id = 0;
+    for (const auto& [time, literal] : cases) {
+        EXPECT_STREQ(CSqlDatabase::SqlTime(time).c_str(), literal);
+        db_->ExecuteStatement(CString::Formatted("insert into TVALUES (_ID,_D) values (%d,%s)", ++id,
+                                                 CSqlDatabase::SqlTime(time).c_str()));
+        EXPECT_EQ(db_->SelectTime("TVALUES", "_D", id), time) << literal;
+    }
+}
+
+// Inside the caller's transaction an operation's own transaction joins it: its commit leaves
+// the work to the caller's commit or rollback, and its failure does not end the caller's.
+TEST_P(SqlHelpers, OperationsJoinTheCallersTransaction) {
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, CTime());
+    db_->BeginTrans();
+    EXPECT_EQ(db_->assetDelete(pc), 1);
+    EXPECT_TRUE(db_->InTransaction()) << "the operation's commit did not end it";
+    db_->Rollback();
+    EXPECT_EQ(db_->FindAsset("PC", 0, 0), pc) << "rolled back with the caller's";
+
+    db_->BeginTrans();
+    {
+        TransactionScope scope(*db_);
+        db_->ExecuteStatement("update ASSET set _SERIAL='joined'");
+    }  // left without Commit: a joined scope leaves the decision to the caller
+    EXPECT_TRUE(db_->InTransaction());
+    db_->CommitTrans();
+    EXPECT_EQ(db_->SelectText("ASSET", "_SERIAL", pc).str(), "joined");
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(SqlHelpers);

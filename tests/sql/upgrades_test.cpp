@@ -53,6 +53,22 @@ protected:
         return 1;
     }
 
+    // Counts the UPDATE statements sent to `table` from now on (on SQLite, which has row triggers
+    // only, the rows they change); Number("select count(*) from UPDLOG") tells how many.
+    void CountUpdateStatements(const char* table) {
+        raw_.ExecuteStatement("create table UPDLOG (_N integer)");
+        if (IsSqlite()) {
+            raw_.ExecuteStatement(CString::Formatted(
+                "create trigger COUNT_UPD after update on %s begin insert into UPDLOG values (1); end", table));
+            return;
+        }
+        raw_.ExecuteStatement(
+            "create function count_upd() returns trigger language plpgsql as $$ begin insert into UPDLOG values "
+            "(1); return null; end; $$");
+        raw_.ExecuteStatement(CString::Formatted(
+            "create trigger COUNT_UPD after update on %s for each statement execute function count_upd()", table));
+    }
+
     CSqlDatabase raw_;
     std::vector<std::string> status_;
 };
@@ -92,6 +108,18 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsAndAGapInTheIdsAddsNoRow) {
     EXPECT_EQ(Number("select count(*) from LOCDATA"), 2u) << "the update of the missing id creates no row";
 }
 
+TEST_P(UpgradeFrom708, SendsOneUpdatePerIdUpToTheLargest) {
+    AddLocation(AsStored("10.0.0.1"), AsStored("10.0.0.2"));
+    const ULong gap = AddLocation("0", "0");
+    AddLocation("0", "0");
+    raw_.ExecuteStatement(CString::Formatted("delete from LOCDATA where _ID=%d", static_cast<int>(gap)));
+    CountUpdateStatements("LOCDATA");
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    // Ids 1, 2 and 3 each get one statement; the one of the missing id changes no row, so
+    // SQLite's row trigger sees two.
+    EXPECT_EQ(Number("select count(*) from UPDLOG"), IsSqlite() ? 2u : 3u);
+}
+
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom708);
 
 class UpgradeFrom710 : public UpgradeTest {
@@ -122,6 +150,7 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
     const ULong withUnit = AddHw(cpu, 2, 0x7000, "Speed", "1995 MHz");
     const ULong words = AddHw(cpu, 4, 0x7000, "Speed", "about 2 GHz");
     const ULong elsewhere = AddHw(AddHw(0, 0, 1, "Other"), 1, 0x7000, "Speed", "2793");
+    const ULong zero = AddHw(cpu, 5, 0x7000, "Speed", "0 MHz");
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
@@ -132,6 +161,7 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
     EXPECT_EQ(val(withUnit), "2000") << "the unit after the number goes with the rewrite";
     EXPECT_EQ(val(words), "about 2 GHz");
     EXPECT_EQ(val(elsewhere), "2793") << "only speeds under Hardware|CPU";
+    EXPECT_EQ(val(zero), "0 MHz") << "a speed of 0 is left as it is";
 
     // A top-level "System" category with flags 0x171, holding "Windows Security".
     const ULong system = Number("select _ID from HW where _PARENT=0 and _ASSET=0 and _KEY='System' and _FLAGS=369");
@@ -160,6 +190,26 @@ TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
     EXPECT_EQ(db_->SelectText("HW", "_VAL", speed), "2793") << "speeds are the 7.11 step's business";
     for (const auto& [asset, location] : {std::pair{5u, 0u}, std::pair{6u, 6u}, std::pair{7u, 5u}})
         EXPECT_EQ(Number("select _LOCATION from ASSET where _ID = " + std::to_string(asset)), location) << asset;
+}
+
+// Without "Hardware|CPU" the step stops before any change; with it, a processor name already
+// in its normal form is not written again.
+TEST_P(UpgradeFrom712, StopsEarlyWithoutCpuAndSkipsNormalisedNames) {
+    raw_.ExecuteStatement("insert into ASSET (_ID,_NAME,_LOCATION,_STATUS) values (5,'loop',5,4096)");
+    EXPECT_FALSE(OpenWithStatus(*db_));
+    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.4"});
+    EXPECT_EQ(StoredVersion(), 712);
+    EXPECT_EQ(Number("select _LOCATION from ASSET where _ID = 5"), 5u) << "stopped before the assets";
+
+    const ULong cpu = AddCpuCategory();
+    AddHw(cpu, 1, 0, "Processor", "Intel Pentium 4");
+    const ULong raw = AddHw(cpu, 2, 0, "Processor", "Intel(R) Xeon(R)");
+    CountUpdateStatements("HW");
+    auto again = MakeBackEnd();
+    ASSERT_TRUE(OpenWithStatus(*again)) << AllMessages();
+    EXPECT_EQ(StoredVersion(), 714);
+    EXPECT_EQ(Number("select count(*) from UPDLOG"), 1u) << "only the name that changed";
+    EXPECT_EQ(again->SelectText("HW", "_VAL", raw), "Intel Xeon");
 }
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom712);

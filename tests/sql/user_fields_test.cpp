@@ -1,7 +1,9 @@
 // User-defined fields and their values on both engines, built-in names included.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sql/sql_recordset.h"
@@ -115,7 +117,7 @@ TEST_P(UserFields, AddWritesGivenValuesButEmptyOnesNeverErase) {
     Def("Owner", 0x12);
     const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
     const ULong value = db_->userDataAdd(0, pc, "Owner", "Ann", 0x2, 1, when_);
-    EXPECT_EQ(db_->userdataGetValue(value, nullptr).str(), "Ann");
+    EXPECT_EQ(db_->userdataGetValue(value).str(), "Ann");
     EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "", 0x2, 1, when_), value);
     EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", nullptr, 0x2, 1, when_), value);
     EXPECT_EQ(db_->AddAsset("PC", 0, 1, 1, when_), pc);
@@ -124,8 +126,7 @@ TEST_P(UserFields, AddWritesGivenValuesButEmptyOnesNeverErase) {
     EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "Bob", 0x2, 1, when_), value);
     EXPECT_EQ(History(pc), (std::vector<std::string>{"Owner|Ann|", "Owner|Ann|Bob"}));
     EXPECT_EQ(db_->userDataAdd(0, pc, "Owner", "x", 0x1, 1, when_), 0u) << "no owner bit";
-    EXPECT_EQ(db_->userdataGetValue(db_->userDataAdd(0, pc, "Missing", nullptr, 0x2, 0, when_), nullptr).str(),
-              "<NULL>");
+    EXPECT_EQ(db_->userdataGetValue(db_->userDataAdd(0, pc, "Missing", nullptr, 0x2, 0, when_)).str(), "<NULL>");
 }
 
 TEST_P(UserFields, SetValReplacesAndClearsWithHistory) {
@@ -133,9 +134,9 @@ TEST_P(UserFields, SetValReplacesAndClearsWithHistory) {
     const ULong value = db_->userDataSetVal(0, pc, "Owner", "Ann", 0x2, 1, when_);
     ASSERT_NE(value, 0u) << AllMessages();
     EXPECT_EQ(db_->userDataSetVal(0, pc, "Owner", "", 0x2, 1, when_), value);
-    EXPECT_EQ(db_->userDataSetVal(value, nullptr, "", 1, when_), 1) << "equal: nothing written";
+    EXPECT_EQ(db_->userDataSetVal(value, "", 1, when_), 1) << "equal: nothing written";
     EXPECT_EQ(History(pc), (std::vector<std::string>{"Owner|Ann|", "Owner|Ann|"}));
-    EXPECT_EQ(db_->userDataSetVal(4711, nullptr, "x", 1, when_), 0);
+    EXPECT_EQ(db_->userDataSetVal(4711, "x", 1, when_), 0);
     EXPECT_EQ(db_->userDataDelete(value, 0, when_), 1);
     EXPECT_EQ(db_->userDataFind(0, pc, "Owner", 0x2), 0u);
     EXPECT_EQ(History(pc).back(), "Owner||");
@@ -219,7 +220,7 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
         {"IP Address", "10.0.0.7"},  {"MAC Address", "00:11:22"}};
     EXPECT_EQ(db_->userDataAdd(0, pc, "Category", "Desktop", 0x2, 1, when_), pc) << AllMessages();
     EXPECT_EQ(db_->userDataSetVal(0, pc, "Make", "Contoso", 0x2, 1, when_), pc);
-    EXPECT_EQ(db_->userDataSetVal(pc, "Model", "Tower 5", 1, when_), 1);
+    EXPECT_EQ(db_->SetBuiltInFieldValue(pc, "Model", "Tower 5", 1, when_), 1);
     for (std::size_t i = 3; i < expected.size(); ++i)  // only the serial number with history
         EXPECT_EQ(db_->userDataAdd(0, pc, expected[i].first, expected[i].second, 0x2, i == 3, when_), pc) << i;
     EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), desktop);
@@ -228,11 +229,11 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
         EXPECT_EQ(db_->userdataGetValue(0, pc, key, 0x2).str(), text) << key;
         EXPECT_EQ(db_->userDataFind(0, pc, key, 0x2), pc) << key;
     }
-    // Empty values of userDataAdd keep the columns; userDataSetVal clears.
+    // Empty values of userDataAdd keep the columns; SetBuiltInFieldValue clears.
     EXPECT_EQ(db_->userDataAdd(0, pc, "Serial Number", "", 0x2, 1, when_), pc);
-    EXPECT_EQ(db_->userdataGetValue(pc, "Serial Number").str(), "SN-'1'");
-    EXPECT_EQ(db_->userDataSetVal(pc, "Serial Number", "", 1, when_), 1);
-    EXPECT_TRUE(db_->userdataGetValue(pc, "Serial Number").IsEmpty());
+    EXPECT_EQ(db_->GetBuiltInFieldValue(pc, "Serial Number").str(), "SN-'1'");
+    EXPECT_EQ(db_->SetBuiltInFieldValue(pc, "Serial Number", "", 1, when_), 1);
+    EXPECT_TRUE(db_->GetBuiltInFieldValue(pc, "Serial Number").IsEmpty());
     EXPECT_EQ(History(pc), (std::vector<std::string>{"Category||Desktop", "Make||Contoso", "Model||Tower 5",
                                                      "Serial Number||SN-'1'", "Serial Number|SN-'1'|"}));
     EXPECT_TRUE(messages_.empty()) << AllMessages();
@@ -248,6 +249,88 @@ TEST_P(UserFields, BuiltInValuesTheColumnCannotTakeAreRefusedUnwritten) {
     }
     EXPECT_EQ(History(pc).size(), 0u);
     EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), 0u);
+}
+
+// The description of a definition, with and without its type name in front.
+TEST_P(UserFields, DefinitionsDescribeThemselvesWithTheirTypeName) {
+    struct Case {
+        ULong flags;
+        const char* first;
+        const char* second;
+        const char* withType;
+        const char* without;
+    };
+    const Case cases[] = {
+        {0x22, "1", "10", "Integer (Range 1 to 10)", "Range 1 to 10"},
+        {0x912, "3", "", "Text (Upper Case, Max 3 chars, Mandatory)", "Upper Case, Max 3 chars, Mandatory"},
+        {0x12, "0", "", "Text", ""},
+        {0x842, "", "", "Boolean (Mandatory)", "Mandatory"},
+        {0x852, "", "PATH", "EnvVar (Environment Variable \"PATH\")", "Environment Variable \"PATH\""},
+        {0x32, "Rooms", "", "Picklist (lookup Rooms)", "lookup Rooms"},
+        {0x62, "HKLM\\Soft", "Key", "RegKey (HKLM\\Soft, Key)", "HKLM\\Soft, Key"},
+        {0x82, "", "", "", ""},  // no known type, no description
+    };
+    for (const Case& c : cases) {
+        const ULong def = Def("F", c.flags);
+        db_->userDefSetParams(def, c.first, c.second);
+        EXPECT_EQ(db_->userDefAsString(def, 1).str(), c.withType) << std::hex << c.flags;
+        EXPECT_EQ(db_->userDefAsString(def, 0).str(), c.without) << std::hex << c.flags;
+    }
+    EXPECT_EQ(db_->userDefAsString(4711, 1).str(), "") << "a missing definition";
+    const std::pair<ULong, const char*> types[] = {{0x10, "Text"},    {0x22, "Integer"}, {0x130, "Picklist"},
+                                                   {0x41, "Boolean"}, {0x50, "EnvVar"},  {0x60, "RegKey"},
+                                                   {0x870, "Date"},   {0x80, ""},        {0, ""}};
+    for (const auto& [flags, name] : types) EXPECT_EQ(db_->userDefTypeToString(flags).str(), name) << flags;
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+// The row operations address USERDATA rows alone; the built-in names have operations of their own.
+TEST_P(UserFields, BuiltInNamesAreReachedOnlyThroughTheirOwnOperations) {
+    const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
+    EXPECT_EQ(db_->SetBuiltInFieldValue(pc, "Serial Number", "SN1", 0, when_), 1);
+    EXPECT_EQ(db_->GetBuiltInFieldValue(pc, "Serial Number").str(), "SN1");
+    EXPECT_EQ(db_->userdataGetValue(pc).str(), "") << "no USERDATA row of that _ID";
+    EXPECT_EQ(db_->userDataSetVal(pc, "x", 0, when_), 0);
+    EXPECT_EQ(db_->GetBuiltInFieldValue(pc, "Owner").str(), "");
+    messages_.clear();
+    EXPECT_EQ(db_->SetBuiltInFieldValue(pc, "Owner", "Ann", 0, when_), 0);
+    ASSERT_EQ(messages_.size(), 1u);
+    EXPECT_EQ(messages_[0], "An Error has occurred\n\nOwner is not a built-in field");
+    EXPECT_EQ(Rows("USERDATA", "1=1"), 0u);
+}
+
+// Across all assets, a built-in name lists each asset's text and finds the assets of one text,
+// catalogue and location names included.
+TEST_P(UserFields, GlobalEnumerationOfBuiltInNamesListsAndMatchesTexts) {
+    const ULong desktop = db_->AddCategory("Desktop", 0);
+    const ULong room = db_->locAddFull("Site;Room 1");
+    const ULong a = db_->AddAsset("A", room, 0, 0, when_), b = db_->AddAsset("B", room, 0, 0, when_);
+    const ULong c = db_->AddAsset("C", 0, 0, 0, when_);
+    db_->SetAssetParent(c, a, 1, 0, when_);
+    for (const ULong asset : {a, b}) db_->SetBuiltInFieldValue(asset, "Category", "Desktop", 0, when_);
+    db_->SetBuiltInFieldValue(a, "Serial Number", "S'1", 0, when_);
+    ASSERT_EQ(db_->SelectNumber("ASSET", "_CAT", b), desktop);
+    auto listed = [&](const char* key, char separator) {
+        CSortList list;
+        const ULong count = db_->userDataEnumGlobal(0, key, list, separator);
+        EXPECT_EQ(count, list.GetCount());
+        std::vector<std::string> items;
+        for (const CSortItem& item : list) items.push_back(item.text.str() + "=" + std::to_string(item.id));
+        std::sort(items.begin(), items.end());
+        return items;
+    };
+    auto item = [](const char* text, ULong id) { return std::string(text) + "=" + std::to_string(id); };
+    EXPECT_EQ(listed("Category", 0),
+              (std::vector<std::string>{item("<blank>", c), item("Desktop", a), item("Desktop", b)}));
+    EXPECT_EQ(listed("Location", 0),
+              (std::vector<std::string>{item("Site\\Room 1", a), item("Site\\Room 1", b), item("child of A", c)}));
+    EXPECT_EQ(listed("Category=Desktop", '='), (std::vector<std::string>{item("A", a), item("B", b)}));
+    EXPECT_EQ(listed("Location=child of A", '='), (std::vector<std::string>{item("C", c)}));
+    EXPECT_EQ(listed("Serial Number=S'1", '='), (std::vector<std::string>{item("A", a)}));
+    EXPECT_EQ(listed("Serial Number=<blank>", '='), (std::vector<std::string>{item("B", b), item("C", c)}));
+    EXPECT_EQ(listed("Category=Laptop", '='), std::vector<std::string>{});
+    EXPECT_EQ(listed("", 0), std::vector<std::string>{}) << "no value rows: no names";
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(UserFields);
