@@ -1130,6 +1130,8 @@ public:
     static constexpr int kCatalogueMake = 1;
     static constexpr int kCatalogueModel = 2;
     virtual ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name);
+    // The find of FindOrAddCatalogueEntry alone: the entry's identifier, 0 when there is none.
+    ULong FindCatalogueEntry(int level, ULong parent, const char* name);
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
