@@ -87,17 +87,6 @@ std::string AppBatchStatement(const std::string& source, const char* body, const
     return text;
 }
 
-// Appends `text` as an element of a PostgreSQL array literal (quoted, \ and " escaped).
-void AppendArrayText(std::string& array, const CString& text, bool first) {
-    if (!first) array += ',';
-    array += '"';
-    for (const char c : text.str()) {
-        if (c == '"' || c == '\\') array += '\\';
-        array += c;
-    }
-    array += '"';
-}
-
 }  // namespace
 
 CString AppDisplayName(const char* publisher, const char* name, const char* extra, bool withExtra) {
@@ -227,11 +216,11 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
             std::string arrays[4];
             for (const AppBatchEntry& item : wanted) {
                 const bool first = arrays[0].empty();
-                AppendArrayText(arrays[0], item.entry->publisher, first);
-                AppendArrayText(arrays[1], item.entry->name, first);
+                AppendArrayText(arrays[0], item.entry->publisher);
+                AppendArrayText(arrays[1], item.entry->name);
                 if (!first) arrays[2].append(",");
                 arrays[2].append(std::to_string(item.count));
-                AppendArrayText(arrays[3], item.entry->version, first);
+                AppendArrayText(arrays[3], item.entry->version);
             }
             const std::string source =
                 "select * from unnest(cast(? as text[]), cast(? as text[]), cast(? as integer[]), cast(? as text[]))";
