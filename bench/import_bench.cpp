@@ -3,12 +3,15 @@
 // (reader and mapping, no database), and the database part of the writer (asset record,
 // catalogue, hardware tree, applications and instances with their history) for a first import
 // and an unchanged re-import, on SQLite and PostgreSQL
-// ($NORVIK_TEST_PG_DSN). Together they give the parse/database split of an import.
+// ($NORVIK_TEST_PG_DSN). Together they give the parse/database split of an import. One and four
+// writers at once give what concurrent importers reach, beside the driver's floor.
 #include <benchmark/benchmark.h>
 
 #include "bench_support.h"
 
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "import/import_transactions.h"
 #include "import/inventory_reader.h"
@@ -249,6 +252,47 @@ void WriteWithFiles(benchmark::State& state, Engine engine, int software, bool a
     WriteInventories(state, engine, software, again, true);
 }
 
+// `writers` importers at once, each on a connection of its own with machines of its own (first
+// imports, parsed beforehand): what the database takes from concurrent writers, to compare with
+// one writer run the same way. SQLite lets one writer in at a time; the others wait in the engine.
+void ConcurrentWriters(benchmark::State& state, Engine engine, int writers) {
+    constexpr int kPerWriter = 10;
+    BenchDatabase& target = DatabaseFor(engine);
+    std::vector<std::unique_ptr<CNorvikSql>> connections;
+    for (int i = 0; i < writers; ++i) {
+        connections.push_back(std::make_unique<CNorvikSql>(target.kb));
+        connections.back()->Open(target.scratch->ConnectionString().c_str(), nullptr, 0x4);
+    }
+    static std::atomic<int> machines{100000};
+    std::atomic<int> failures{0};
+    std::string failure;
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::vector<std::vector<Inventory>> work(writers);
+        for (auto& inventories : work) {
+            inventories.resize(kPerWriter);
+            std::string error;
+            for (Inventory& inventory : inventories)
+                ReadInventory("bench", XmlInventory(300, ++machines), inventory, error);
+        }
+        state.ResumeTiming();
+        std::vector<std::thread> threads;
+        for (int i = 0; i < writers; ++i)
+            threads.emplace_back([&, i] {
+                SqlImportTransactions transactions(*connections[i]);
+                CInventoryWriter writer(*connections[i], transactions);
+                ImportOutcome outcome;
+                std::string error;
+                for (const Inventory& inventory : work[i])
+                    if (!writer.Apply(inventory, outcome, error) && failures++ == 0) failure = error;
+            });
+        for (std::thread& thread : threads) thread.join();
+    }
+    if (failures > 0) state.SkipWithError((std::to_string(failures) + " inventories failed: " + failure).c_str());
+    state.counters["inventories/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * writers * kPerWriter), benchmark::Counter::kIsRate);
+}
+
 // The driver's floor for one row per entry: a bare prepared insert of `rows` instance rows in
 // one transaction, what any writer that sends a statement per software entry pays at least.
 void PreparedInsertFloor(benchmark::State& state, Engine engine, int rows) {
@@ -295,6 +339,13 @@ void RegisterBenchmarks() {
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime();
         }
+        for (const int writers : {1, 4})
+            benchmark::RegisterBenchmark(
+                ("Write/writers-at-once/" + std::to_string(writers) + "/300-software/" + name).c_str(),
+                ConcurrentWriters, engine, writers)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime()
+                ->MinTime(3);
         for (const bool again : {false, true}) {
             const std::string kind = again ? "unchanged-reimport" : "first-import";
             benchmark::RegisterBenchmark(("Write/" + kind + "-with-files/3000-software/" + name).c_str(),

@@ -328,6 +328,7 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
     }
 
     CHwList after;
+    CHwList writes;
     ULong changes = removed;
     for (const Planned& item : planned) {
         ULong& category = m_categories[item.path];
@@ -341,10 +342,12 @@ bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, Imp
         const bool same = found != old.end() && found->second->value == item.value;
         if (found == old.end() || !same) ++changes;
         if (same && !rewrite) continue;
-        if (!m_db.hwAdd(category, asset, item.flags, item.key, item.value)) {
-            reason = "the hardware value " + item.path + "|" + item.key.str() + " cannot be stored";
-            return false;
-        }
+        writes.Add(category, CString(item.path.c_str()), item.key, item.value, item.flags);
+    }
+    // In one call: on a server each value would be a round trip.
+    if (!m_db.hwAddValues(asset, writes)) {
+        reason = "the hardware values cannot be stored";
+        return false;
     }
     if (outcome.newAsset) return true;
     outcome.hardwareChanges = changes;

@@ -42,3 +42,9 @@ int CNorvik::osEnumValues(ULong asset, CSortList& list) {
         if ((item.extra & kHwCategory) == 0) list.Add(item.text, item.id, item.extra);
     return static_cast<int>(list.GetCount());
 }
+
+int CNorvik::hwAddValues(ULong asset, const CHwList& values) {
+    for (const CHwItem& item : values)
+        if (hwAdd(item.parent, asset, item.flags, item.key, item.value) == 0) return 0;
+    return 1;
+}

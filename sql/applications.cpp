@@ -88,17 +88,6 @@ std::string AppBatchStatement(const std::string& source, const char* body, const
     return text;
 }
 
-// Appends `text` as an element of a PostgreSQL array literal (quoted, \ and " escaped).
-void AppendArrayText(std::string& array, const CString& text, bool first) {
-    if (!first) array += ',';
-    array += '"';
-    for (const char c : text.str()) {
-        if (c == '"' || c == '\\') array += '\\';
-        array += c;
-    }
-    array += '"';
-}
-
 }  // namespace
 
 CString AppDisplayName(const char* publisher, const char* name, const char* extra, bool withExtra) {
@@ -224,20 +213,29 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
         TransactionScope transaction(*this);
         if (GetEngine() == SqlEngine::PostgreSql) {
             // The whole list as four array parameters of statements prepared once per connection:
-            // three round trips, and nothing for the server to parse or plan per entry.
+            // four round trips, and nothing for the server to parse or plan per entry.
             std::string arrays[4];
             for (const AppBatchEntry& item : wanted) {
                 const bool first = arrays[0].empty();
-                AppendArrayText(arrays[0], item.entry->publisher, first);
-                AppendArrayText(arrays[1], item.entry->name, first);
+                AppendArrayText(arrays[0], item.entry->publisher);
+                AppendArrayText(arrays[1], item.entry->name);
                 if (!first) arrays[2].append(",");
                 arrays[2].append(std::to_string(item.count));
-                AppendArrayText(arrays[3], item.entry->version, first);
+                AppendArrayText(arrays[3], item.entry->version);
             }
             const std::string source =
                 "select * from unnest(cast(? as text[]), cast(? as text[]), cast(? as integer[]), cast(? as text[]))";
-            for (const char* body : kAppBatchSteps) {
-                statement = AppBatchStatement(source, body, "cast(? as integer)");
+            // The missing names are locked as usp_AddApp locks one, in one order so that two
+            // batches cannot wait for each other; the insert that follows, a statement of its
+            // own, then sees the rows of a batch that held a lock first. Found names take none.
+            const std::string lock =
+                "with V(M, A, C, VER) as (" + source +
+                "), K as (select distinct hashtext(upper(M) || chr(9) || upper(A)) as K from V where not exists "
+                "(select 1 from APPS where APPS._MFR = V.M and APPS._APP = V.A)) select count(pg_advisory_xact_lock("
+                "hashtext('APPS'), K)) from (select K from K order by K) O";
+            const char* steps[] = {lock.c_str(), kAppBatchSteps[0], kAppBatchSteps[1], kAppBatchSteps[2]};
+            for (const char* body : steps) {
+                statement = body == lock.c_str() ? lock : AppBatchStatement(source, body, "cast(? as integer)");
                 COdbcPrepared& step = Prepared(statement);
                 for (int i = 0; i < 4; ++i) step.SetText(i + 1, std::string("{").append(arrays[i]).append("}").c_str());
                 int number = 5;
@@ -245,6 +243,7 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
                     step.SetLong(number++, AsInt(asset));
                 BusyScope busy(*this);
                 step.Execute();
+                step.CloseCursor();
             }
         } else {
             // In process a statement costs no round trip; batches bound the statement text

@@ -111,11 +111,15 @@ ULong CNorvikSql::AddModel(ULong make, const char* name) {
 }
 
 // The lock's key names the level's table, the parent and the name, so only adders of one entry
-// wait for each other (on SQLite every writer does).
+// wait for each other (on SQLite every writer does). An entry that exists is found without it:
+// inside a caller's transaction the lock lasts until that commits, and every importer names the
+// same few categories, makes and models, so a lock per find would run them one at a time.
 ULong CNorvikSql::FindOrAddCatalogueEntry(int level, ULong parent, const char* name) {
     static const char* const kTables[] = {"CAT", "MAKE", "MODEL"};
     if (level < kCatalogueCategory || level > kCatalogueModel) return 0;
     try {
+        const ULong found = FindCatalogueEntry(level, parent, name);
+        if (found != 0) return found;
         FindOrInsertLock lock(*this, kTables[level],
                               CString::Formatted("%d\t%s", static_cast<int>(parent), name ? name : "").c_str());
         const ULong id = CNorvik::FindOrAddCatalogueEntry(level, parent, name);

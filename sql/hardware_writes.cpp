@@ -123,6 +123,58 @@ ULong CNorvikSql::hwAdd(ULong parent, ULong asset, ULong flags, const char* key,
     }
 }
 
+int CNorvikSql::hwAddValues(ULong asset, const CHwList& values) {
+    if (values.GetCount() == 0) return 1;
+    if (GetEngine() != SqlEngine::PostgreSql) {
+        try {
+            TransactionScope transaction(*this);
+            if (!CNorvik::hwAddValues(asset, values)) return 0;  // hwAdd reported it; the scope rolls back
+            transaction.Commit();
+            return 1;
+        } catch (const CDBException& e) {
+            HandleSqlException(e, "store hardware values");
+            return 0;
+        }
+    }
+    // The statement of hwAdd over arrays: nodes found by (category, key) take the value, the
+    // others are inserted with key and value cut to the column, as hwAdd writes them.
+    std::string parents, keys, texts, cutKeys, cutTexts, flags;
+    for (const CHwItem& item : values) {
+        if (!parents.empty()) {
+            parents += ',';
+            flags += ',';
+        }
+        parents += std::to_string(static_cast<std::int32_t>(item.parent));
+        flags += std::to_string(static_cast<std::int32_t>(item.flags));
+        AppendArrayText(keys, item.key.c_str());
+        AppendArrayText(texts, item.value.c_str());
+        AppendArrayText(cutKeys, item.key.str().substr(0, kHwTextWidth).c_str());
+        AppendArrayText(cutTexts, item.value.str().substr(0, kHwTextWidth).c_str());
+    }
+    const char* const statement =
+        "with V(P, K, VAL, CK, CV, F, N) as (select * from unnest(cast(? as integer[]), cast(? as text[]), cast(? as "
+        "text[]), cast(? as text[]), cast(? as text[]), cast(? as integer[])) with ordinality), L as (select distinct "
+        "on (P, K) * from V order by P, K, N desc), U as (update HW set _VAL = L.VAL from L where HW._PARENT = L.P and "
+        "HW._ASSET = cast(? as integer) and HW._KEY = L.K returning HW._ID) insert into HW (_PARENT, _ASSET, _FLAGS, "
+        "_KEY, _VAL) select P, cast(? as integer), F, CK, CV from L where not exists (select 1 from HW where "
+        "HW._PARENT = L.P and HW._ASSET = cast(? as integer) and HW._KEY = L.K)";
+    try {
+        TransactionScope transaction(*this);
+        COdbcPrepared& store = Prepared(statement);
+        int number = 1;
+        for (const std::string* array : {&parents, &keys, &texts, &cutKeys, &cutTexts, &flags})
+            store.SetText(number++, ("{" + *array + "}").c_str());
+        for (int i = 0; i < 3; ++i) store.SetLong(number++, static_cast<std::int32_t>(asset));
+        BusyScope busy(*this);
+        store.Execute();
+        transaction.Commit();
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
 ULong CNorvikSql::hwSetVal(ULong node, const char* value, int history, CTime when) {
     CString statement;
     try {

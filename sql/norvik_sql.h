@@ -412,6 +412,9 @@ public:
 
     // ---- Bulk writes and set reads ----
     int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
+    // PostgreSQL: one statement over arrays of the values (one round trip); SQLite: hwAdd's
+    // prepared statements, value by value, in one transaction.
+    int hwAddValues(ULong asset, const CHwList& values) override;
     // One statement over the location subtree and the child assets below it (cycles end it).
     ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
     // The interface's find-or-add under the name's FindOrInsertLock.

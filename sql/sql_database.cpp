@@ -56,6 +56,16 @@ int CSqlDatabase::ExecuteStatement(const char* statement) {
     return 1;
 }
 
+void CSqlDatabase::AppendArrayText(std::string& array, const char* text) {
+    if (!array.empty()) array += ',';
+    array += '"';
+    for (const char* p = text ? text : ""; *p != '\0'; ++p) {
+        if (*p == '"' || *p == '\\') array += '\\';
+        array += *p;
+    }
+    array += '"';
+}
+
 std::int32_t CSqlDatabase::RunProcedure(const char* callText, const char* name, const char* args, std::int32_t* out) {
     BusyScope busy(*this);
     std::int32_t ret = 0;

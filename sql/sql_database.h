@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "common/dynalist.h"
 #include "platform/ctime.h"
@@ -23,6 +24,9 @@ public:
 
     // 'text' with every single quote doubled; `maxLength` (0 = none) cuts the input first.
     static CString SqlQuote(const char* text, int maxLength = 0);
+    // Appends `text` to `array` as an element of a PostgreSQL array literal (quoted, \ and "
+    // escaped), after a comma unless it is the first.
+    static void AppendArrayText(std::string& array, const char* text);
     // 'YYYYMMDD hh:mm:ss' of the local time.
     static CString SqlTime(CTime time);
 

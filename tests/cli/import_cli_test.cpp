@@ -299,6 +299,46 @@ TEST_P(ImportTool, OverUseCheckRunsOnceAfterTheFilesAndCountsItsAlertsInTheSumma
     EXPECT_EQ(Number("select count(*) from LICALERTS"), 1u) << "an application is alerted once";
 }
 
+// Four importers at once, each with its own machines: the engine makes writers wait for one
+// another, so none fails as locked or busy, and every machine is there once, whole.
+TEST_P(ImportTool, FourImportersAtOnceLoseAndDuplicateNothing) {
+    constexpr int kWriters = 4, kMachines = 10, kSoftware = 60;
+    std::vector<std::string> folders;
+    for (int writer = 0; writer < kWriters; ++writer) {
+        const fs::path folder = dir_.path / ("writer" + std::to_string(writer));
+        fs::create_directories(folder);
+        for (int machine = 0; machine < kMachines; ++machine) {
+            const std::string host = "PC-" + std::to_string(writer) + "-" + std::to_string(machine);
+            std::string xml = "<REQUEST><DEVICEID>" + host + "-id</DEVICEID><CONTENT><HARDWARE><NAME>" + host +
+                              "</NAME><MEMORY>8192</MEMORY></HARDWARE><BIOS><SSN>SN-" + host +
+                              "</SSN><SMANUFACTURER>Contoso</SMANUFACTURER><SMODEL>Desk</SMODEL></BIOS>";
+            // The same applications everywhere, so that the writers add the same new names.
+            for (int i = 0; i < kSoftware; ++i)
+                xml += "<SOFTWARES><NAME>package-" + std::to_string(i) + "</NAME><PUBLISHER>Publisher " +
+                       std::to_string(i % 7) + "</PUBLISHER><VERSION>1." + std::to_string(machine) +
+                       "</VERSION></SOFTWARES>";
+            WriteFile(folder / (host + ".xml"), xml + "</CONTENT><QUERY>INVENTORY</QUERY></REQUEST>");
+        }
+        folders.push_back(folder.string());
+    }
+    std::vector<pid_t> writers;
+    for (int writer = 0; writer < kWriters; ++writer)
+        writers.push_back(StartTool(On({"import", "--json", folders[writer]}),
+                                    (dir_.path / ("out" + std::to_string(writer))).string()));
+    for (int writer = 0; writer < kWriters; ++writer) {
+        EXPECT_EQ(WaitTool(writers[writer]), 0) << "writer " << writer;
+        const std::string out = Slurp(dir_.path / ("out" + std::to_string(writer)));
+        EXPECT_EQ(out.find("\"failed\""), std::string::npos) << out;
+    }
+    EXPECT_EQ(Count("ASSET"), static_cast<ULong>(kWriters * kMachines));
+    EXPECT_EQ(Number("select count(distinct _NAME) from ASSET"), static_cast<ULong>(kWriters * kMachines));
+    EXPECT_EQ(Count("APPS"), static_cast<ULong>(kSoftware));
+    EXPECT_EQ(Count("APPINST"), static_cast<ULong>(kWriters * kMachines * kSoftware));
+    EXPECT_EQ(Number("select count(*) from (select _ASSET from APPINST group by _ASSET having count(*) <> " +
+                     std::to_string(kSoftware) + ") A"),
+              0u);
+}
+
 NORVIK_ON_BOTH_ENGINES(ImportTool);
 
 }  // namespace
