@@ -9,6 +9,9 @@
 
 #include <httplib.h>
 
+#include <sys/socket.h>
+
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -88,8 +91,15 @@ public:
 // at once, without waiting for a worker.
 class WorkerPool : public httplib::TaskQueue {
 public:
-    WorkerPool(const ServerSettings& settings) : m_cap(static_cast<std::size_t>(settings.maxConnections)) {
+    // Returns once every worker has tried to open its connection, so that the server is ready
+    // when it says so.
+    explicit WorkerPool(const ServerSettings& settings) : m_cap(static_cast<std::size_t>(settings.maxConnections)) {
         for (int i = 0; i < settings.workers; ++i) m_threads.emplace_back([this, &settings] { Serve(settings); });
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_ready.wait(lock, [this] { return m_started == m_threads.size(); });
+    }
+    ~WorkerPool() override {
+        if (!m_stopping) shutdown();
     }
     void enqueue(std::function<void()> fn) override {
         {
@@ -117,6 +127,11 @@ private:
     void Serve(const ServerSettings& settings) {
         Worker worker(settings);
         t_context = &worker.context;
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            ++m_started;
+        }
+        m_ready.notify_all();
         for (;;) {
             std::function<void()> job;
             {
@@ -140,7 +155,19 @@ private:
     std::condition_variable m_ready;
     std::deque<std::function<void()>> m_jobs;
     std::size_t m_busy = 0;
+    std::size_t m_started = 0;
     bool m_stopping = false;
+};
+
+// What the library owns and deletes after its shutdown: a handle on the edge's own pool.
+class PoolHandle : public httplib::TaskQueue {
+public:
+    explicit PoolHandle(WorkerPool& pool) : m_pool(pool) {}
+    void enqueue(std::function<void()> fn) override { m_pool.enqueue(std::move(fn)); }
+    void shutdown() override { m_pool.shutdown(); }
+
+private:
+    WorkerPool& m_pool;
 };
 
 HttpRequest ToRequest(const httplib::Request& from, bool tls) {
@@ -168,6 +195,8 @@ struct HttpEdge::Impl {
     const Router& router;
     AccessLog& log;
     std::unique_ptr<httplib::Server> server;
+    std::unique_ptr<WorkerPool> pool;
+    std::atomic<int> listenFd{-1};
     int port = 0;
 
     void Serve(const httplib::Request& req, httplib::Response& res) {
@@ -182,7 +211,7 @@ struct HttpEdge::Impl {
 };
 
 HttpEdge::HttpEdge(const ServerSettings& settings, const Router& router, AccessLog& log)
-    : m_impl(new Impl{settings, router, log, nullptr, 0}) {}
+    : m_impl(new Impl{settings, router, log, nullptr, nullptr, -1, 0}) {}
 
 HttpEdge::~HttpEdge() = default;
 
@@ -199,14 +228,23 @@ bool HttpEdge::Bind(std::string& error) {
         m_impl->server = std::make_unique<httplib::Server>();
     }
     httplib::Server& server = *m_impl->server;
-    server.new_task_queue = [&settings] { return new WorkerPool(settings); };
+    m_impl->pool = std::make_unique<WorkerPool>(settings);
+    WorkerPool* pool = m_impl->pool.get();
+    server.new_task_queue = [pool] { return new PoolHandle(*pool); };
+    // The listening socket is kept so that a stop can end the accepting alone (see Stop).
+    Impl* impl = m_impl.get();
+    server.set_socket_options([impl](socket_t fd) {
+        int yes = 1;
+        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        int none = -1;
+        impl->listenFd.compare_exchange_strong(none, static_cast<int>(fd));
+    });
     server.set_tcp_nodelay(true);
     server.set_payload_max_length(settings.maxBodyBytes);
     server.set_read_timeout(settings.readTimeoutSeconds, 0);
     server.set_write_timeout(settings.writeTimeoutSeconds, 0);
     server.set_keep_alive_timeout(settings.keepAliveSeconds);
     server.set_keep_alive_max_count(static_cast<size_t>(settings.keepAliveRequests));
-    Impl* impl = m_impl.get();
     server.set_pre_routing_handler([impl](const httplib::Request& req, httplib::Response& res) {
         if (!t_overCap) return httplib::Server::HandlerResponse::Unhandled;
         res.status = 503;
@@ -259,5 +297,13 @@ std::string HttpEdge::Url() const {
 void HttpEdge::Run() { m_impl->server->listen_after_bind(); }
 
 void HttpEdge::Stop() {
-    if (m_impl->server) m_impl->server->stop();
+    // The library's own stop also ends every connection whose request a worker has not begun
+    // (it checks the listening socket before each request): shutting the listening socket
+    // down instead ends only the accepting, and the library then drains the queue and joins.
+    const int fd = m_impl->listenFd.load();
+    if (fd >= 0) {
+        ::shutdown(fd, SHUT_RDWR);
+    } else if (m_impl->server) {
+        m_impl->server->stop();
+    }
 }

@@ -24,7 +24,9 @@ TEST_P(AgentGlpi, ContactIsAnsweredWithExpirationAndTheInventoryTask) {
         const HttpResponse response = PostJson(ReadFixture("agents/glpi-contact.json"), kind);
         EXPECT_EQ(response.status, 200);
         EXPECT_EQ(CompressionOf(response.contentType, response.body), kind);
-        if (kind == Compression::kPlain) EXPECT_EQ(response.contentType, "application/json");
+        if (kind == Compression::kPlain) {
+            EXPECT_EQ(response.contentType, "application/json");
+        }
         const rapidjson::Document reply = Json(Plain(response));
         EXPECT_STREQ(reply["status"].GetString(), "ok");
         EXPECT_EQ(reply["expiration"].GetInt(), 24);

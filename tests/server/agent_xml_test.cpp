@@ -51,7 +51,7 @@ TEST_P(AgentXml, DamagedOrUnknownRequestsGet400AndWriteNothing) {
          "not an agent request: the document is not a <REQUEST>"},
         {"<REQUEST><DEVICEID>x</DEVICEID></REQUEST>", "not an agent request: no QUERY"},
         {"<REQUESTS><QUERY>PROLOG</QUERY></REQUESTS>", "not an agent request: the document is not a <REQUEST>"},
-        {truncated, "damaged inventory: "},
+        {truncated, "not an agent request: no QUERY"},  // cut before its QUERY
         {"<REQUEST><QUERY>INVENTORY</QUERY><CONTENT><HARDWARE>", "damaged inventory: "},
         {"plain words", "not an agent message: neither XML nor JSON"},
     };

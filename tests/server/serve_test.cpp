@@ -66,10 +66,12 @@ private:
     pid_t m_pid = -1;
 };
 
-// Runs the real agent against `url` (extra words after it); its exit code.
+// Runs the real agent against `url` (extra words after it); its exit code. The categories that
+// change between two runs on a live machine (free disk space, processes, logged-on users) are
+// left out, so that a second run of an unchanged machine is seen as unchanged.
 int RunAgent(const std::string& url, const std::vector<std::string>& extra = {}) {
     std::string command = "fusioninventory-agent --server '" + url +
-                          "' --tasks inventory --force --no-category printer,process,environment,user "
+                          "' --tasks inventory --force --no-category printer,process,environment,user,drive "
                           "--logger stderr";
     for (const std::string& word : extra) command += " '" + word + "'";
     return std::system((command + " >/dev/null 2>&1").c_str());
@@ -160,13 +162,14 @@ TEST_P(Serve, OversizedSlowAndSurplusClientsAreRefused) {
     EXPECT_EQ(bomb->status, 413);
     client.stop();
 
-    // A client that stops sending half-way through its request is dropped.
+    // A client that stops sending half-way through its request is dropped (within the
+    // keep-alive wait of 5 seconds and the read timeout).
     const int slow = Connect(server.port);
     ASSERT_GE(slow, 0);
     ASSERT_GT(::write(slow, "POST / HTTP/1.1\r\nHost: x\r\n", 26), 0);
     const auto start = std::chrono::steady_clock::now();
     ReadUntilClosed(slow, 10s);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 6s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 9s);
     ::close(slow);
 
     // One connection served, one waiting: a third is refused at once.
