@@ -32,7 +32,10 @@ PostedImport ImportPosted(const std::string& name, std::string_view text, Worker
         result.refusal = Unavailable(context, "the audit database does not answer");
         return result;
     }
+    std::unique_lock<std::mutex> turn;
+    if (context.writerGate) turn = std::unique_lock<std::mutex>(*context.writerGate);
     const InventoryImportResult imported = context.importer.Import(name, text);
+    if (turn.owns_lock()) turn.unlock();
     switch (imported.status) {
         case InventoryImportStatus::kImported:
             result.imported = true;

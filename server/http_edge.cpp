@@ -42,12 +42,13 @@ int QuietMessage(const char* text, unsigned int style, CallbackValue context) {
 // One worker's database connection and importer; lives on the worker's thread.
 class Worker : public WorkerConnection {
 public:
-    explicit Worker(const ServerSettings& settings)
+    Worker(const ServerSettings& settings, std::mutex& sqliteWriters)
         : m_settings(settings),
+          m_sqliteWriters(sqliteWriters),
           m_db(m_kb),
           m_transactions(m_db),
           m_importer(m_db, m_transactions),
-          context{m_db, m_importer, settings, this, {}} {
+          context{m_db, m_importer, settings, this, nullptr, {}} {
         m_db.SetMsgBoxCallback(QuietMessage, reinterpret_cast<CallbackValue>(&m_lastMessage));
         Ready();
     }
@@ -58,7 +59,9 @@ public:
     bool Ready() override {
         if (m_db.IsDbOpen()) return true;
         m_db.SetMsgBoxCallback(QuietMessage, reinterpret_cast<CallbackValue>(&m_lastMessage));
-        return m_db.Open(m_settings.connection.c_str(), nullptr, 0x4) != 0;
+        if (m_db.Open(m_settings.connection.c_str(), nullptr, 0x4) == 0) return false;
+        context.writerGate = m_db.GetEngine() == SqlEngine::Sqlite ? &m_sqliteWriters : nullptr;
+        return true;
     }
     bool Answers() override {
         if (!m_db.IsDbOpen()) return false;
@@ -76,6 +79,7 @@ public:
 
 private:
     const ServerSettings& m_settings;
+    std::mutex& m_sqliteWriters;
     std::string m_lastMessage;
     CAuditDBSys m_kb;
     CNorvikSql m_db;
@@ -125,7 +129,7 @@ public:
 
 private:
     void Serve(const ServerSettings& settings) {
-        Worker worker(settings);
+        Worker worker(settings, m_sqliteWriters);
         t_context = &worker.context;
         {
             std::unique_lock<std::mutex> lock(m_mutex);
@@ -150,6 +154,7 @@ private:
     }
 
     std::size_t m_cap;
+    std::mutex m_sqliteWriters;  // the workers' turns at writing a SQLite database
     std::vector<std::thread> m_threads;
     std::mutex m_mutex;
     std::condition_variable m_ready;

@@ -2,6 +2,7 @@
 // Database and importer, and the server's settings. One context per worker thread, never shared.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 #include "import/inventory_import.h"
@@ -29,6 +30,9 @@ struct WorkerContext {
     CInventoryImporter& importer;
     const ServerSettings& settings;
     WorkerConnection* connection = nullptr;  // null: `db` is open for the context's lifetime
+    // Held by every import when set: the workers of a SQLite database take turns at writing
+    // (the engine allows one writer; waiting on the engine's busy timeout instead costs seconds).
+    std::mutex* writerGate = nullptr;
     // The last agent Authorization header this worker verified against the agents' password
     // hash (an Argon2id check per request would cost more than the import).
     std::string verifiedAgentAuthorization;

@@ -45,7 +45,7 @@ protected:
         EngineTest::SetUp();
         transactions_ = std::make_unique<SqlImportTransactions>(*db_);
         importer_ = std::make_unique<CInventoryImporter>(*db_, *transactions_);
-        context_ = std::make_unique<WorkerContext>(WorkerContext{*db_, *importer_, settings_, nullptr, {}});
+        context_ = std::make_unique<WorkerContext>(WorkerContext{*db_, *importer_, settings_, nullptr, nullptr, {}});
     }
     void TearDown() override {
         context_.reset();
