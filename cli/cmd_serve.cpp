@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <mutex>
@@ -67,6 +68,9 @@ bool ParsePositive(const std::string& text, const char* option, long long most, 
 bool ReadSiteOptions(Context& context, ServerSettings& settings) {
     CNorvikSql* db = context.OpenDatabase();
     if (!db) {
+        // A missing SQLite file is a mistake on the command line, not an outage to wait out
+        // (and the workers' driver would create an empty file).
+        if (context.options.dsn.empty() && !std::filesystem::exists(context.options.dbFile)) return false;
         if (!settings.agentUser.empty()) {
             PrintError("cannot read the agents' password from the database");
             return false;

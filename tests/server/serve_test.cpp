@@ -280,6 +280,10 @@ TEST_P(Serve, WrongCommandLinesAreRefused) {
     ExpectRefused(Run({"serve", "--tls-cert", "x.pem"}), 2, "--tls-cert and --tls-key go together");
     ExpectRefused(Run({"serve", "--agent-user", "agent", "--listen", "127.0.0.1:0"}), 1,
                   "no agent password is set (set one with: norvik agent-password)");
+    const std::string missing = (dir_.path / "missing.db").string();
+    ExpectRefused(RunTool(dir_.path, {"--db", missing, "serve", "--listen", "127.0.0.1:0"}), 1,
+                  "no audit database at " + missing);
+    EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
 NORVIK_ON_BOTH_ENGINES(Serve);
