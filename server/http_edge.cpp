@@ -251,6 +251,17 @@ bool HttpEdge::Bind(std::string& error) {
     server.set_keep_alive_timeout(settings.keepAliveSeconds);
     server.set_keep_alive_max_count(static_cast<size_t>(settings.keepAliveRequests));
     server.set_pre_routing_handler([impl](const httplib::Request& req, httplib::Response& res) {
+        // The library would inflate a Content-Encoding body itself, whole and unbounded; agents
+        // name their compression in the Content-Type, which the server inflates within its limit.
+        const std::string encoding = req.get_header_value("Content-Encoding");
+        if (!encoding.empty() && encoding != "identity") {
+            res.status = 415;
+            res.set_header("Connection", "close");
+            res.set_content("Content-Encoding is not accepted: name the compression in the Content-Type\n",
+                            "text/plain; charset=utf-8");
+            impl->log.WriteRefusal(req.remote_addr, req.method, req.path, 415, "refused: Content-Encoding");
+            return httplib::Server::HandlerResponse::Handled;
+        }
         if (!t_overCap) return httplib::Server::HandlerResponse::Unhandled;
         res.status = 503;
         res.set_header("Retry-After", std::to_string(impl->settings.retryAfterSeconds));

@@ -160,6 +160,11 @@ TEST_P(Serve, OversizedSlowAndSurplusClientsAreRefused) {
         client.Post("/", Deflate(std::string(400001, '<'), Compression::kZlib), "application/x-compress-zlib");
     ASSERT_TRUE(bomb);
     EXPECT_EQ(bomb->status, 413);
+    // The same bomb as a Content-Encoding, which the HTTP library would inflate whole.
+    const std::string gzipBomb = Deflate(std::string(50u << 20, '<'), Compression::kGzip);
+    const auto encoded = client.Post("/", httplib::Headers{{"Content-Encoding", "gzip"}}, gzipBomb, "application/xml");
+    ASSERT_TRUE(encoded);
+    EXPECT_EQ(encoded->status, 415);
     client.stop();
 
     // A client that stops sending half-way through its request is dropped (within the
