@@ -280,6 +280,12 @@ TEST_P(Serve, AgentOverTlsLogsOnAndAWrongPasswordWritesNothing) {
 }
 
 TEST_P(Serve, WrongCommandLinesAreRefused) {
+    const ToolResult help = Run({"serve", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.out.rfind("usage: norvik [--db FILE | --dsn CONNECTION] serve [--listen HOST:PORT]", 0), 0u);
+    ExpectRefused(Run({"serve", "extra"}), 2, "wrong number of arguments");
+    ExpectRefused(RunToolWithInput(dir_.path, On({"agent-password"}), ""), 1, "no password was given");
+    ExpectRefused(RunToolWithInput(dir_.path, On({"agent-password"}), "\n"), 1, "the password is empty");
     ExpectRefused(Run({"serve", "--listen", "nowhere"}), 2, "--listen: not HOST:PORT: nowhere");
     ExpectRefused(Run({"serve", "--workers", "0"}), 2, "--workers needs a number from 1 to 256: 0");
     ExpectRefused(Run({"serve", "--tls-cert", "x.pem"}), 2, "--tls-cert and --tls-key go together");
