@@ -92,7 +92,8 @@ public:
 
 // The library's task queue, with threads of our own: each owns a Worker. A connection is one
 // task; a connection over the cap (served plus waiting) is answered 503 on the accepting thread
-// at once, without waiting for a worker.
+// at once, without waiting for a worker. Accepting pauses while it is answered, at most the read
+// timeout for a client that sends nothing: beyond the cap, connections wait in the kernel's queue.
 class WorkerPool : public httplib::TaskQueue {
 public:
     // Returns once every worker has tried to open its connection, so that the server is ready
