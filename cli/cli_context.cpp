@@ -1,6 +1,7 @@
 // Connection handling and message display shared by the verbs.
 #include "cli/cli_context.h"
 
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -133,6 +134,25 @@ CNorvikSql* Context::Open(const std::string& connect, ULong flags, std::ostream*
         return nullptr;
     }
     return m_db.get();
+}
+
+bool ReadSecret(const char* prompt, std::string* secret) {
+    const bool terminal = isatty(STDIN_FILENO) != 0;
+    termios saved{};
+    if (terminal) {
+        std::cerr << prompt << std::flush;
+        tcgetattr(STDIN_FILENO, &saved);
+        termios quiet = saved;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    }
+    const bool read = static_cast<bool>(std::getline(std::cin, *secret));
+    if (terminal) {
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        std::cerr << '\n';
+    }
+    if (!secret->empty() && secret->back() == '\r') secret->pop_back();
+    return read;
 }
 
 int HelpForVerbWithoutWords(const Context& context, const char* help) {

@@ -67,6 +67,10 @@ private:
 // ask for help (0) or when there are any (2, on stderr); -1 when the verb should run.
 int HelpForVerbWithoutWords(const Context& context, const char* help);
 
+// One line from the terminal with echo off (prompted on stderr), or from standard input.
+// False at the end of the input.
+bool ReadSecret(const char* prompt, std::string* secret);
+
 // "7.14" of a version number major × 100 + minor.
 std::string SchemaVersionText(int version);
 
@@ -112,27 +116,29 @@ int WithDatabase(Context& context, Access access,
 int RunInit(Context& context);
 int RunInfo(Context& context);
 int RunOption(Context& context);
-int RunLocType(Context& context);   // cmd_loctype.cpp
-int RunLocation(Context& context);  // cmd_location.cpp
-int RunAsset(Context& context);     // cmd_asset.cpp
-int RunHistory(Context& context);   // cmd_history.cpp
-int RunKb(Context& context);        // cmd_kb.cpp
-int RunHw(Context& context);        // cmd_hw.cpp
-int RunSw(Context& context);        // cmd_sw.cpp
-int RunCapture(Context& context);   // cmd_capture.cpp
-int RunUpgrade(Context& context);   // cmd_upgrade.cpp
-int RunWeb(Context& context);       // cmd_web.cpp
-int RunUser(Context& context);      // cmd_user.cpp
-int RunSecurity(Context& context);  // cmd_security.cpp
-int RunDiscover(Context& context);  // cmd_discover.cpp
-int RunNote(Context& context);      // cmd_note.cpp
-int RunSchedule(Context& context);  // cmd_schedule.cpp
-int RunApp(Context& context);       // cmd_app.cpp
-int RunImport(Context& context);    // cmd_import.cpp
-int RunLicence(Context& context);   // cmd_licence.cpp
-int RunSerial(Context& context);    // cmd_serial.cpp
-int RunPicklist(Context& context);  // cmd_picklist.cpp
-int RunField(Context& context);     // cmd_field.cpp
-int RunOverview(Context& context);  // cmd_report.cpp
+int RunLocType(Context& context);        // cmd_loctype.cpp
+int RunLocation(Context& context);       // cmd_location.cpp
+int RunAsset(Context& context);          // cmd_asset.cpp
+int RunHistory(Context& context);        // cmd_history.cpp
+int RunKb(Context& context);             // cmd_kb.cpp
+int RunHw(Context& context);             // cmd_hw.cpp
+int RunSw(Context& context);             // cmd_sw.cpp
+int RunCapture(Context& context);        // cmd_capture.cpp
+int RunUpgrade(Context& context);        // cmd_upgrade.cpp
+int RunWeb(Context& context);            // cmd_web.cpp
+int RunUser(Context& context);           // cmd_user.cpp
+int RunSecurity(Context& context);       // cmd_security.cpp
+int RunDiscover(Context& context);       // cmd_discover.cpp
+int RunNote(Context& context);           // cmd_note.cpp
+int RunSchedule(Context& context);       // cmd_schedule.cpp
+int RunApp(Context& context);            // cmd_app.cpp
+int RunImport(Context& context);         // cmd_import.cpp
+int RunLicence(Context& context);        // cmd_licence.cpp
+int RunSerial(Context& context);         // cmd_serial.cpp
+int RunPicklist(Context& context);       // cmd_picklist.cpp
+int RunField(Context& context);          // cmd_field.cpp
+int RunOverview(Context& context);       // cmd_report.cpp
+int RunServe(Context& context);          // cmd_serve.cpp
+int RunAgentPassword(Context& context);  // cmd_serve.cpp
 
 }  // namespace cli

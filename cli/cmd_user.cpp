@@ -1,7 +1,6 @@
 // norvik user: the console users, their levels, places and profiles, and their passwords,
 // which are read from the terminal (without echo) or from standard input, never from the
 // command line.
-#include <termios.h>
 #include <unistd.h>
 
 #include <iostream>
@@ -31,27 +30,6 @@ const char kHelp[] =
     "            PasswordHashing set to 1 (norvik init sets it) only a salted hash is stored.\n"
     "            An empty password, or one holding a zero byte, is refused.\n"
     "  check     reads a password the same way; exit code 0 when it is the user's, 1 if not\n";
-
-// One line from the terminal with echo off (prompted on stderr), or from standard input.
-// False at the end of the input.
-bool ReadSecret(const char* prompt, std::string* secret) {
-    const bool terminal = isatty(STDIN_FILENO) != 0;
-    termios saved{};
-    if (terminal) {
-        std::cerr << prompt << std::flush;
-        tcgetattr(STDIN_FILENO, &saved);
-        termios quiet = saved;
-        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
-    }
-    const bool read = static_cast<bool>(std::getline(std::cin, *secret));
-    if (terminal) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
-        std::cerr << '\n';
-    }
-    if (!secret->empty() && secret->back() == '\r') secret->pop_back();
-    return read;
-}
 
 const std::vector<SubCommandSpec> kSubCommands = {
     {"list", {{}, {"--level"}, 0, 0}, "user list [--level N] [--json]"},

@@ -70,6 +70,9 @@ const char kUsage[] =
     "  serial list|add|delete ...  where audits read applications' serial numbers\n"
     "  report                      the site at a glance: categories, operating systems, top\n"
     "                              applications and publishers, licences, assets not audited\n"
+    "  serve [--listen HOST:PORT] [--workers N] [--tls-cert FILE --tls-key FILE] [--log FILE] ...\n"
+    "                              the inventory server agents report to over HTTP(S)\n"
+    "  agent-password              set the password agents log on to the server with\n"
     "\n"
     "Exit codes: 0 done, 1 the operation failed, 2 the command line was wrong.\n";
 
@@ -104,6 +107,8 @@ const Verb kVerbs[] = {
     {"picklist", cli::RunPicklist},
     {"field", cli::RunField},
     {"report", cli::RunOverview},
+    {"serve", cli::RunServe},
+    {"agent-password", cli::RunAgentPassword},
 };
 
 // Reads the value of an option that takes one; false (with a message) when it is missing.

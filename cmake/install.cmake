@@ -94,6 +94,10 @@ endif()
 install(FILES ${PROJECT_SOURCE_DIR}/cli/norvik.bash-completion RENAME norvik
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 
+# The server's systemd unit (not enabled: a site creates its database first, see the README),
+# and the package's postinst that makes the unprivileged user it runs as.
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/norvik.service DESTINATION lib/systemd/system)
+
 # `make package`: one .deb with the tool, the library and what a program needs to build with it.
 # The driver manager and the SQLite ODBC driver (which registers "SQLite3" in odbcinst.ini, the
 # driver the tool names) are what `norvik init` needs on a fresh machine; shlibdeps adds the rest.
@@ -105,7 +109,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Audit Database and Knowledge Base library
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION database)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "unixodbc, libsqliteodbc")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "unixodbc, libsqliteodbc, adduser")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/postinst)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "odbc-postgresql")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)

@@ -27,7 +27,7 @@ for pattern in '^/usr/bin/norvik$' '^/usr/lib/.*libnorvik\.so\.[0-9.]+$' '^/usr/
     '^/usr/include/norvik/sql/norvik_sql\.h$' '^/usr/include/norvik/interface/norvik\.h$' \
     '^/usr/lib/.*cmake/Norvik/NorvikConfig\.cmake$' '^/usr/lib/.*cmake/Norvik/NorvikTargets\.cmake$' \
     '^/usr/lib/.*pkgconfig/norvik\.pc$' '^/usr/share/man/man1/norvik\.1' \
-    '^/usr/share/bash-completion/completions/norvik$'; do
+    '^/usr/share/bash-completion/completions/norvik$' '^/usr/lib/systemd/system/norvik\.service$'; do
     grep -Eq "$pattern" "$work/files" || fail "the package lacks $pattern"
 done
 for pattern in '\.a$' 'sql_recordset\.h$' 'odbc_statement\.h$' '^/usr/local/' '/cli/'; do

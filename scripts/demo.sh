@@ -91,4 +91,49 @@ run licence type add "Per Seat" --per-pc
 run licence set bash --type "Per Seat" --count 0
 run licence check
 run report
+# The server: this machine's agent reports to `norvik serve` as every computer of a site does,
+# into a database of its own (so that the machine is new there). The categories that change
+# from one minute to the next on a live machine (free disk space, processes, users) are left
+# out, so that the second report shows the machine unchanged.
+if command -v fusioninventory-agent >/dev/null; then
+    served="$dir/served.db"
+    "$norvik" --db "$served" init >/dev/null
+    echo "\$ norvik --db $served serve --listen 127.0.0.1:0 --log $dir/serve.log &"
+    "$norvik" --db "$served" serve --listen 127.0.0.1:0 --log "$dir/serve.log" >"$dir/serve.out" 2>&1 &
+    server=$!
+    url=
+    for _ in $(seq 1 200); do
+        url=$(sed -n 's/^listening on //p' "$dir/serve.out")
+        [[ -n $url ]] && break
+        sleep 0.05
+    done
+    if [[ -z $url ]]; then
+        echo "demo: the server did not start (see $dir/serve.out)" >&2
+        kill "$server" 2>/dev/null || true
+    else
+        cat "$dir/serve.out"
+        agent=(fusioninventory-agent --server "$url" --tasks inventory --force
+               --no-category printer,process,environment,user,drive)
+        for round in first second; do
+            echo "\$ ${agent[*]}   # $round report"
+            "${agent[@]}" >"$dir/agent-$round.log" 2>&1 || echo "demo: the agent failed (see $dir/agent-$round.log)" >&2
+            tail -n 1 "$dir/serve.log"
+            echo
+        done
+        run_served() {
+            echo "\$ norvik --db $served $*"
+            "$norvik" --db "$served" "$@"
+            echo
+        }
+        run_served asset list
+        echo "\$ kill -TERM $server"
+        kill -TERM "$server"
+        wait "$server" || true
+        cat "$dir/serve.out"
+        echo
+        echo "To run the server for real (agents then use --server http://THIS-HOST:8080/):"
+        echo "  $norvik --db $served serve --listen 0.0.0.0:8080 --log $dir/serve.log"
+        echo
+    fi
+fi
 echo "The audit database is $db and the Knowledge Base $kb; try: $norvik --help"

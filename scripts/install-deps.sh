@@ -11,6 +11,7 @@ packages=(
     libsodium-dev
     help2man pkgconf dpkg-dev
     libpugixml-dev rapidjson-dev
+    libcpp-httplib-dev zlib1g-dev libssl-dev openssl fusioninventory-agent
 )
 
 missing=()
@@ -27,3 +28,8 @@ echo "install-deps: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
 apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# The agent is here for the tests and the demo, which run it by hand; its own daemon would
+# report to a server this machine does not have.
+if [[ -d /run/systemd/system ]]; then
+    systemctl disable --now fusioninventory-agent.service >/dev/null 2>&1 || true
+fi
