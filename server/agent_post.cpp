@@ -48,6 +48,10 @@ PostedImport ImportPosted(const std::string& name, std::string_view text, Worker
             result.refusal = Unavailable(context, "the audit database is busy");
             return result;
         case InventoryImportStatus::kFailed:
+            if (imported.fullInventoryWanted) {
+                result.refusal = Refused(400, imported.error);
+                return result;
+            }
             if (context.connection && !context.connection->Answers()) {
                 result.refusal = Unavailable(context, "the audit database does not answer");
                 return result;
@@ -55,8 +59,10 @@ PostedImport ImportPosted(const std::string& name, std::string_view text, Worker
             result.refusal = Refused(500, "the inventory could not be written: " + imported.error);
             result.refusal.logOutcome = "failed: " + imported.error;
             return result;
+        case InventoryImportStatus::kConnectionLost:
+            break;
     }
-    // A status this server does not know yet (a lost connection): the agent sends again later.
+    // The link to the database is gone: the worker reconnects, the agent sends again later.
     if (context.connection) context.connection->Lost();
     result.refusal =
         Unavailable(context, imported.error.empty() ? "the audit database does not answer" : imported.error);
