@@ -1,6 +1,9 @@
 // Dates, aligned tables and JSON quoting.
 #include "cli/output.h"
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -86,29 +89,26 @@ std::string TerminalText(const std::string& text) {
 }
 
 std::string JsonText(const std::string& text) {
-    std::string out = "\"";
+    // A byte that does not start a well-formed UTF-8 character is Latin-1 and becomes that
+    // character, so the writer always gets valid UTF-8 and any 8-bit text gives valid JSON.
+    std::string utf8;
+    utf8.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const unsigned char c = static_cast<unsigned char>(text[i]);
-        switch (c) {
-            case '"': out += "\\\""; break;
-            case '\\': out += "\\\\"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
-            default:
-                if (const std::size_t length = c >= 0x80 ? Utf8Length(text, i) : 0) {
-                    out.append(text, i, length);
-                    i += length - 1;
-                } else if (c < 0x20 || c >= 0x7F) {
-                    char escaped[8];
-                    std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-                    out += escaped;
-                } else {
-                    out += static_cast<char>(c);
-                }
+        if (c < 0x80) {
+            utf8 += static_cast<char>(c);
+        } else if (const std::size_t length = Utf8Length(text, i)) {
+            utf8.append(text, i, length);
+            i += length - 1;
+        } else {
+            utf8 += static_cast<char>(0xC0 | (c >> 6));
+            utf8 += static_cast<char>(0x80 | (c & 0x3F));
         }
     }
-    return out + "\"";
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    writer.String(utf8.data(), static_cast<rapidjson::SizeType>(utf8.size()));
+    return std::string(buffer.GetString(), buffer.GetSize());
 }
 
 JsonObject& JsonObject::Member(const char* key, const std::string& json) {

@@ -23,8 +23,9 @@ constexpr const char* kEarliestDay = "1970-01-02";
 // The days of a month of the Gregorian calendar (`month` 1 to 12).
 int DaysInMonth(int year, int month);
 
-// A text quoted for JSON. Well-formed UTF-8 is kept as it is; any other byte above 0x7F is taken
-// as Latin-1 and written as \u00XX, so any 8-bit text gives valid JSON.
+// A text quoted for JSON by the JSON library's writer. Well-formed UTF-8 is kept as it is; any
+// other byte above 0x7F is taken as Latin-1 and written as that character in UTF-8, so any 8-bit
+// text gives valid JSON.
 std::string JsonText(const std::string& text);
 
 // The bytes of the well-formed UTF-8 character starting at `at`, or 0 when none starts there.

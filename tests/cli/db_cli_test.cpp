@@ -46,7 +46,7 @@ TEST_P(DbTool, LocationTypesAndLocations) {
 }
 
 // UTF-8 names are one column a letter in tables and the same bytes in JSON; a lone Latin-1
-// byte is still one column and \u00XX.
+// byte is still one column and that character in UTF-8.
 TEST_P(DbTool, Utf8NamesAlignInTablesAndStayUtf8InJson) {
     Ok({"location", "add", "Z\xC3\xBCrich"});
     Ok({"location", "add", "Caf\xE9"});
@@ -58,7 +58,7 @@ TEST_P(DbTool, Utf8NamesAlignInTablesAndStayUtf8InJson) {
               "Z\xC3\xBCrich   1  New Location Type\n");
     const std::string json = Ok({"--json", "location", "list"});
     EXPECT_NE(json.find("\"name\": \"Z\xC3\xBCrich\""), std::string::npos) << json;
-    EXPECT_NE(json.find("\"name\": \"Caf\\u00e9\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"name\": \"Caf\xC3\xA9\""), std::string::npos) << json;
 }
 
 TEST_P(DbTool, Assets) {
@@ -76,12 +76,12 @@ TEST_P(DbTool, Assets) {
         " 1  O'Neil's 100%_PC caf\xE9  not yet audited  HQ\\Floor 2                                               "
         "never\n");
     EXPECT_EQ(Ok({"asset", "list", "--location", "HQ;Floor 2", "--json"}),
-              "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\\u00e9\", \"location\": 2, \"parent\": 0, \"place\": "
+              "[{\"id\": 1, \"name\": \"O'Neil's 100%_PC caf\xC3\xA9\", \"location\": 2, \"parent\": 0, \"place\": "
               "\"HQ\\\\Floor 2\", \"status\": 2, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
               "\"not yet audited\"}]\n");
     EXPECT_EQ(Ok({"asset", "show", "Mouse", "--json"}),
               "{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of O'Neil's 100%_PC "
-              "caf\\u00e9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
+              "caf\xC3\xA9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
               "\"peripheral\", \"children\": [], \"fields\": {\"Category\": \"\", \"Make\": \"\", \"Model\": \"\", "
               "\"Serial Number\": \"\"}}\n");
     ExpectRefused(Run({"asset", "show", "nope"}), 1, "no asset 'nope'");

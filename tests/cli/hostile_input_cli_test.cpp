@@ -111,7 +111,7 @@ TEST_P(HostileInput, ControlCharactersReachedTheTerminal) {
     const std::string table = Ok({"asset", "list"});
     EXPECT_NE(table.find("PC?]0;owned?"), std::string::npos) << table;
     EXPECT_NE(table.find("B?[2J?1m?2J"), std::string::npos) << table;
-    EXPECT_NE(Ok({"--json", "asset", "list"}).find("PC\\u001b]0;owned\\u0007"), std::string::npos);
+    EXPECT_NE(Ok({"--json", "asset", "list"}).find("PC\\u001B]0;owned\\u0007"), std::string::npos);
 }
 
 TEST_P(HostileInput, DatesBefore1970WereCalledNotADay) {

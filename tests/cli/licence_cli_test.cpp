@@ -49,7 +49,7 @@ TEST_P(LicenceTool, SerialNumberPlaces) {
     EXPECT_EQ(Ok({"serial", "delete", "1"}), "");
     EXPECT_EQ(
         Ok({"--json", "serial", "list"}),
-        "[{\"id\": 2, \"app\": \"Viewer \\u00e9\", \"key\": \"HKLM\\\\Software\\\\Viewer\", \"item\": \"Serial\"}]\n");
+        "[{\"id\": 2, \"app\": \"Viewer \xC3\xA9\", \"key\": \"HKLM\\\\Software\\\\Viewer\", \"item\": \"Serial\"}]\n");
     ExpectRefused(Run({"serial", "delete", "1"}), 1, "no serial-number place 1");
 }
 
