@@ -8,6 +8,7 @@
 #include "sql/norvik_sql.h"
 
 struct ServerSettings;  // server/server_settings.h
+struct ConsoleState;    // server/console/console.h
 
 // Owned by one worker thread for the server's lifetime; `db` and `importer` are that worker's
 // alone (the library is used from one thread per object).
@@ -15,4 +16,6 @@ struct WorkerContext {
     CNorvikSql& db;
     CInventoryImporter& importer;
     const ServerSettings& settings;
+    // The console's sessions and settings, shared by every worker; null: the process's default.
+    ConsoleState* console = nullptr;
 };

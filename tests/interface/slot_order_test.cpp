@@ -112,6 +112,8 @@ const std::vector<Family> kSlotOrder = {
     {"Licence compliance (beyond the published slots)", {"licenceEnumInstallations", "licensealertCheckOverUse"}},
     {"Bulk writes and set reads (beyond the published slots)",
      {"applicationAddInstances", "EnumScopeAssets", "FindOrAddCatalogueEntry"}},
+    {"Paged listings (beyond the published slots)",
+     {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
 };
 
 std::string ReadSource(const char* relative) {
