@@ -51,7 +51,9 @@ void AddSafetyHeaders(HttpResponse& response, bool cacheable) {
     response.SetHeader("Content-Security-Policy", kContentSecurityPolicy);
     response.SetHeader("X-Content-Type-Options", "nosniff");
     response.SetHeader("X-Frame-Options", "DENY");
-    response.SetHeader("Referrer-Policy", "no-referrer");
+    // Not "no-referrer": browsers then send "Origin: null" with the console's own form posts,
+    // which the log-on refuses as coming from another site.
+    response.SetHeader("Referrer-Policy", "same-origin");
     response.SetHeader("Cache-Control", cacheable ? "public, max-age=3600" : "no-store");
 }
 
