@@ -58,13 +58,19 @@ std::chrono::seconds ConsoleSessions::WaitFor(const std::string& client) {
 
 void ConsoleSessions::Failed(const std::string& client) {
     std::lock_guard lock(m_mutex);
+    const Clock::time_point now = m_clock();
+    // Clients met once and not waiting any more are forgotten before the record grows past its
+    // limit, so many addresses cannot fill the server's memory.
+    if (m_failures.size() >= m_settings.maxFailingClients)
+        std::erase_if(m_failures, [now](const auto& entry) { return entry.second.until <= now; });
+    if (m_failures.size() >= m_settings.maxFailingClients && !m_failures.count(client)) return;
     Failures& failures = m_failures[client];
     ++failures.count;
     const int beyond = failures.count - m_settings.freeFailures;
     if (beyond <= 0) return;
     std::chrono::seconds wait = m_settings.firstDelay;
     for (int i = 1; i < beyond && wait < m_settings.longestDelay; ++i) wait *= 2;
-    failures.until = m_clock() + std::min(wait, m_settings.longestDelay);
+    failures.until = now + std::min(wait, m_settings.longestDelay);
 }
 
 void ConsoleSessions::Succeeded(const std::string& client) {

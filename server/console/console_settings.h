@@ -28,4 +28,7 @@ struct ConsoleSettings {
     std::chrono::seconds longestDelay = std::chrono::minutes(5);
     // Sessions kept at once; the oldest goes when a log-on would pass it.
     std::size_t maxSessions = 10000;
+    // Clients whose failed log-ons are remembered at once; past it, the ones no longer waiting
+    // are forgotten, and while every one still waits a new client's failures are not counted.
+    std::size_t maxFailingClients = 10000;
 };

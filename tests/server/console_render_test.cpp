@@ -67,4 +67,20 @@ TEST(ConsoleSessions, SessionsAreRandomAndKeptWithinTheirLimit) {
     EXPECT_EQ(sessions.UserOf(""), "");
 }
 
+TEST(ConsoleSessions, TheRecordOfFailingClientsStaysWithinItsLimit) {
+    auto now = ConsoleSessions::Clock::time_point(std::chrono::hours(1));
+    ConsoleSettings settings;
+    settings.maxFailingClients = 2;
+    settings.freeFailures = 0;
+    ConsoleSessions sessions(settings, [&now] { return now; });
+    sessions.Failed("a");
+    sessions.Failed("b");
+    sessions.Failed("c");  // both others still wait: not counted
+    EXPECT_EQ(sessions.WaitFor("c").count(), 0);
+    EXPECT_EQ(sessions.WaitFor("a").count(), 2);
+    now += std::chrono::seconds(3);
+    sessions.Failed("c");  // the others' waits are over: forgotten, and c counts
+    EXPECT_EQ(sessions.WaitFor("c").count(), 2);
+}
+
 }  // namespace
