@@ -1164,8 +1164,9 @@ public:
         CString serial;
         CString mac;
         CString ip;
-        CString version;  // the application's version when the query names one
-        CTime lastAudit;  // never set: never audited
+        CString version;   // the application's version when the query names one
+        CTime lastAudit;   // never set: never audited
+        ULong status = 0;  // _STATUS (kAssetChild, kAssetUncounted ...)
     };
     // Assets of the selection ordered by the sort column (never-audited first in ascending audit
     // order), ties by _ID.

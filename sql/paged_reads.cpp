@@ -98,7 +98,7 @@ ULong CNorvikSql::assetEnumPage(const AssetPageQuery& query, CDynaList<AssetPage
                                           "APPINST._APP=%d)",
                                           AsInt(query.app));
         statement = scope + "select A._ID,A._NAME," + place + ",A._CAT,coalesce(" + osName +
-                    ",''),A._SERIAL,A._MACADDR,A._IPADDR,A._AUDDATE," + version +
+                    ",''),A._SERIAL,A._MACADDR,A._IPADDR,A._AUDDATE," + version + ",A._STATUS" +
                     " from ASSET A left join LOCDATA L on L._ID=A._LOCATION and (A._STATUS & " +
                     CString::Formatted("%d", AsInt(kAssetChild)) +
                     ")=0 left join ASSET P on P._ID=A._LOCATION and (A._STATUS & " +
@@ -117,6 +117,7 @@ ULong CNorvikSql::assetEnumPage(const AssetPageQuery& query, CDynaList<AssetPage
             row.ip = rs.TextAt(7);
             row.lastAudit = rs.TimeAt(8);
             row.version = rs.TextAt(9);
+            row.status = rs.NumberAt(10);
             rows.Add(row);
         }
         return total;
