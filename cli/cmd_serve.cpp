@@ -15,6 +15,7 @@
 #include "cli/cli_context.h"
 #include "cli/words.h"
 #include "server/access_log.h"
+#include "server/console/console.h"
 #include "server/http_edge.h"
 #include "server/router.h"
 #include "server/server_settings.h"
@@ -27,7 +28,7 @@ namespace {
 const char kHelp[] =
     "usage: norvik [--db FILE | --dsn CONNECTION] serve [--listen HOST:PORT] [--workers N]\n"
     "       [--tls-cert FILE --tls-key FILE] [--log FILE] [--agent-user NAME]\n"
-    "       [--max-body BYTES] [--max-connections N] [--read-timeout SECONDS]\n"
+    "       [--max-body BYTES] [--max-connections N] [--read-timeout SECONDS] [--open-console]\n"
     "The inventory server: agents (FusionInventory and OCS agents with the XML protocol, GLPI\n"
     "agents with JSON) post their inventories to it, each imported as `norvik import` imports a\n"
     "file and answered once it is committed. Agents may post to /, /ocsinventory,\n"
@@ -43,6 +44,9 @@ const char kHelp[] =
     "                         (default 16777216); larger ones get 413\n"
     "  --max-connections N    connections served and waiting (default 64); more get 503\n"
     "  --read-timeout SECONDS a client silent this long is dropped (default 20)\n"
+    "  --open-console         serve the web console on a non-loopback address while the site's\n"
+    "                         security switch is off (anyone who reaches it sees the whole site)\n"
+    "GET / is the web console (log-on by console users when security is on; see the README).\n"
     "Site options read at start: AgentPrologFreq (hours between an agent's reports, default 24),\n"
     "AgentPassword (set by norvik agent-password). Prints \"listening on URL\" when ready;\n"
     "SIGTERM or SIGINT stops it after the requests in flight (at most 30 seconds), exit code 0.\n";
@@ -65,7 +69,10 @@ bool ParsePositive(const std::string& text, const char* option, long long most, 
 }
 
 // Reads the site options the server needs; false (after a message) when it cannot go on.
-bool ReadSiteOptions(Context& context, ServerSettings& settings) {
+// `secured`: the site's security switch (the console asks for a log-on); off when the database
+// cannot be read now.
+bool ReadSiteOptions(Context& context, ServerSettings& settings, bool& secured) {
+    secured = false;
     CNorvikSql* db = context.OpenDatabase();
     if (!db) {
         // A missing SQLite file is a mistake on the command line, not an outage to wait out
@@ -78,6 +85,7 @@ bool ReadSiteOptions(Context& context, ServerSettings& settings) {
         PrintError("starting anyway: agents get 503 until the database answers");
         return true;
     }
+    secured = db->IsSecurityEnabled() != 0;
     const std::string freq = db->GetOption(kOptionPrologFreq).str();
     if (!freq.empty()) {
         int hours = 0;
@@ -97,6 +105,11 @@ bool ReadSiteOptions(Context& context, ServerSettings& settings) {
     return true;
 }
 
+// 127.0.0.0/8, ::1 and "localhost": only this machine reaches them.
+bool IsLoopbackHost(const std::string& host) {
+    return host == "localhost" || host == "::1" || host == "[::1]" || host.rfind("127.", 0) == 0;
+}
+
 }  // namespace
 
 int RunServe(Context& context) {
@@ -104,7 +117,7 @@ int RunServe(Context& context) {
     Words words;
     const std::string problem =
         SplitWords(context.args,
-                   WordRules{{},
+                   WordRules{{"--open-console"},
                              {"--listen", "--workers", "--tls-cert", "--tls-key", "--log", "--agent-user", "--max-body",
                               "--max-connections", "--read-timeout"},
                              0,
@@ -142,7 +155,19 @@ int RunServe(Context& context) {
     if (words.Has("--agent-user") && settings.agentUser.empty()) return UsageError("--agent-user needs a name");
     settings.connection = context.ConnectionString();
 
-    if (!ReadSiteOptions(context, settings)) return kExitFailed;
+    bool secured = false;
+    if (!ReadSiteOptions(context, settings, secured)) return kExitFailed;
+    // With the security switch off the console shows the whole site to whoever reaches it.
+    if (!secured && !IsLoopbackHost(settings.host) && !words.Has("--open-console"))
+        return Fail(
+            "the console needs no log-on while security is off: listen on a loopback address, "
+            "switch security on (norvik security on), or give --open-console");
+    ConsoleSettings console;
+    if (settings.port != 0)
+        console.agentUrl = std::string(settings.tlsCert.empty() ? "http" : "https") + "://" + settings.host + ":" +
+                           std::to_string(settings.port) + "/";
+    ConsoleState consoleState(console);
+    settings.console = &consoleState;
 
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> logFile(nullptr, std::fclose);
     if (words.Has("--log")) {
@@ -152,6 +177,7 @@ int RunServe(Context& context) {
     AccessLog log(logFile ? logFile.get() : stderr);
     Router router;
     RegisterServerRoutes(router);
+    RegisterConsole(router);
 
     // The signals are taken by one thread of their own (every thread started from here on
     // inherits the mask), which then stops the server.

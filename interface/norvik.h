@@ -1193,6 +1193,94 @@ public:
     virtual int SetBuiltInFieldValue(ULong asset, const char* name, const char* text, int recordHistory,
                                      CTime when) = 0;
 
+    // ---- Paged listings (beyond the published slots) ----
+    // Each answers one page of a site-wide listing in a few set-based statements (never one per
+    // row) and returns the number of rows the whole selection holds; rows of the page are appended
+    // to `rows`. An offset past the end gives an empty page with the true total. 0 on failure.
+
+    // The selection of the asset listing. Texts are matched as given, letter case ignored.
+    static constexpr int kAssetSortName = 0;
+    static constexpr int kAssetSortLocation = 1;
+    static constexpr int kAssetSortOs = 2;
+    static constexpr int kAssetSortIp = 3;
+    static constexpr int kAssetSortAudit = 4;
+    struct AssetPageQuery {
+        CString text;         // part of the name, serial, MAC or IP address; empty: any
+        ULong location = 0;   // 0: the whole site; else that location's scope (EnumScopeAssets)
+        ULong category = 0;   // a category _ID; 0: any
+        CString os;           // the operating system's "Name" exactly (case ignored); empty: any
+        CTime auditedBefore;  // never set: any; else assets never audited or last audited before it
+        ULong app = 0;        // 0: any; else only assets holding this application row
+        ULong asset = 0;      // 0: any; else that asset alone
+        int sort = kAssetSortName;
+        bool descending = false;
+        ULong offset = 0;
+        ULong limit = 50;  // 0: no row, the total only
+    };
+    struct AssetPageRow {
+        ULong id = 0;
+        CString name;
+        CString place;       // the location's name; a child asset's parent asset's name
+        ULong category = 0;  // the asset's category identifier (GetCategoryName); 0 when none
+        CString os;          // the "Name" under "Operating System"; empty when none
+        CString serial;
+        CString mac;
+        CString ip;
+        CString version;   // the application's version when the query names one
+        CTime lastAudit;   // never set: never audited
+        ULong status = 0;  // _STATUS (kAssetChild, kAssetUncounted ...)
+    };
+    // Assets of the selection ordered by the sort column (never-audited first in ascending audit
+    // order), ties by _ID.
+    virtual ULong assetEnumPage(const AssetPageQuery& query, CDynaList<AssetPageRow>& rows) = 0;
+
+    // One location with its own figures, for the location tree.
+    struct LocationTreeRow {
+        ULong id = 0;
+        ULong parent = 0;
+        CString name;
+        CString ipFrom;  // the stored address ranges, as locGetIpRangesFrom / To give them
+        CString ipTo;
+        ULong assets = 0;  // assets placed directly at the location (child assets not counted)
+    };
+    // Every location, parents before children, siblings by name. Returns the count.
+    virtual ULong locEnumTree(CDynaList<LocationTreeRow>& rows) = 0;
+
+    // One catalogue row with its installation count, for the application listing.
+    struct ApplicationPageRow {
+        ULong id = 0;
+        CString publisher;
+        CString name;
+        ULong installations = 0;  // assets holding this very row
+        ULong licenceType = 1;
+        ULong licenceCount = 0;
+        CString version;  // the asset's version, when one asset is asked about
+    };
+    // Applications not flagged hidden (kAppHidden) whose name or publisher holds `text` (empty:
+    // any) and, when `asset` is not 0, that the asset holds (the row's version then its instance's),
+    // ordered by publisher then name (case ignored), ties by _ID.
+    virtual ULong applicationEnumPage(const char* text, ULong asset, ULong offset, ULong limit,
+                                      CDynaList<ApplicationPageRow>& rows) = 0;
+    // Appends (version, 0, assets holding the application at that version) for the row `app`,
+    // versions in text order ("" for none). Returns the list's count.
+    virtual ULong applicationEnumVersions(ULong app, CSortList& list) = 0;
+
+    // One history row with its display parts, for history listings.
+    struct HistoryPageRow {
+        ULong id = 0;
+        ULong asset = 0;
+        CString assetName;  // empty when the asset is gone
+        CTime date;
+        int kind = 0;      // the code's lowest byte, as historyGetDetails gives it
+        CString category;  // the kind's group name
+        CString text;      // as historyFormatRecord gives it
+        CString user;
+    };
+    // History rows of `asset` (0: every asset) dated at or after `since` (never set: any date),
+    // of kind `kind` (-1: any), newest first, ties by _ID descending.
+    virtual ULong historyEnumPage(ULong asset, CTime since, int kind, ULong offset, ULong limit,
+                                  CDynaList<HistoryPageRow>& rows) = 0;
+
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The message-box callback installed now and its context (null when none), so that a caller

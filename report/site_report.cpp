@@ -1,6 +1,5 @@
 // The site report: a handful of site-wide enumerations, then one pass over the assets, whose
-// rows the back end reads once each (its asset cache serves the category, the audit date and
-// the status from one read).
+// rows (category, audit date, status) the back end reads for the whole site in one statement.
 #include "report/site_report.h"
 
 #include <strings.h>
@@ -80,24 +79,35 @@ std::vector<SiteReportCount> TopPublishers(CNorvik& db) {
 SiteReport BuildSiteReport(CNorvik& db, CTime now) {
     SiteReport report;
     const std::unordered_map<ULong, std::string> systems = OperatingSystems(db);
-    CSortList assets;
-    db.EnumAssetNames(assets);
+    // Every asset (child assets too) with its category, status and audit date, in two
+    // statements whatever the site's size: the count, then all its rows.
+    CNorvik::AssetPageQuery everything;
+    everything.limit = 0;
+    CDynaList<CNorvik::AssetPageRow> assets;
+    everything.limit = db.assetEnumPage(everything, assets);
+    if (everything.limit != 0) db.assetEnumPage(everything, assets);
     report.assets = assets.GetCount();
 
     constexpr std::int64_t kAuditAge = std::int64_t{kSiteReportAuditDays} * 24 * 60 * 60;
     std::map<std::string, ULong> categories;
     std::map<std::string, ULong> operatingSystems;
-    for (const CSortItem& asset : assets) {
-        // The category first: it loads the asset's row, which the two reads after it share.
-        const CString category = db.GetBuiltInFieldValue(asset.id, "Category");
-        ++categories[category.IsEmpty() ? kSiteReportUnknown : category.str()];
+    std::unordered_map<ULong, std::string> categoryNames;  // each category's name read once
+    for (const CNorvik::AssetPageRow& asset : assets) {
+        std::string category;
+        if (asset.category != 0) {
+            auto found = categoryNames.find(asset.category);
+            if (found == categoryNames.end())
+                found = categoryNames.emplace(asset.category, db.GetCategoryName(asset.category).str()).first;
+            category = found->second;
+        }
+        ++categories[category.empty() ? kSiteReportUnknown : category];
         const auto system = systems.find(asset.id);
         ++operatingSystems[system == systems.end() ? kSiteReportUnknown : system->second];
 
-        if (db.GetAssetStateFlag(asset.id, CNorvik::kAssetChild | CNorvik::kAssetUncounted)) continue;
-        const CTime audited = db.GetLastAuditDate(asset.id);
+        if (asset.status & (CNorvik::kAssetChild | CNorvik::kAssetUncounted)) continue;
+        const CTime audited = asset.lastAudit;
         if (audited.IsNever() || now.GetTime() - audited.GetTime() > kAuditAge)
-            report.notAudited.push_back(SiteReportAsset{asset.id, asset.text.str(), audited});
+            report.notAudited.push_back(SiteReportAsset{asset.id, asset.name.str(), audited});
     }
     report.categories = Ranked(categories);
     report.operatingSystems = Ranked(operatingSystems);

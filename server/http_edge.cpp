@@ -48,7 +48,7 @@ public:
           m_db(m_kb),
           m_transactions(m_db),
           m_importer(m_db, m_transactions),
-          context{m_db, m_importer, settings, this, nullptr, {}} {
+          context{m_db, m_importer, settings, this, nullptr, {}, settings.console} {
         m_db.SetMsgBoxCallback(QuietMessage, reinterpret_cast<CallbackValue>(&m_lastMessage));
         Ready();
     }

@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "server/agent_post.h"
+#include "server/console/console.h"
 #include "server/health.h"
 
 void Router::Add(const std::string& method, const std::string& path, Handler handler) {
@@ -69,4 +70,25 @@ void RegisterServerRoutes(Router& router) {
         router.Add("POST", path, HandleAgentPost);
     router.Add("GET", "/health", HandleHealth);
     router.Add("GET", "/", Placeholder);
+}
+
+namespace {
+
+HttpResponse ConsolePage(const HttpRequest& request, WorkerContext& context) {
+    HttpResponse response;
+    if (!HandleConsole(request, context, response)) {
+        response = TextResponse(404, "no such page: " + request.path);
+        response.logOutcome = "refused: no such page";
+    }
+    return response;
+}
+
+}  // namespace
+
+void RegisterConsole(Router& router) {
+    router.Add("GET", "/", ConsolePage);
+    router.Add("HEAD", "/", ConsolePage);
+    for (const char* path : {"/login", "/logout", "/locations*", "/assets*", "/applications*", "/licences*",
+                             "/history*", "/api*", "/console/*"})
+        for (const char* method : {"GET", "HEAD", "POST"}) router.Add(method, path, ConsolePage);
 }

@@ -32,6 +32,8 @@ private:
 };
 
 // The paths agents post to (so agents configured for another server keep their URL), the
-// health check, and a placeholder for GET / until the console registers its pages
-// (RegisterConsole in server/console/ adds them after these and replaces the placeholder).
+// health check, and a placeholder for GET / until the console registers its pages.
 void RegisterServerRoutes(Router& router);
+// The console's pages, their JSON twins and its files, after RegisterServerRoutes (its GET / replaces
+// the placeholder; agents' posts to / stay the agents').
+void RegisterConsole(Router& router);

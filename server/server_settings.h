@@ -24,6 +24,8 @@ constexpr const char* kOptionPrologFreq = "AgentPrologFreq";   // hours between 
 constexpr const char* kOptionAgentPassword = "AgentPassword";  // Argon2id hash of the agents' password
 
 // The settings of one server, filled by `norvik serve` from its options and the site options.
+struct ConsoleState;  // server/console/console.h
+
 struct ServerSettings {
     std::string host = "127.0.0.1";
     int port = 8080;
@@ -44,6 +46,8 @@ struct ServerSettings {
     std::string agentPasswordHash;  // Argon2id, from the site option kOptionAgentPassword
     // TLS: on when both are set.
     std::string tlsCert, tlsKey;
+    // The console's sessions and settings, shared by every worker; null: the process's default.
+    ConsoleState* console = nullptr;
 };
 
 // Splits "HOST:PORT" (or "[V6]:PORT") into `settings`; false with `error` set when it is not one.

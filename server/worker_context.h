@@ -9,6 +9,7 @@
 #include "sql/norvik_sql.h"
 
 struct ServerSettings;  // server/server_settings.h
+struct ConsoleState;    // server/console/console.h
 
 // The worker's hold on its connection: a handler asks for it before it uses `db`, and reports
 // a connection that stopped answering so that the next request opens it again.
@@ -38,4 +39,6 @@ struct WorkerContext {
     std::string verifiedAgentAuthorization;
 
     bool DatabaseReady() { return connection == nullptr || connection->Ready(); }
+    // The console's sessions and settings, shared by every worker; null: the process's default.
+    ConsoleState* console = nullptr;
 };

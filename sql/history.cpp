@@ -247,3 +247,55 @@ CTime CNorvikSql::historyGetLastDate(ULong asset) {
         return CTime();
     }
 }
+
+// ---- Paged listings ----
+
+ULong CNorvikSql::historyEnumPage(ULong asset, CTime since, int kind, ULong offset, ULong limit,
+                                  CDynaList<HistoryPageRow>& rows) {
+    CString where = " where 1=1";
+    if (asset != 0) where += CString::Formatted(" and H._ASSET=%d", static_cast<int>(asset));
+    if (!since.IsNever()) where += " and H._DATE >= " + SqlTime(since);
+    if (kind >= 0) where += CString::Formatted(" and (H._CODE & 255)=%d", kind);
+    CString statement = "select count(*) from HISTORY H" + where;
+    try {
+        ULong total = 0;
+        {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) total = rs.NumberAt(0);
+        }
+        if (limit == 0 || offset >= total) return total;
+        statement =
+            "select H._ID,H._ASSET,coalesce(A._NAME,''),H._DATE,H._CODE,H._KEY,H._VALUE1,H._VALUE2,H._USERNAME "
+            "from HISTORY H left join ASSET A on A._ID=H._ASSET" +
+            where +
+            CString::Formatted(" order by H._DATE desc,H._ID desc limit %d offset %d", static_cast<int>(limit),
+                               static_cast<int>(offset));
+        const ULong first = rows.GetCount();
+        {
+            CSqlRecordset rs(this, statement);
+            for (; !rs.IsEOF(); rs.MoveNext()) {
+                HistoryPageRow row;
+                row.id = rs.NumberAt(0);
+                row.asset = rs.NumberAt(1);
+                row.assetName = rs.TextAt(2);
+                row.date = rs.TimeAt(3);
+                const ULong code = rs.NumberAt(4);
+                row.kind = static_cast<int>(code & 0xFF);
+                row.text = RecordText(code, rs.TextAt(5), ShownAsPath(rs.TextAt(6)), ShownAsPath(rs.TextAt(7)));
+                row.user = rs.TextAt(8);
+                rows.Add(row);
+            }
+        }
+        // Group names after the rows are read: the name of kind 0 is itself read from the database.
+        std::map<int, CString> groups;
+        for (ULong i = first; i < rows.GetCount(); ++i) {
+            auto found = groups.find(rows[i].kind);
+            if (found == groups.end()) found = groups.emplace(rows[i].kind, GetIconName(rows[i].kind)).first;
+            rows[i].category = found->second;
+        }
+        return total;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}

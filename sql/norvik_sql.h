@@ -426,6 +426,15 @@ public:
     CString GetBuiltInFieldValue(ULong asset, const char* name) override;
     int SetBuiltInFieldValue(ULong asset, const char* name, const char* text, int recordHistory, CTime when) override;
 
+    // ---- Paged listings ----
+    ULong assetEnumPage(const AssetPageQuery& query, CDynaList<AssetPageRow>& rows) override;
+    ULong locEnumTree(CDynaList<LocationTreeRow>& rows) override;
+    ULong applicationEnumPage(const char* text, ULong asset, ULong offset, ULong limit,
+                              CDynaList<ApplicationPageRow>& rows) override;
+    ULong applicationEnumVersions(ULong app, CSortList& list) override;
+    ULong historyEnumPage(ULong asset, CTime since, int kind, ULong offset, ULong limit,
+                          CDynaList<HistoryPageRow>& rows) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.

@@ -113,6 +113,8 @@ const std::vector<Family> kSlotOrder = {
     {"Bulk writes and set reads (beyond the published slots)",
      {"applicationAddInstances", "EnumScopeAssets", "FindOrAddCatalogueEntry"}},
     {"Built-in asset fields (beyond the published slots)", {"GetBuiltInFieldValue", "SetBuiltInFieldValue"}},
+    {"Paged listings (beyond the published slots)",
+     {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
 };
 
 std::string ReadSource(const char* relative) {
