@@ -126,13 +126,33 @@ if command -v fusioninventory-agent >/dev/null; then
             echo
         }
         run_served asset list
+        # The console as a browser shows it: the overview and this machine's page.
+        if command -v chromium >/dev/null; then
+            asset=$("$norvik" --db "$served" --json asset list | grep -o '"id": [0-9]*' | head -n 1 | grep -o '[0-9]*')
+            profile=$(mktemp -d)
+            for page in overview "asset:assets/$asset"; do
+                name=${page%%:*}
+                path=${page#*:}
+                [[ $path == overview ]] && path=
+                chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
+                    --disable-background-networking --disable-component-update --disable-sync \
+                    --user-data-dir="$profile" --window-size=1280,1024 \
+                    --screenshot="$dir/console-$name.png" "$url$path" >/dev/null 2>&1 ||
+                    echo "demo: chromium could not take the $name screenshot" >&2
+            done
+            rm -rf "$profile"
+            echo "Console screenshots: $dir/console-overview.png, $dir/console-asset.png"
+            echo
+        fi
         echo "\$ kill -TERM $server"
         kill -TERM "$server"
         wait "$server" || true
         cat "$dir/serve.out"
         echo
-        echo "To run the server for real (agents then use --server http://THIS-HOST:8080/):"
-        echo "  $norvik --db $served serve --listen 0.0.0.0:8080 --log $dir/serve.log"
+        echo "To run the server for real (agents then use --server http://THIS-HOST:8080/, and the"
+        echo "console is http://THIS-HOST:8080/ in a browser; without --open-console, switch security"
+        echo "on first with a console user: norvik user add, norvik user password, norvik security on):"
+        echo "  $norvik --db $served serve --listen 0.0.0.0:8080 --open-console --log $dir/serve.log"
         echo
     fi
 fi
