@@ -202,7 +202,7 @@ int RunImport(Context& context) {
                 // Every later file, the licence check and the summary would fail the same way.
                 progress.Clear();
                 return Fail("the connection to the database was lost while importing " + result.file +
-                            "; stopped after " + CountedText(i, "inventory", "inventories") +
+                            "; stopped after " + CountedText(i, "earlier file", "earlier files") +
                             " (nothing of this one was written)");
             }
             applied = imported.status == InventoryImportStatus::kImported;

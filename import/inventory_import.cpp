@@ -91,7 +91,10 @@ InventoryImportResult CInventoryImporter::Import(const std::string& name, std::s
     }
     result.fullInventoryWanted = result.outcome.partialRefused;
     if (!messages.text.empty()) result.error += " (" + messages.text.substr(0, 300) + ")";
-    result.status = messages.Busy() ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
+    // A refused begin is the engine's write lock still held past the time-out: nothing else
+    // refuses one on a live connection.
+    const bool busy = messages.Busy() || result.error.find("refused to start") != std::string::npos;
+    result.status = busy ? InventoryImportStatus::kBusy : InventoryImportStatus::kFailed;
     return result;
 }
 
