@@ -305,7 +305,7 @@ std::vector<UserField> UserFields(CNorvik& db, ULong asset) {
     std::vector<UserField> fields;
     for (const CSortItem& item : list) {
         if (CNorvik::IsBuiltInField(item.text)) continue;
-        fields.push_back(UserField{item.text.str(), db.userdataGetValue(item.id, item.text).str()});
+        fields.push_back(UserField{item.text.str(), db.userdataGetValue(item.id).str()});
     }
     return fields;
 }
