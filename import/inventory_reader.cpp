@@ -65,8 +65,9 @@ bool ReadInventory(const std::string& name, std::string_view text, Inventory& in
     }
     std::string reason = ContentProblem(content);
     // The mapping trims ASCII blanks only; a name of no-break or other wide spaces names no host.
+    // (No name at all was already judged there: a partial inventory may be known by its device id.)
     bool mapped = reason.empty() && MapInventory(content, inventory, reason);
-    if (mapped && IsBlankName(inventory.hostName)) {
+    if (mapped && !inventory.hostName.empty() && IsBlankName(inventory.hostName)) {
         mapped = false;
         reason = "the inventory names no host (no HARDWARE/NAME)";
     }

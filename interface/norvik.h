@@ -1157,12 +1157,6 @@ public:
     // For each entry, in a few set-based statements: applicationAdd(publisher, name, 1), then
     // applicationAddInstance(asset, that app, "", version, 0). 1; 0 on failure (all or nothing).
     virtual int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) = 0;
-    // hwAdd(item.parent, asset, item.flags, item.key, item.value) for each item of `values` (its
-    // path is not used), in as few statements as the back end can: a value whose category and key
-    // the asset already holds replaces that node's value (the last one wins when `values` names
-    // one twice). 1; 0 on failure. A back end with transactions writes all or nothing; the default
-    // calls hwAdd item by item and stops at the first failure.
-    virtual int hwAddValues(ULong asset, const CHwList& values);
     // Appends the assets of location scope `location` (as the global enumerations scope it, each once, in no set order)
     // to `assets`; the default asks assetEnum. Returns the list's count.
     virtual ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets);
@@ -1175,10 +1169,6 @@ public:
     virtual ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name);
     // The find of FindOrAddCatalogueEntry alone: the entry's identifier, 0 when there is none.
     ULong FindCatalogueEntry(int level, ULong parent, const char* name);
-    // Appends each asset (never 0) whose value item `key` under category `parent` holds exactly
-    // `value`, compared as stored; returns the list's count. A database back end answers with one
-    // indexed read, whatever the number of assets.
-    virtual int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets);
 
     // ---- Built-in asset fields (beyond the published slots) ----
     // The published userdataGetValue(value) and userDataSetVal(value, ...) address USERDATA rows
@@ -1280,6 +1270,18 @@ public:
     // of kind `kind` (-1: any), newest first, ties by _ID descending.
     virtual ULong historyEnumPage(ULong asset, CTime since, int kind, ULong offset, ULong limit,
                                   CDynaList<HistoryPageRow>& rows) = 0;
+
+    // ---- Hardware values in bulk (beyond the published slots) ----
+    // hwAdd(item.parent, asset, item.flags, item.key, item.value) for each item of `values` (its
+    // path is not used), in as few statements as the back end can: a value whose category and key
+    // the asset already holds replaces that node's value (the last one wins when `values` names
+    // one twice). 1; 0 on failure. A back end with transactions writes all or nothing; the default
+    // calls hwAdd item by item and stops at the first failure.
+    virtual int hwAddValues(ULong asset, const CHwList& values);
+    // Appends each asset (never 0) whose value item `key` under category `parent` holds exactly
+    // `value`, compared as stored; returns the list's count. A database back end answers with one
+    // indexed read, whatever the number of assets.
+    virtual int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets);
 
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);

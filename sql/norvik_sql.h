@@ -412,15 +412,10 @@ public:
 
     // ---- Bulk writes and set reads ----
     int applicationAddInstances(ULong asset, const CDynaList<AppInstanceEntry>& entries) override;
-    // PostgreSQL: one statement over arrays of the values (one round trip); SQLite: hwAdd's
-    // prepared statements, value by value, in one transaction.
-    int hwAddValues(ULong asset, const CHwList& values) override;
     // One statement over the location subtree and the child assets below it (cycles end it).
     ULong EnumScopeAssets(ULong location, CDynaList<ULong>& assets) override;
     // The interface's find-or-add under the name's FindOrInsertLock.
     ULong FindOrAddCatalogueEntry(int level, ULong parent, const char* name) override;
-    // One statement, on the (_KEY, _VAL) index of HW.
-    int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
 
     // ---- Built-in asset fields ----
     CString GetBuiltInFieldValue(ULong asset, const char* name) override;
@@ -434,6 +429,13 @@ public:
     ULong applicationEnumVersions(ULong app, CSortList& list) override;
     ULong historyEnumPage(ULong asset, CTime since, int kind, ULong offset, ULong limit,
                           CDynaList<HistoryPageRow>& rows) override;
+
+    // ---- Hardware values in bulk ----
+    // PostgreSQL: one statement over arrays of the values (one round trip); SQLite: hwAdd's
+    // prepared statements, value by value, in one transaction.
+    int hwAddValues(ULong asset, const CHwList& values) override;
+    // One statement, on the (_KEY, _VAL) index of HW.
+    int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
 
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning

@@ -163,7 +163,10 @@ HttpResponse AssetCsv(const ConsoleRequest& request, Selection& selection) {
                                          row.mac.str(),
                                          row.ip.str(),
                                          row.lastAudit.IsNever() ? std::string() : FormatTime(row.lastAudit)};
-            for (std::size_t i = 0; i < std::size(cells); ++i) csv += (i ? "," : "") + CsvCell(cells[i]);
+            for (std::size_t i = 0; i < std::size(cells); ++i) {
+                if (i) csv += ',';
+                csv += CsvCell(cells[i]);
+            }
             csv += "\r\n";
         }
         if (offset + kCsvBatch >= total) break;

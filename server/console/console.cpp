@@ -77,8 +77,12 @@ bool ServeAsset(const HttpRequest& request, HttpResponse& response) {
 // The local path to come back to after logging on: the request's own path and query.
 std::string ComeBackTo(const HttpRequest& request) {
     std::string target = request.path;
-    for (std::size_t i = 0; i < request.query.size(); ++i)
-        target += (i == 0 ? "?" : "&") + UrlEncode(request.query[i].first) + "=" + UrlEncode(request.query[i].second);
+    for (std::size_t i = 0; i < request.query.size(); ++i) {
+        target += i == 0 ? '?' : '&';
+        target += UrlEncode(request.query[i].first);
+        target += '=';
+        target += UrlEncode(request.query[i].second);
+    }
     return target;
 }
 

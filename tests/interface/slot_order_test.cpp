@@ -115,6 +115,7 @@ const std::vector<Family> kSlotOrder = {
     {"Built-in asset fields (beyond the published slots)", {"GetBuiltInFieldValue", "SetBuiltInFieldValue"}},
     {"Paged listings (beyond the published slots)",
      {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
+    {"Hardware values in bulk (beyond the published slots)", {"hwAddValues", "hwFindAssetsByValue"}},
 };
 
 std::string ReadSource(const char* relative) {

@@ -59,9 +59,14 @@ protected:
     // `html` with the one entity the templates write for a plain "/" turned back, so that texts
     // holding one read as the reader sees them.
     static std::string Shown(std::string html) {
-        for (std::size_t at = html.find("&#x2F;"); at != std::string::npos; at = html.find("&#x2F;", at + 1))
-            html.replace(at, 6, "/");
-        return html;
+        std::string shown;
+        shown.reserve(html.size());
+        std::size_t from = 0;
+        for (std::size_t at = html.find("&#x2F;"); at != std::string::npos; at = html.find("&#x2F;", from)) {
+            shown.append(html, from, at - from).push_back('/');
+            from = at + 6;
+        }
+        return shown.append(html, from, std::string::npos);
     }
 
     static std::string Header(const HttpResponse& response, const std::string& name) {

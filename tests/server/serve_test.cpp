@@ -173,13 +173,13 @@ TEST_P(Serve, OversizedSlowAndSurplusClientsAreRefused) {
     ASSERT_GE(slow, 0);
     ASSERT_GT(::write(slow, "POST / HTTP/1.1\r\nHost: x\r\n", 26), 0);
     const auto start = std::chrono::steady_clock::now();
-    ReadUntilClosed(slow, 10s);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 9s);
+    ReadUntilClosed(slow, 20s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     ::close(slow);
 
     // One connection served, one waiting: a third is refused at once.
     const int served = Connect(server.port), waiting = Connect(server.port);
-    std::this_thread::sleep_for(200ms);
+    std::this_thread::sleep_for(1s);
     const int surplus = Connect(server.port);
     ASSERT_GE(surplus, 0);
     const std::string request = "GET /health HTTP/1.1\r\nHost: x\r\n\r\n";
