@@ -62,10 +62,12 @@ struct AppBatchEntry {
 // The steps of applicationAddInstances, each run with V(M, A, C, VER) = (publisher, name,
 // count, version) and @ASSET the asset: the catalogue rows first, then the instances that exist,
 // then the missing ones, so that a new instance is not counted twice. The update is joined on
-// (asset, application), so each entry is one index look-up on either engine.
+// (asset, application), so each entry is one index look-up on either engine. A missing name is
+// asked as a scalar sub-select, not "not exists": PostgreSQL would answer that with a hash anti
+// join over the whole catalogue, a cost that grows with the site.
 const char* const kAppBatchSteps[] = {
-    "insert into APPS (_MFR, _APP, _FLAGS) select M, A, 1 from V where not exists (select 1 from APPS where "
-    "APPS._MFR = V.M and APPS._APP = V.A)",
+    "insert into APPS (_MFR, _APP, _FLAGS) select M, A, 1 from V where (select min(_ID) from APPS where "
+    "APPS._MFR = V.M and APPS._APP = V.A) is null",
     "update APPINST set _FILES = _FILES + T.C from T where APPINST._ASSET = @ASSET and APPINST._APP = T.APP and "
     "APPINST._ID = (select min(I._ID) from APPINST I where I._ASSET = @ASSET and I._APP = T.APP)",
     "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) select @ASSET, APP, '', VER, C - 1, 0 from "
@@ -230,8 +232,8 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
             // own, then sees the rows of a batch that held a lock first. Found names take none.
             const std::string lock =
                 "with V(M, A, C, VER) as (" + source +
-                "), K as (select distinct hashtext(upper(M) || chr(9) || upper(A)) as K from V where not exists "
-                "(select 1 from APPS where APPS._MFR = V.M and APPS._APP = V.A)) select count(pg_advisory_xact_lock("
+                "), K as (select distinct hashtext(upper(M) || chr(9) || upper(A)) as K from V where (select min(_ID) "
+                "from APPS where APPS._MFR = V.M and APPS._APP = V.A) is null) select count(pg_advisory_xact_lock("
                 "hashtext('APPS'), K)) from (select K from K order by K) O";
             const char* steps[] = {lock.c_str(), kAppBatchSteps[0], kAppBatchSteps[1], kAppBatchSteps[2]};
             for (const char* body : steps) {
