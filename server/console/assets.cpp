@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "import/inventory_mapping.h"
 #include "server/console/console_pages.h"
 
 namespace {
@@ -196,6 +197,18 @@ mstch::array LocationOptions(CNorvik& db, ULong selected) {
     return options;
 }
 
+// The catalogue's categories for the filter, by name; `selected` marked.
+mstch::array CategoryOptions(CNorvik& db, ULong selected) {
+    CSortList list;
+    db.EnumCategories(list, 1);
+    list.Sort();
+    mstch::array options;
+    for (const CSortItem& item : list)
+        options.push_back(
+            mstch::map{{"id", std::to_string(item.id)}, {"name", item.text.str()}, {"selected", item.id == selected}});
+    return options;
+}
+
 HttpResponse AssetList(const ConsoleRequest& request) {
     Selection selection = ReadSelection(request.http);
     if (!selection.error.empty()) return ConsoleError(request, 400, selection.error);
@@ -259,7 +272,7 @@ HttpResponse AssetList(const ConsoleRequest& request) {
                        {"any", !items.empty()},
                        {"q", selection.query.text.str()},
                        {"os", selection.query.os.str()},
-                       {"category", selection.query.category ? std::to_string(selection.query.category) : ""},
+                       {"categories", CategoryOptions(request.db, selection.query.category)},
                        {"locations", LocationOptions(request.db, selection.query.location)},
                        {"dayChoices", dayChoices},
                        {"sort", sortLinks},
@@ -374,6 +387,12 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
     history.total = db.historyEnumPage(*id, CTime(), -1, history.Offset(), kConsolePageSize, changes);
     if (history.Beyond()) return ConsoleError(request, 404, "No history page " + std::to_string(history.page));
     const auto hardware = Hardware(db, *id);
+    // The agent's device id, which the importer keeps as a hardware item.
+    std::string deviceId;
+    for (const auto& group : hardware)
+        if (group.path == kSystemCategory)
+            for (const auto& [key, value] : group.values)
+                if (key == kDeviceIdKey) deviceId = value;
     const auto fields = UserFields(db, *id);
     const auto internet = InternetDays(db, *id);
     const auto notes = Notes(db, *id);
@@ -392,6 +411,7 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
         JsonKeyString(json, "mac", asset.mac.str());
         JsonKeyString(json, "ip", asset.ip.str());
         JsonKeyTime(json, "lastAudit", asset.lastAudit);
+        JsonKeyString(json, "deviceId", deviceId);
         json.Key("fields");
         json.StartObject();
         for (const auto& field : fields) JsonKeyString(json, ValidUtf8(field.key).c_str(), field.value);
@@ -500,6 +520,7 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
                        {"mac", asset.mac.str()},
                        {"ip", asset.ip.str()},
                        {"audit", FormatTime(asset.lastAudit)},
+                       {"deviceId", deviceId},
                        {"fields", fieldItems},
                        {"anyFields", !fieldItems.empty()},
                        {"hardware", hardwareItems},

@@ -1,51 +1,47 @@
-// The console in a real headless Chromium, served by a stand-in for the server's edge: log on,
-// the overview, a search, an asset, an application link; a hostile name runs nothing; an
-// anonymous reader is sent to log on and a wrong password is refused. Screenshots of each page
-// go to console-screenshots/ in the test's build folder.
+// The console in a real headless Chromium, served by `norvik serve` as a site runs it, on both
+// engines: log on, the overview, a search, an asset, an application link; a hostile name runs
+// nothing; an anonymous reader is sent to log on and a wrong password is refused. Screenshots of
+// each page go to console-screenshots/ in the test's build folder.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "server/console/console.h"
 #include "server/devtools_client.h"
-#include "server/test_http_server.h"
-#include "support/engine_test.h"
+#include "server/serve_process.h"
+#include "support/db_tool_test.h"
 
 namespace {
 
 constexpr const char* kHostile = "<img src=x onerror=alert(1)>";
 
-// The pages are the same on both engines (the handler tests run on both); the browser runs once.
-class ConsoleBrowserTest : public EngineTest {
+class ConsoleBrowserTest : public DbTool {
 protected:
     std::string Shot(const char* name) {
-        const std::filesystem::path folder = std::filesystem::current_path() / "console-screenshots";
+        const std::filesystem::path folder =
+            std::filesystem::current_path() / "console-screenshots" / EngineName(GetParam());
         std::filesystem::create_directories(folder);
         return (folder / name).string();
     }
 };
 
 TEST_P(ConsoleBrowserTest, LogOnSearchOpenAnAssetAndFollowAnApplication) {
-    const ULong anna = db_->userAdd("anna", 1);
-    ASSERT_EQ(db_->userSetPassword(anna, "Secret1"), 1);
-    ASSERT_EQ(db_->EnableSecurity(1), 1);
-    const ULong office = db_->locAdd("Office", 0, 0, CIPAddress(), CIPAddress());
-    const ULong pc = db_->AddAsset("pc-browser", office, 0, 0, CTime());
-    const ULong os = db_->hwAdd(CNorvik::m_szOS, '|', CNorvik::kHwCategory);
-    db_->hwAdd(os, pc, 0x2, "Name", "Debian GNU/Linux 12");
-    const ULong editor = db_->applicationAdd("Acme", "Editor", 0);
-    db_->applicationAddInstance(pc, editor, "", "2.1", 0);
-    const ULong hostile = db_->AddAsset(kHostile, office, 0, 0, CTime());
-    db_->applicationAddInstance(hostile, db_->applicationAdd(kHostile, kHostile, 0), "", kHostile, 0);
+    CNorvik& db = Db();
+    const ULong anna = db.userAdd("anna", 1);
+    ASSERT_EQ(db.userSetPassword(anna, "Secret1"), 1);
+    ASSERT_EQ(db.EnableSecurity(1), 1);
+    const ULong office = db.locAdd("Office", 0, 0, CIPAddress(), CIPAddress());
+    const ULong pc = db.AddAsset("pc-browser", office, 0, 0, CTime());
+    const ULong os = db.hwAdd(CNorvik::m_szOS, '|', CNorvik::kHwCategory);
+    db.hwAdd(os, pc, 0x2, "Name", "Debian GNU/Linux 12");
+    const ULong editor = db.applicationAdd("Acme", "Editor", 0);
+    db.applicationAddInstance(pc, editor, "", "2.1", 0);
+    const ULong hostile = db.AddAsset(kHostile, office, 0, 0, CTime());
+    db.applicationAddInstance(hostile, db.applicationAdd(kHostile, kHostile, 0), "", kHostile, 0);
 
-    ConsoleState console;
-    TestHttpServer server([&](const HttpRequest& request) {
-        HttpResponse response;
-        if (!HandleConsole(request, *db_, console, response)) response = TextResponse(404, "Not found");
-        return response;
-    });
-    const std::string site = "http://127.0.0.1:" + std::to_string(server.Port());
+    ServerProcess server(dir_.path, On({"serve"}));
+    ASSERT_NE(server.port, 0);
+    const std::string site = "http://127.0.0.1:" + std::to_string(server.port);
     DevToolsBrowser browser;
 
     // Anonymous: sent to the log-on form, which keeps where the reader wanted to go.
@@ -96,7 +92,6 @@ TEST_P(ConsoleBrowserTest, LogOnSearchOpenAnAssetAndFollowAnApplication) {
     EXPECT_FALSE(browser.SawDialog());
 }
 
-INSTANTIATE_TEST_SUITE_P(, ConsoleBrowserTest, ::testing::Values(Engine::Sqlite),
-                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+NORVIK_ON_BOTH_ENGINES(ConsoleBrowserTest);
 
 }  // namespace

@@ -144,6 +144,12 @@ TEST_P(ConsolePagesTest, FiltersNarrowTheListingAndSortingOrdersIt) {
     EXPECT_EQ(names({{"sort", "name"}, {"dir", "desc"}}), (std::vector<std::string>{"c-pc", "b-pc", "a-pc"}));
     EXPECT_EQ(names({{"sort", "audit"}}), (std::vector<std::string>{"c-pc", "b-pc", "a-pc"}));
     EXPECT_EQ(names({{"sort", "location"}}), (std::vector<std::string>{"c-pc", "b-pc", "a-pc"}));
+    const ULong laptops = db_->AddCategory("Laptops", 0);
+    ASSERT_EQ(db_->SetBuiltInFieldValue(b, "Category", "Laptops", 0, CTime()), 1);
+    EXPECT_EQ(names({{"category", std::to_string(laptops)}}), (std::vector<std::string>{"b-pc"}));
+    EXPECT_NE(Get("/assets", {{"category", std::to_string(laptops)}})
+                  .body.find("<option value=\"" + std::to_string(laptops) + "\" selected>Laptops</option>"),
+              std::string::npos);
     // The page shows the location tree as a filter and its rows link to each asset.
     const std::string page = Get("/assets", {{"location", std::to_string(office)}}).body;
     EXPECT_NE(page.find("<option value=\"" + std::to_string(office) + "\" selected>Office</option>"),
@@ -214,6 +220,8 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     SetOs(pc, "Debian GNU/Linux 12");
     const ULong cpu = db_->hwAdd("Hardware|Processor", '|', CNorvik::kHwCategory);
     ASSERT_NE(db_->hwAdd(cpu, pc, 0x2, "Model", "Ryzen 7"), 0u);
+    const ULong system = db_->hwAdd("System", '|', CNorvik::kHwCategory);
+    ASSERT_NE(db_->hwAdd(system, pc, 0x2, "Device ID", "pc-1-2024-05-02"), 0u);
     const ULong editor = Install(pc, "Acme", "Editor", "2.1");
     const ULong other = Asset("pc-2", office);
     db_->applicationAddInstance(other, editor, "", "3.0", 0);
@@ -224,8 +232,10 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     const std::string page = Shown(Get("/assets/" + std::to_string(pc)).body);
     for (const char* shown : {"<h1>pc-1</h1>", "Office", "Debian GNU/Linux 12", "Ryzen 7", "Hardware&gt;Processor",
                               ">Editor</a>", "2.1", "2024-05-02 10:30", "Added Acme Editor", "anna", "Internet history",
-                              "<td class=\"date\">2024-05-02</td><td class=\"num\">1</td>"})
+                              "<td class=\"date\">2024-05-02</td><td class=\"num\">1</td>",
+                              "<dt>Device ID</dt><dd class=\"mono\">pc-1-2024-05-02</dd>"})
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
+    EXPECT_STREQ(Json("/api/assets/" + std::to_string(pc))["deviceId"].GetString(), "pc-1-2024-05-02");
     EXPECT_NE(page.find("href=\"/applications/" + std::to_string(editor) + "\""), std::string::npos);
 
     // The application's page: its versions and the assets holding it, each with its version.
