@@ -63,14 +63,6 @@ ULong ChildFolder(CNorvikSql& db, ULong asset, ULong parent, const std::string& 
     return 0;
 }
 
-// "YYYY-MM-DD hh:mm:ss" of a packed file date, or "" when the number is no such date.
-std::string PackedDateText(ULong date) {
-    const unsigned year = (date >> 25) + 1980, month = (date >> 21) & 0xF, day = (date >> 16) & 0x1F;
-    const unsigned hour = (date >> 11) & 0x1F, minute = (date >> 5) & 0x3F, second = (date & 0x1F) * 2;
-    if (month < 1 || month > 12 || day < 1 || hour > 23 || minute > 59 || second > 59) return "";
-    return CString::Formatted("%04u-%02u-%02u %02u:%02u:%02u", year, month, day, hour, minute, second).str();
-}
-
 // An unsigned 32-bit number in `base` (16 takes an optional 0x); false for anything else.
 bool ParseNumber(const std::string& text, int base, ULong* value) {
     std::string digits = text;
@@ -163,7 +155,7 @@ int ShowFiles(Context& context, CNorvikSql& db, ULong asset, const std::string& 
         const ULong file = db.GetLinkedFile(table.GetValue(row, 1));
         const std::string name = table.GetText(row, 2).str();
         const ULong size = table.GetValue(row, 3), crc = table.GetValue(row, 4), date = table.GetValue(row, 5);
-        const std::string dateText = PackedDateText(date);
+        const std::string dateText = PackedFileDateText(date);
         const std::string crcText = CString::Formatted("%08X", static_cast<unsigned>(crc)).str();
         if (context.options.json) {
             std::cout << separator << "{\"file\": " << file << ", \"name\": " << JsonText(name)

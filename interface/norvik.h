@@ -1283,6 +1283,23 @@ public:
     // indexed read, whatever the number of assets.
     virtual int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets);
 
+    // ---- Software files by page (beyond the published slots) ----
+    // One file an asset holds, with its folder's path and the application it is assigned to.
+    struct SoftwareFilePageRow {
+        ULong link = 0;
+        ULong folder = 0;
+        CString folderPath;  // as GetFolderPath gives it: "Top\Sub\"
+        CString name;
+        ULong size = 0;
+        ULong date = 0;       // packed as the links keep it
+        ULong app = 0;        // 0: not assigned
+        CString application;  // "Publisher Name" of the catalogue row; empty when not assigned
+    };
+    // One page of the files asset `asset` holds (its file links), ordered by folder then name, ties
+    // by link; appends them to `rows` and returns how many files the asset holds, 0 on failure.
+    // Three statements whatever the page holds: the count, the page, its folders' paths.
+    virtual ULong swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) = 0;
+
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The message-box callback installed now and its context (null when none), so that a caller

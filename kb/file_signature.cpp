@@ -52,6 +52,15 @@ ULong PackFileDate(int year, int month, int day, int hour, int minute, int secon
            static_cast<ULong>(hour) << 11 | static_cast<ULong>(minute) << 5 | static_cast<ULong>(second / 2);
 }
 
+std::string PackedFileDateText(ULong date) {
+    const unsigned year = (date >> 25) + 1980, month = (date >> 21) & 0xF, day = (date >> 16) & 0x1F;
+    const unsigned hour = (date >> 11) & 0x1F, minute = (date >> 5) & 0x3F, second = (date & 0x1F) * 2;
+    if (month < 1 || month > 12 || day < 1 || hour > 23 || minute > 59 || second > 59) return "";
+    char text[32];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", year, month, day, hour, minute, second);
+    return text;
+}
+
 ULong PackFileDate(std::time_t when) {
     std::tm local{};
     if (!localtime_r(&when, &local)) return 0;

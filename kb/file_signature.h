@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <string>
 
 #include "platform/cstring.h"
 #include "platform/types.h"
@@ -19,3 +20,5 @@ NORVIK_API bool Crc32OfFile(const char* path, std::uint32_t& crc, CString& error
 NORVIK_API ULong PackFileDate(int year, int month, int day, int hour, int minute, int second);
 // The local date and time of `when` packed as above.
 NORVIK_API ULong PackFileDate(std::time_t when);
+// "YYYY-MM-DD hh:mm:ss" of a packed date; "" when the number is no such date.
+NORVIK_API std::string PackedFileDateText(ULong date);

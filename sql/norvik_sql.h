@@ -437,6 +437,9 @@ public:
     // One statement, on the (_KEY, _VAL) index of HW.
     int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
 
+    // ---- Software files by page ----
+    ULong swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.

@@ -1,8 +1,11 @@
-// Paged listings of the site: one page of assets, the location tree and one page of the
-// application catalogue, each read in a few set-based statements whatever the page holds.
+// Paged listings of the site: one page of assets, the location tree, one page of the
+// application catalogue, of the history and of an asset's files, each read in a few set-based
+// statements whatever the page holds.
+#include <map>
 #include <string>
 #include <vector>
 
+#include "sql/app_names.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -225,4 +228,57 @@ ULong CNorvikSql::applicationEnumVersions(ULong app, CSortList& list) {
         HandleSqlException(e, statement);
     }
     return list.GetCount();
+}
+
+// ---- Software files ----
+
+ULong CNorvikSql::swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) {
+    CString statement = CString::Formatted("select count(*) from SWLINK where _ASSET=%d and _FILE<>0", AsInt(asset));
+    try {
+        ULong total = 0;
+        {
+            CSqlRecordset rs(this, statement);
+            if (!rs.IsEOF()) total = rs.NumberAt(0);
+        }
+        const ULong first = rows.GetCount();
+        statement = CString::Formatted(
+                        "select L._ID,L._FOLDER,F._NAME,F._SIZE,L._FDATE,F._APPID,APPS._MFR,APPS._APP from SWLINK L "
+                        "join SWFILE F on F._ID=L._FILE left join APPS on APPS._ID=F._APPID where L._ASSET=%d and "
+                        "L._FILE<>0 order by L._FOLDER,F._NAME,L._ID",
+                        AsInt(asset)) +
+                    LimitClause(offset, limit);
+        std::string folders;
+        {
+            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+                SoftwareFilePageRow row;
+                row.link = rs.NumberAt(0);
+                row.folder = rs.NumberAt(1);
+                row.name = rs.TextAt(2);
+                row.size = rs.NumberAt(3);
+                row.date = rs.NumberAt(4);
+                row.app = rs.NumberAt(5);
+                if (row.app != 0) row.application = AppDisplayName(rs.TextAt(6), rs.TextAt(7), "", false);
+                if (row.folder != 0) folders += (folders.empty() ? "" : ",") + std::to_string(row.folder);
+                rows.Add(row);
+            }
+        }
+        if (folders.empty()) return total;
+        // The page's folder paths, walked up to the top (a cycle written by hand stops at 64 levels).
+        statement =
+            "with recursive UP(LEAF, ID, PATH, DEPTH) as (select _ID, _PARENT, _NAME || '\\', 1 from SWFOLDER where "
+            "_ID in (" +
+            CString(folders.c_str()) +
+            ") union all select UP.LEAF, S._PARENT, S._NAME || '\\' || UP.PATH, UP.DEPTH + 1 from SWFOLDER S join UP "
+            "on S._ID = UP.ID where UP.ID <> 0 and UP.DEPTH < 64) select LEAF, PATH from UP where ID = 0";
+        std::map<ULong, CString> paths;
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) paths[rs.NumberAt(0)] = rs.TextAt(1);
+        for (ULong i = first; i < rows.GetCount(); ++i) {
+            const auto path = paths.find(rows[i].folder);
+            if (path != paths.end()) rows[i].folderPath = path->second;
+        }
+        return total;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
 }

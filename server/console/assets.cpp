@@ -1,9 +1,12 @@
 // The asset pages: the listing with its search, filters, sorting and paging, its CSV download,
-// and one asset's page (identity, fields, hardware, applications, history, internet, notes).
+// and one asset's page (identity, fields, applications, software files, hardware, history,
+// internet, notes).
+#include <functional>
 #include <map>
 #include <set>
 
 #include "import/inventory_mapping.h"
+#include "kb/file_signature.h"
 #include "server/console/console_pages.h"
 
 namespace {
@@ -358,6 +361,9 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
     if (!id) return ConsoleError(request, 404, "No asset " + request.rest.substr(1));
     const std::optional<ULong> appPage = ParsePage(request.http);
     std::optional<ULong> historyPage = ParseId(request.http.Query("history", "1"));
+    std::optional<ULong> filesPage = ParseId(request.http.Query("files", "1"));
+    if (!filesPage || *filesPage > kConsoleMaxPage)
+        return ConsoleError(request, 400, "Bad files page: " + request.http.Query("files"));
     if (!appPage) return ConsoleError(request, 400, "Bad page: " + request.http.Query("page"));
     if (!historyPage || *historyPage > kConsoleMaxPage)
         return ConsoleError(request, 400, "Bad history page: " + request.http.Query("history"));
@@ -386,6 +392,10 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
     CDynaList<CNorvik::HistoryPageRow> changes;
     history.total = db.historyEnumPage(*id, CTime(), -1, history.Offset(), kConsolePageSize, changes);
     if (history.Beyond()) return ConsoleError(request, 404, "No history page " + std::to_string(history.page));
+    Paging files{*filesPage, 0};
+    CDynaList<CNorvik::SoftwareFilePageRow> fileRows;
+    files.total = db.swFileEnumPage(*id, files.Offset(), kConsolePageSize, fileRows);
+    if (files.Beyond()) return ConsoleError(request, 404, "No files page " + std::to_string(files.page));
     const auto hardware = Hardware(db, *id);
     // The agent's device id, which the importer keeps as a hardware item.
     std::string deviceId;
@@ -463,6 +473,23 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
         }
         json.EndArray();
         json.EndObject();
+        json.Key("files");
+        json.StartObject();
+        WritePaging(json, files);
+        json.Key("rows");
+        json.StartArray();
+        for (const auto& file : fileRows) {
+            json.StartObject();
+            JsonKeyString(json, "folder", file.folderPath.str());
+            JsonKeyString(json, "name", file.name.str());
+            JsonKeyNumber(json, "size", file.size);
+            JsonKeyString(json, "date", PackedFileDateText(file.date));
+            JsonKeyNumber(json, "app", file.app);
+            JsonKeyString(json, "application", file.application.str());
+            json.EndObject();
+        }
+        json.EndArray();
+        json.EndObject();
         json.Key("internet");
         json.StartArray();
         for (const auto& day : internet) {
@@ -501,15 +528,30 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
     for (const auto& day : internet)
         internetItems.push_back(mstch::map{{"day", day.day}, {"sites", FormatCount(day.visits)}});
     for (const auto& note : notes) noteItems.push_back(mstch::map{{"text", note}});
-    mstch::map appPaging = PagingContext(apps, self, "history=" + std::to_string(history.page));
-    mstch::map historyPaging = PagingContext(history, self, "page=" + std::to_string(apps.page));
-    // The history pager's links carry its own parameter.
-    if (history.page > 1)
-        historyPaging["previous"] =
-            self + "?page=" + std::to_string(apps.page) + "&history=" + std::to_string(history.page - 1);
-    if (history.page < history.Pages())
-        historyPaging["next"] =
-            self + "?page=" + std::to_string(apps.page) + "&history=" + std::to_string(history.page + 1);
+    mstch::array fileItems;
+    for (const auto& file : fileRows)
+        fileItems.push_back(mstch::map{{"folder", file.folderPath.str()},
+                                       {"name", file.name.str()},
+                                       {"size", FormatCount(file.size)},
+                                       {"date", PackedFileDateText(file.date)},
+                                       {"app", file.app ? std::to_string(file.app) : std::string()},
+                                       {"application", file.application.str()}});
+    // Each pager's links keep the other two pagers where they are.
+    const auto at = [&self](ULong appPageNumber, ULong historyPageNumber, ULong filesPageNumber) {
+        return self + "?page=" + std::to_string(appPageNumber) + "&history=" + std::to_string(historyPageNumber) +
+               "&files=" + std::to_string(filesPageNumber);
+    };
+    const auto pager = [](const Paging& paging, const std::function<std::string(ULong)>& link) {
+        mstch::map context = PagingContext(paging, "", "");
+        context.erase("previous");
+        context.erase("next");
+        if (paging.page > 1) context.emplace("previous", link(paging.page - 1));
+        if (paging.page < paging.Pages()) context.emplace("next", link(paging.page + 1));
+        return context;
+    };
+    const mstch::map appPaging = pager(apps, [&](ULong n) { return at(n, history.page, files.page); });
+    const mstch::map historyPaging = pager(history, [&](ULong n) { return at(apps.page, n, files.page); });
+    const mstch::map filesPaging = pager(files, [&](ULong n) { return at(apps.page, history.page, n); });
     mstch::map context{{"id", std::to_string(*id)},
                        {"name", NameOr(asset.name, "(no name)")},
                        {"location", place},
@@ -531,6 +573,9 @@ HttpResponse AssetDetail(const ConsoleRequest& request) {
                        {"history", historyItems},
                        {"anyHistory", !historyItems.empty()},
                        {"historyPaging", historyPaging},
+                       {"files", fileItems},
+                       {"anyFiles", !fileItems.empty()},
+                       {"filesPaging", filesPaging},
                        {"internet", internetItems},
                        {"anyInternet", !internetItems.empty()},
                        {"notes", noteItems},

@@ -116,6 +116,7 @@ const std::vector<Family> kSlotOrder = {
     {"Paged listings (beyond the published slots)",
      {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
     {"Hardware values in bulk (beyond the published slots)", {"hwAddValues", "hwFindAssetsByValue"}},
+    {"Software files by page (beyond the published slots)", {"swFileEnumPage"}},
 };
 
 std::string ReadSource(const char* relative) {

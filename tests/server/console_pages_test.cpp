@@ -223,6 +223,7 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     const ULong system = db_->hwAdd("System", '|', CNorvik::kHwCategory);
     ASSERT_NE(db_->hwAdd(system, pc, 0x2, "Device ID", "pc-1-2024-05-02"), 0u);
     const ULong editor = Install(pc, "Acme", "Editor", "2.1");
+    db_->MergeFile(pc, db_->MergeFolder(pc, "Acme", 0), 0xAB, "editor.exe", 4096, 0, "", "", "", editor);
     const ULong other = Asset("pc-2", office);
     db_->applicationAddInstance(other, editor, "", "3.0", 0);
     const CTime when(2024, 5, 2, 10, 30, 0);
@@ -233,9 +234,16 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     for (const char* shown : {"<h1>pc-1</h1>", "Office", "Debian GNU/Linux 12", "Ryzen 7", "Hardware&gt;Processor",
                               ">Editor</a>", "2.1", "2024-05-02 10:30", "Added Acme Editor", "anna", "Internet history",
                               "<td class=\"date\">2024-05-02</td><td class=\"num\">1</td>",
-                              "<dt>Device ID</dt><dd class=\"mono\">pc-1-2024-05-02</dd>"})
+                              "<dt>Device ID</dt><dd class=\"mono\">pc-1-2024-05-02</dd>", "Software files",
+                              "<td>editor.exe</td><td class=\"num\">4\u2009096</td>"})
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
-    EXPECT_STREQ(Json("/api/assets/" + std::to_string(pc))["deviceId"].GetString(), "pc-1-2024-05-02");
+    const rapidjson::Document detail = Json("/api/assets/" + std::to_string(pc));
+    EXPECT_STREQ(detail["deviceId"].GetString(), "pc-1-2024-05-02");
+    EXPECT_EQ(detail["files"]["total"].GetUint(), 1u);
+    EXPECT_STREQ(detail["files"]["rows"][0]["folder"].GetString(), "Acme\\");
+    EXPECT_STREQ(detail["files"]["rows"][0]["application"].GetString(), "Acme Editor");
+    EXPECT_EQ(Get("/assets/" + std::to_string(pc), {{"files", "x"}}).status, 400);
+    EXPECT_EQ(Get("/assets/" + std::to_string(pc), {{"files", "9"}}).status, 404);
     EXPECT_NE(page.find("href=\"/applications/" + std::to_string(editor) + "\""), std::string::npos);
 
     // The application's page: its versions and the assets holding it, each with its version.

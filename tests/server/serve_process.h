@@ -6,17 +6,21 @@
 
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/cli_runner.h"
 
-// A `norvik serve` process on a free loopback port, stopped (SIGTERM) with the object.
+// A `norvik serve` process on a free loopback port, stopped (SIGTERM) with the object. Each
+// one of a test writes files of its own in `dir` (serve.out, access.log, then serve-2.out ...).
 class ServerProcess {
 public:
-    ServerProcess(const std::filesystem::path& dir, std::vector<std::string> args) : m_out(dir / "serve.out") {
-        m_log = (dir / "access.log").string();
+    ServerProcess(const std::filesystem::path& dir, std::vector<std::string> args) {
+        const std::string suffix = ++Started(dir) == 1 ? "" : "-" + std::to_string(Started(dir));
+        m_out = dir / ("serve" + suffix + ".out");
+        m_log = (dir / ("access" + suffix + ".log")).string();
         args.insert(args.end(), {"--listen", "127.0.0.1:0", "--log", m_log});
         m_pid = StartTool(args, m_out.string());
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -53,6 +57,11 @@ public:
     int port = 0;
 
 private:
+    static int& Started(const std::filesystem::path& dir) {
+        static std::map<std::filesystem::path, int> started;
+        return started[dir];
+    }
+
     std::filesystem::path m_out;
     std::string m_log;
     pid_t m_pid = -1;

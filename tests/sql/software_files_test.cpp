@@ -5,6 +5,7 @@
 #include <tuple>
 #include <vector>
 
+#include "kb/file_signature.h"
 #include "kb/kb_files.h"
 #include "kb/recset.h"
 #include "sql/sql_recordset.h"
@@ -260,6 +261,39 @@ TEST_P(SoftwareFiles, UnAssignFileHeldTwiceCountsDownTwice) {
     EXPECT_EQ(InstanceFiles(*db_, pc_, app), -1) << "2, then 1: the second pass deletes it";
     EXPECT_EQ(InstanceFiles(*db_, other, app), 3);
     EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(SoftwareFiles, FilesComeByPageWithTheirFolderPathsAndApplications) {
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong sub = db_->MergeFolder(pc_, "Tools", folder_);
+    const ULong date = PackFileDate(2024, 5, 2, 10, 30, 0);
+    db_->MergeFile(pc_, sub, 1, "b.exe", 3000000000u, date, "", "", "", editor);
+    db_->MergeFile(pc_, folder_, 2, "z.dll", 10, 0, "", "", "", 0);
+    db_->MergeFile(pc_, folder_, 3, "a.exe", 20, 0, "", "", "", 0);
+    db_->MergeFile(db_->AddAsset("PC2", 0, 0, 0, CTime()), folder_, 4, "other.exe", 30, 0, "", "", "", 0);
+
+    CDynaList<CNorvik::SoftwareFilePageRow> rows;
+    ASSERT_EQ(db_->swFileEnumPage(pc_, 0, 2, rows), 3u) << AllMessages();
+    ASSERT_EQ(rows.GetCount(), 2u);
+    EXPECT_EQ(rows[0].name, "a.exe");
+    EXPECT_EQ(rows[0].folderPath, "Bin\\");
+    EXPECT_EQ(rows[1].name, "z.dll");
+    EXPECT_EQ(rows[1].app, 0u);
+    EXPECT_EQ(rows[1].application, "");
+
+    rows.RemoveAll();
+    ASSERT_EQ(db_->swFileEnumPage(pc_, 2, 2, rows), 3u);
+    ASSERT_EQ(rows.GetCount(), 1u);
+    EXPECT_EQ(rows[0].folderPath, "Bin\\Tools\\");
+    EXPECT_EQ(rows[0].size, 3000000000u);
+    EXPECT_EQ(rows[0].date, date);
+    EXPECT_EQ(rows[0].app, editor);
+    EXPECT_EQ(rows[0].application, "Acme Editor");
+
+    rows.RemoveAll();
+    EXPECT_EQ(db_->swFileEnumPage(pc_, 50, 2, rows), 3u) << "past the end: the true total";
+    EXPECT_EQ(rows.GetCount(), 0u);
+    EXPECT_EQ(db_->swFileEnumPage(db_->AddAsset("PC3", 0, 0, 0, CTime()), 0, 50, rows), 0u);
 }
 
 NORVIK_ON_BOTH_ENGINES(SoftwareFiles);
