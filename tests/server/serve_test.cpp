@@ -217,6 +217,44 @@ TEST_P(Serve, EveryInventoryAcknowledgedBeforeSigkillIsInTheDatabase) {
     EXPECT_LE(Assets(), total + 4) << "at most one unacknowledged inventory per agent";
 }
 
+// Two servers on one database, eight agents posting to both: each machine reports once to one
+// server, then again to the other. Every machine is one asset, whichever server saw it first.
+TEST_P(Serve, TwoServersOnOneDatabaseLoseAndDuplicateNothing) {
+    ServerProcess first(dir_.path, ServeArgs({"--workers", "4"}));
+    ServerProcess second(dir_.path, ServeArgs({"--workers", "4"}));
+    constexpr int kMachines = 40;
+    std::atomic<int> next{0}, failures{0};
+    std::vector<std::thread> agents;
+    for (int a = 0; a < 8; ++a)
+        agents.emplace_back([&] {
+            httplib::Client clients[] = {httplib::Client("127.0.0.1", first.port),
+                                         httplib::Client("127.0.0.1", second.port)};
+            for (auto& client : clients) client.set_read_timeout(60, 0);
+            for (int n; (n = next++) < 2 * kMachines;) {
+                const int machine = n % kMachines;
+                httplib::Client& client = clients[(machine + n / kMachines) % 2];
+                // A busy database answers 503, and the agent comes back (here at once, a few times).
+                int status = 0;
+                for (int attempt = 0; attempt < 5 && (status == 0 || status == 503); ++attempt) {
+                    if (attempt) std::this_thread::sleep_for(100ms);
+                    const auto reply = client.Post("/", MachineInventory(machine), "application/xml");
+                    status = reply ? reply->status : -1;
+                }
+                if (status != 200) ++failures;
+            }
+        });
+    for (auto& agent : agents) agent.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(Assets(), static_cast<ULong>(kMachines));
+    for (int machine = 0; machine < kMachines; ++machine)
+        EXPECT_NE(Db().FindAsset(("BURST-" + std::to_string(machine)).c_str(), 0, 0), 0u) << machine;
+    for (const ServerProcess* server : {&first, &second}) {
+        const std::string log = server->Log();
+        EXPECT_NE(log.find("outcome=\"new\""), std::string::npos) << log;
+        EXPECT_EQ(log.find("outcome=\"failed"), std::string::npos) << log;
+    }
+}
+
 TEST_P(Serve, AgentOverTlsLogsOnAndAWrongPasswordWritesNothing) {
     const std::string cert = (dir_.path / "cert.pem").string(), key = (dir_.path / "key.pem").string();
     const std::string openssl =
