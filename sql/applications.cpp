@@ -62,14 +62,16 @@ struct AppBatchEntry {
 // The steps of applicationAddInstances, each run with V(M, A, C, VER) = (publisher, name,
 // count, version) and @ASSET the asset: the catalogue rows first, then the instances that exist,
 // then the missing ones, so that a new instance is not counted twice. The update is joined on
-// (asset, application), so each entry is one index look-up on either engine. A missing name is
+// (asset, application), so each entry is one index look-up on either engine; an asset without
+// instances (a new machine) skips it at once. A missing name is
 // asked as a scalar sub-select, not "not exists": PostgreSQL would answer that with a hash anti
 // join over the whole catalogue, a cost that grows with the site.
 const char* const kAppBatchSteps[] = {
     "insert into APPS (_MFR, _APP, _FLAGS) select M, A, 1 from V where (select min(_ID) from APPS where "
     "APPS._MFR = V.M and APPS._APP = V.A) is null",
     "update APPINST set _FILES = _FILES + T.C from T where APPINST._ASSET = @ASSET and APPINST._APP = T.APP and "
-    "APPINST._ID = (select min(I._ID) from APPINST I where I._ASSET = @ASSET and I._APP = T.APP)",
+    "APPINST._ID = (select min(I._ID) from APPINST I where I._ASSET = @ASSET and I._APP = T.APP) and exists "
+    "(select 1 from APPINST E where E._ASSET = @ASSET)",
     "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) select @ASSET, APP, '', VER, C - 1, 0 from "
     "T where not exists (select 1 from APPINST where _ASSET = @ASSET and _APP = T.APP)",
 };
@@ -236,7 +238,11 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
                 "from APPS where APPS._MFR = V.M and APPS._APP = V.A) is null) select count(pg_advisory_xact_lock("
                 "hashtext('APPS'), K)) from (select K from K order by K) O";
             const char* steps[] = {lock.c_str(), kAppBatchSteps[0], kAppBatchSteps[1], kAppBatchSteps[2]};
+            std::int32_t missing = 1;
             for (const char* body : steps) {
+                // The lock counts the names the catalogue lacks: none (the usual case) leaves
+                // nothing to insert.
+                if (body == kAppBatchSteps[0] && missing == 0) continue;
                 statement = body == lock.c_str() ? lock : AppBatchStatement(source, body, "cast(? as integer)");
                 COdbcPrepared& step = Prepared(statement);
                 for (int i = 0; i < 4; ++i) step.SetText(i + 1, std::string("{").append(arrays[i]).append("}").c_str());
@@ -245,6 +251,7 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
                     step.SetLong(number++, AsInt(asset));
                 BusyScope busy(*this);
                 step.Execute();
+                if (body == lock.c_str() && step.Fetch()) missing = step.LongAt(1);
                 step.CloseCursor();
             }
         } else {
