@@ -9,7 +9,7 @@
 #include "common/formatting.h"
 #include "common/ipaddress.h"
 #include "common/token.h"
-#include "sql/hardware_common.h"
+#include "interface/hardware_display.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -119,25 +119,6 @@ void ReadCategoryPaths(CNorvikSql& db, ULong asset, bool exclude, std::map<ULong
 
 }  // namespace
 
-ULong HwTextAsInteger(const char* text) {
-    if (!text) return 0;
-    // The low 32 bits of the reading: addresses stored as unsigned or as signed decimals, and
-    // sizes past 2 GB, all come back as the number that was meant.
-    const long long value = std::strtoll(text, nullptr, 10);
-    return static_cast<ULong>(static_cast<unsigned long long>(value));
-}
-
-bool HwIsAddressItem(ULong flags, const CString& key) {
-    static const char kSuffix[] = "IP Address";
-    const int suffixLength = static_cast<int>(sizeof kSuffix - 1);
-    // A bit test, not a comparison with the IPv4 display type: any of its bits qualifies.
-    return (flags & CNorvik::kHwShowIPv4) != 0 && key.GetLength() >= suffixLength && key.Right(suffixLength) == kSuffix;
-}
-
-CString HwShownValue(ULong flags, const CString& key, const CString& value) {
-    return HwIsAddressItem(flags, key) ? CIPAddress(HwTextAsInteger(value)).GetAsText() : value;
-}
-
 // ---- Path finds ----
 
 ULong CNorvikSql::hwFind(const char* path, char delimiter) {
@@ -210,15 +191,7 @@ CString CNorvikSql::hwValueAsString(ULong node) {
 }
 
 CString CNorvikSql::hwValueAsString(ULong flags, CString& value) {
-    const ULong number = HwTextAsInteger(value);
-    switch (flags & kHwDisplayMask) {
-        case kHwShowBytes: value = FormatBytes(number); break;
-        case kHwShowMegabytes: value = FormatMegabytes(static_cast<std::int32_t>(number)); break;
-        case kHwShowDate: value = FormatDate(CTime(static_cast<std::int32_t>(number)), '/'); break;
-        case kHwShowIPv4: value = CIPAddress(number).GetAsText(); break;
-        case kHwShowMHz: value = FormatMHz(number); break;
-        default: break;
-    }
+    value = HwDisplayValue(flags, value);
     return value;
 }
 

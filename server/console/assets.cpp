@@ -6,6 +6,7 @@
 #include <set>
 
 #include "import/inventory_mapping.h"
+#include "interface/hardware_display.h"
 #include "kb/file_signature.h"
 #include "server/console/console_pages.h"
 
@@ -307,7 +308,7 @@ std::vector<HardwareGroup> Hardware(CNorvik& db, ULong asset) {
             found = index.emplace(path, groups.size()).first;
             groups.push_back(HardwareGroup{path, {}});
         }
-        groups[found->second].values.emplace_back(item.key.str(), item.value.str());
+        groups[found->second].values.emplace_back(item.key.str(), HwDisplayValue(item.flags, item.value).str());
     }
     return groups;
 }

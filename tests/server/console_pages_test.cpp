@@ -220,6 +220,7 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     SetOs(pc, "Debian GNU/Linux 12");
     const ULong cpu = db_->hwAdd("Hardware|Processor", '|', CNorvik::kHwCategory);
     ASSERT_NE(db_->hwAdd(cpu, pc, 0x2, "Model", "Ryzen 7"), 0u);
+    ASSERT_NE(db_->hwAdd(cpu, pc, CNorvik::kHwShowMHz | 0x2, "Speed", "3600"), 0u);
     const ULong system = db_->hwAdd("System", '|', CNorvik::kHwCategory);
     ASSERT_NE(db_->hwAdd(system, pc, 0x2, "Device ID", "pc-1-2024-05-02"), 0u);
     const ULong editor = Install(pc, "Acme", "Editor", "2.1");
@@ -231,9 +232,9 @@ TEST_P(ConsolePagesTest, AssetPageShowsItsApplicationsHardwareAndHistory) {
     ASSERT_NE(db_->ieHistAdd(pc, when, "example.org", 0), 0u);
 
     const std::string page = Shown(Get("/assets/" + std::to_string(pc)).body);
-    for (const char* shown : {"<h1>pc-1</h1>", "Office", "Debian GNU/Linux 12", "Ryzen 7", "Hardware&gt;Processor",
-                              ">Editor</a>", "2.1", "2024-05-02 10:30", "Added Acme Editor", "anna", "Internet history",
-                              "<td class=\"date\">2024-05-02</td><td class=\"num\">1</td>",
+    for (const char* shown : {"<h1>pc-1</h1>", "Office", "Debian GNU/Linux 12", "Ryzen 7", "3600 MHz",
+                              "Hardware&gt;Processor", ">Editor</a>", "2.1", "2024-05-02 10:30", "Added Acme Editor",
+                              "anna", "Internet history", "<td class=\"date\">2024-05-02</td><td class=\"num\">1</td>",
                               "<dt>Device ID</dt><dd class=\"mono\">pc-1-2024-05-02</dd>", "Software files",
                               "<td>editor.exe</td><td class=\"num\">4\u2009096</td>"})
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
