@@ -45,9 +45,14 @@ void COdbcPrepared::SetText(int number, const char* text) {
 
 void COdbcPrepared::Execute() {
     const auto hstmt = static_cast<SQLHSTMT>(m_hstmt);
-    SQLFreeStmt(hstmt, SQL_CLOSE);
+    // Closing a statement that left no cursor is not needed, and some drivers (SQLite's) then
+    // compile the statement again on the next execution.
+    if (m_cursor) SQLFreeStmt(hstmt, SQL_CLOSE);
+    m_cursor = false;
     m_statement.Database().CheckStatement();
     platform::odbc::CheckStatement(m_statement.Database(), SQLExecute(hstmt), hstmt);
+    SQLSMALLINT columns = 0;
+    m_cursor = !SQL_SUCCEEDED(SQLNumResultCols(hstmt, &columns)) || columns > 0;
 }
 
 bool COdbcPrepared::Fetch() {
@@ -67,7 +72,10 @@ std::int32_t COdbcPrepared::LongAt(int number) {
     return indicator == SQL_NULL_DATA ? 0 : value;
 }
 
-void COdbcPrepared::CloseCursor() { SQLFreeStmt(static_cast<SQLHSTMT>(m_hstmt), SQL_CLOSE); }
+void COdbcPrepared::CloseCursor() {
+    SQLFreeStmt(static_cast<SQLHSTMT>(m_hstmt), SQL_CLOSE);
+    m_cursor = false;
+}
 
 long COdbcPrepared::RowCount() {
     SQLLEN rows = 0;

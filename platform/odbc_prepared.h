@@ -43,4 +43,5 @@ private:
     COdbcStatement m_statement;  // owns the handle
     void* m_hstmt;
     std::vector<Parameter> m_parameters;
+    bool m_cursor = true;  // the last execution may have left a cursor open
 };

@@ -255,22 +255,30 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
                 step.CloseCursor();
             }
         } else {
-            // In process a statement costs no round trip; batches bound the statement text
-            // (about 100 bytes an entry).
-            constexpr std::size_t kBatch = 500;
-            for (std::size_t first = 0; first < wanted.size(); first += kBatch) {
-                std::string source = "values ";
-                for (std::size_t i = first; i < std::min(wanted.size(), first + kBatch); ++i) {
-                    const AppInstanceEntry& entry = *wanted[i].entry;
-                    source += CString::Formatted("%s(%s, %s, %d, %s)", i == first ? "" : ", ",
-                                                 SqlQuote(entry.publisher).c_str(), SqlQuote(entry.name).c_str(),
-                                                 wanted[i].count, SqlQuote(entry.version).c_str())
-                                  .str();
-                }
-                for (const char* body : kAppBatchSteps) {
-                    statement = AppBatchStatement(source, body, std::to_string(AsInt(asset)));
-                    ExecuteStatement(statement);
-                }
+            // In process the rows go through one prepared insert into a table of the connection's
+            // own; the steps, prepared once, read them from there (a VALUES list would be parsed,
+            // and copied for each reference, on every call).
+            statement = "create temp table if not exists APPBATCH (M text, A text, C integer, VER text)";
+            ExecuteStatement(statement);
+            statement = "delete from APPBATCH";
+            ExecuteStatement(statement);
+            statement = "insert into APPBATCH (M, A, C, VER) values (?, ?, ?, ?)";
+            COdbcPrepared& stage = Prepared(statement);
+            for (const AppBatchEntry& item : wanted) {
+                stage.SetText(1, item.entry->publisher.c_str());
+                stage.SetText(2, item.entry->name.c_str());
+                stage.SetLong(3, item.count);
+                stage.SetText(4, item.entry->version.c_str());
+                stage.Execute();
+            }
+            for (const char* body : kAppBatchSteps) {
+                statement = AppBatchStatement("select M, A, C, VER from APPBATCH", body, "?");
+                COdbcPrepared& step = Prepared(statement);
+                int number = 1;
+                for (const char* at = body; (at = std::strstr(at, "@ASSET")) != nullptr; ++at)
+                    step.SetLong(number++, AsInt(asset));
+                step.Execute();
+                step.CloseCursor();
             }
         }
         transaction.Commit();

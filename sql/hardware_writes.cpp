@@ -123,19 +123,58 @@ ULong CNorvikSql::hwAdd(ULong parent, ULong asset, ULong flags, const char* key,
     }
 }
 
+// hwAddValues in process: the same two steps as the server's statement (found nodes take the
+// value, the others are inserted cut to the column); the last of two values of one (category,
+// key) wins. The values go through one prepared insert into a table of the connection's own, and
+// the steps, prepared once, read them from there.
+int CNorvikSql::StoreHwValuesInProcess(ULong asset, const CHwList& values) {
+    static const char* const kLatest = "with L as (select P, K, VAL, CK, CV, F, max(N) from HWBATCH group by P, K) ";
+    CString statement;
+    try {
+        TransactionScope transaction(*this);
+        statement =
+            "create temp table if not exists HWBATCH (P integer, K text, VAL text, CK text, CV text, F "
+            "integer, N integer)";
+        ExecuteStatement(statement);
+        statement = "delete from HWBATCH";
+        ExecuteStatement(statement);
+        statement = "insert into HWBATCH (P, K, VAL, CK, CV, F, N) values (?, ?, ?, ?, ?, ?, ?)";
+        COdbcPrepared& stage = Prepared(statement);
+        for (ULong i = 0; i < values.GetCount(); ++i) {
+            const CHwItem& item = values[i];
+            const std::string key = item.key.str(), value = item.value.str();
+            stage.SetLong(1, static_cast<std::int32_t>(item.parent));
+            stage.SetText(2, key.c_str());
+            stage.SetText(3, value.c_str());
+            stage.SetText(4, key.substr(0, kHwTextWidth).c_str());
+            stage.SetText(5, value.substr(0, kHwTextWidth).c_str());
+            stage.SetLong(6, static_cast<std::int32_t>(item.flags));
+            stage.SetLong(7, static_cast<std::int32_t>(i));
+            stage.Execute();
+        }
+        statement = CString(kLatest) +
+                    "update HW set _VAL = L.VAL from L where HW._PARENT = L.P and HW._ASSET = ? and HW._KEY = L.K";
+        COdbcPrepared& update = Prepared(statement);
+        update.SetLong(1, static_cast<std::int32_t>(asset));
+        update.Execute();
+        statement = CString(kLatest) +
+                    "insert into HW (_PARENT, _ASSET, _FLAGS, _KEY, _VAL) select P, ?, F, CK, CV from L where not "
+                    "exists (select 1 from HW where HW._PARENT = L.P and HW._ASSET = ? and HW._KEY = L.K)";
+        COdbcPrepared& insert = Prepared(statement);
+        insert.SetLong(1, static_cast<std::int32_t>(asset));
+        insert.SetLong(2, static_cast<std::int32_t>(asset));
+        insert.Execute();
+        transaction.Commit();
+        return 1;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return 0;
+    }
+}
+
 int CNorvikSql::hwAddValues(ULong asset, const CHwList& values) {
     if (values.GetCount() == 0) return 1;
-    if (GetEngine() != SqlEngine::PostgreSql) {
-        try {
-            TransactionScope transaction(*this);
-            if (!CNorvik::hwAddValues(asset, values)) return 0;  // hwAdd reported it; the scope rolls back
-            transaction.Commit();
-            return 1;
-        } catch (const CDBException& e) {
-            HandleSqlException(e, "store hardware values");
-            return 0;
-        }
-    }
+    if (GetEngine() != SqlEngine::PostgreSql) return StoreHwValuesInProcess(asset, values);
     // The statement of hwAdd over arrays: nodes found by (category, key) take the value, the
     // others are inserted with key and value cut to the column, as hwAdd writes them.
     std::string parents, keys, texts, cutKeys, cutTexts, flags;

@@ -431,8 +431,8 @@ public:
                           CDynaList<HistoryPageRow>& rows) override;
 
     // ---- Hardware values in bulk ----
-    // PostgreSQL: one statement over arrays of the values (one round trip); SQLite: hwAdd's
-    // prepared statements, value by value, in one transaction.
+    // PostgreSQL: one statement over arrays of the values (one round trip); SQLite: the values
+    // staged in a temporary table, then two statements. Both in one transaction.
     int hwAddValues(ULong asset, const CHwList& values) override;
     // One statement, on the (_KEY, _VAL) index of HW.
     int hwFindAssetsByValue(ULong parent, const char* key, const char* value, CDynaList<ULong>& assets) override;
@@ -520,6 +520,8 @@ protected:
     void LoadAppInstCache(ULong instance);
 
 private:
+    // hwAddValues on an engine in process (SQLite): set-based statements over staged rows.
+    int StoreHwValuesInProcess(ULong asset, const CHwList& values);
     // Steps of the asset operations. The first two throw CDBException, the failing statement left
     // in `statement`; `ancestors` holds what is above the row walked, so a cycle written by hand
     // ends the walk. CountAssetsBelow returns false when a location enumeration failed (reported).

@@ -157,6 +157,33 @@ TEST_P(Hardware, FindByValueAnswersEveryHolderOfTheExactValueUnderItsCategoryOnl
     EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
+TEST_P(Hardware, AddValuesReplacesFoundKeysInsertsTheOthersAndTheLastOfTwoWins) {
+    const ULong pc = Asset("PC1"), other = Asset("PC2");
+    const ULong system = db_->hwAdd("System", '|', 1), disks = db_->hwAdd("Disks", '|', 1);
+    const ULong kept = db_->hwAdd(system, pc, 0x2, "Model", "old");
+    db_->hwAdd(system, other, 0x2, "Model", "other's");
+    const std::string longText(300, 'x');
+    CHwList values;
+    values.Add(system, "System", "Model", "new 'quoted'", 0x2);
+    values.Add(system, "System", "Memory", "2147483648", 0x80000002);
+    values.Add(disks, "Disks", "Size", "first", 0x2);
+    values.Add(disks, "Disks", "Size", "last", 0x2);
+    values.Add(disks, "Disks", longText.c_str(), longText.c_str(), 0x2);
+    // Past one batch of statement text.
+    for (int i = 0; i < 450; ++i) values.Add(disks, "Disks", CString::Formatted("Disk %d", i), "1", 0x2);
+    ASSERT_EQ(db_->hwAddValues(pc, values), 1) << AllMessages();
+
+    EXPECT_EQ(db_->hwFind(system, pc, "Model"), kept) << "the node found keeps its identity";
+    EXPECT_EQ(db_->hwValueAsString(kept), "new 'quoted'");
+    EXPECT_EQ(db_->hwFlags(db_->hwFind(system, pc, "Memory")), 0x80000002u);
+    EXPECT_EQ(db_->hwValueAsString(db_->hwFind(disks, pc, "Size")), "last");
+    EXPECT_EQ(Rows("select _KEY from HW where _KEY like 'xxx%'"), std::vector<std::string>{longText.substr(0, 255)});
+    CHwList stored;
+    EXPECT_EQ(db_->hwEnumAll(pc, stored, 0), 4 + 450);
+    EXPECT_EQ(db_->hwValueAsString(db_->hwFind(system, other, "Model")), "other's");
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
 TEST_P(Hardware, SetValRecordsPathOldNewAndIconOnlyWhenAsked) {
     const ULong pc = Asset("PC1");
     const ULong cat = db_->hwAdd("O'Neil's|50%_off", '|', 1);
