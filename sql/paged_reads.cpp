@@ -258,7 +258,10 @@ ULong CNorvikSql::swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaLi
                 row.date = rs.NumberAt(4);
                 row.app = rs.NumberAt(5);
                 if (row.app != 0) row.application = AppDisplayName(rs.TextAt(6), rs.TextAt(7), "", false);
-                if (row.folder != 0) folders += (folders.empty() ? "" : ",") + std::to_string(row.folder);
+                if (row.folder != 0) {
+                    if (!folders.empty()) folders += ',';
+                    folders += std::to_string(row.folder);
+                }
                 rows.Add(row);
             }
         }
