@@ -59,8 +59,7 @@ PostedImport ImportPosted(const std::string& name, std::string_view text, Worker
             result.refusal = Refused(500, "the inventory could not be written: " + imported.error);
             result.refusal.logOutcome = "failed: " + imported.error;
             return result;
-        case InventoryImportStatus::kConnectionLost:
-            break;
+        case InventoryImportStatus::kConnectionLost: break;
     }
     // The link to the database is gone: the worker reconnects, the agent sends again later.
     if (context.connection) context.connection->Lost();
