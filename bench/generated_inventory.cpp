@@ -93,12 +93,14 @@ std::vector<Entry> Entries(int software, int machine) {
                             {"STATUS", "Up"},
                             {"VIRTUALDEV", i == 0 ? "1" : "0"},
                             {"SPEED", "1000"}}});
+    // Appended, not "U" + std::to_string(i): GCC 12 at -O3 warns falsely about the latter.
+    const auto numbered = [](const char* prefix, int i) { return std::string(prefix).append(std::to_string(i)); };
     for (int i = 0; i < 10; ++i)
         entries.push_back({"USBDEVICES",
-                           {{"NAME", "USB Device " + std::to_string(i)},
+                           {{"NAME", numbered("USB Device ", i)},
                             {"VENDORID", "046D"},
-                            {"PRODUCTID", "C3" + std::to_string(i)},
-                            {"SERIAL", "U" + std::to_string(i)}}});
+                            {"PRODUCTID", numbered("C3", i)},
+                            {"SERIAL", numbered("U", i)}}});
     entries.push_back({"MONITORS", {{"CAPTION", "Wide 27"}, {"MANUFACTURER", "Contoso"}, {"SERIAL", "M-" + n}}});
     entries.push_back({"VIDEOS", {{"NAME", "Contoso Graphics"}, {"MEMORY", "4096"}, {"RESOLUTION", "2560x1440"}}});
     entries.push_back({"SOUNDS", {{"NAME", "HD Audio"}, {"MANUFACTURER", "Contoso"}}});
