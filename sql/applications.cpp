@@ -258,12 +258,7 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
             // In process the rows go through one prepared insert into a table of the connection's
             // own; the steps, prepared once, read them from there (a VALUES list would be parsed,
             // and copied for each reference, on every call).
-            statement = "create temp table if not exists APPBATCH (M text, A text, C integer, VER text)";
-            ExecuteStatement(statement);
-            statement = "delete from APPBATCH";
-            ExecuteStatement(statement);
-            statement = "insert into APPBATCH (M, A, C, VER) values (?, ?, ?, ?)";
-            COdbcPrepared& stage = Prepared(statement);
+            COdbcPrepared& stage = StagingTable("APPBATCH", "M text, A text, C integer, VER text", statement);
             for (const AppBatchEntry& item : wanted) {
                 stage.SetText(1, item.entry->publisher.c_str());
                 stage.SetText(2, item.entry->name.c_str());

@@ -132,14 +132,8 @@ int CNorvikSql::StoreHwValuesInProcess(ULong asset, const CHwList& values) {
     CString statement;
     try {
         TransactionScope transaction(*this);
-        statement =
-            "create temp table if not exists HWBATCH (P integer, K text, VAL text, CK text, CV text, F "
-            "integer, N integer)";
-        ExecuteStatement(statement);
-        statement = "delete from HWBATCH";
-        ExecuteStatement(statement);
-        statement = "insert into HWBATCH (P, K, VAL, CK, CV, F, N) values (?, ?, ?, ?, ?, ?, ?)";
-        COdbcPrepared& stage = Prepared(statement);
+        COdbcPrepared& stage =
+            StagingTable("HWBATCH", "P integer, K text, VAL text, CK text, CV text, F integer, N integer", statement);
         for (ULong i = 0; i < values.GetCount(); ++i) {
             const CHwItem& item = values[i];
             const std::string key = item.key.str(), value = item.value.str();

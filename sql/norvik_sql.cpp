@@ -2,6 +2,8 @@
 // upgrade offers, close, clean-up, and the version row.
 #include "sql/norvik_sql.h"
 
+#include <string>
+
 #include "common/trace.h"
 #include "platform/ui_hooks.h"
 #include "sql/sql_recordset.h"
@@ -13,6 +15,19 @@ CNorvikSql::~CNorvikSql() { Close(); }
 void CNorvikSql::HandleSqlException(const CDBException& e, const char* statement) const {
     ++m_nReportedFailures;
     HandleException(e, statement);
+}
+
+COdbcPrepared& CNorvikSql::StagingTable(const char* name, const char* columns, CString& statement) {
+    statement = CString::Formatted("create temp table if not exists %s (%s)", name, columns);
+    ExecuteStatement(statement);
+    statement = CString::Formatted("delete from %s", name);
+    ExecuteStatement(statement);
+    // One "?" per column: the columns are named with their types, separated by commas.
+    std::string marks = "?";
+    for (const char* c = columns; *c; ++c)
+        if (*c == ',') marks += ", ?";
+    statement = CString::Formatted("insert into %s values (%s)", name, marks.c_str());
+    return Prepared(statement);
 }
 
 void CNorvikSql::ClearCaches() {

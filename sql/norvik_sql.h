@@ -522,6 +522,10 @@ protected:
 private:
     // hwAddValues on an engine in process (SQLite): set-based statements over staged rows.
     int StoreHwValuesInProcess(ULong asset, const CHwList& values);
+    // The connection's own temporary table `name` (created with `columns` when missing), emptied,
+    // and the prepared insert of one row into it. Throws CDBException, the failing statement left
+    // in `statement`.
+    COdbcPrepared& StagingTable(const char* name, const char* columns, CString& statement);
     // Steps of the asset operations. The first two throw CDBException, the failing statement left
     // in `statement`; `ancestors` holds what is above the row walked, so a cycle written by hand
     // ends the walk. CountAssetsBelow returns false when a location enumeration failed (reported).

@@ -248,22 +248,20 @@ ULong CNorvikSql::swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaLi
                         AsInt(asset)) +
                     LimitClause(offset, limit);
         std::string folders;
-        {
-            for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
-                SoftwareFilePageRow row;
-                row.link = rs.NumberAt(0);
-                row.folder = rs.NumberAt(1);
-                row.name = rs.TextAt(2);
-                row.size = rs.NumberAt(3);
-                row.date = rs.NumberAt(4);
-                row.app = rs.NumberAt(5);
-                if (row.app != 0) row.application = AppDisplayName(rs.TextAt(6), rs.TextAt(7), "", false);
-                if (row.folder != 0) {
-                    if (!folders.empty()) folders += ',';
-                    folders += std::to_string(row.folder);
-                }
-                rows.Add(row);
+        for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
+            SoftwareFilePageRow row;
+            row.link = rs.NumberAt(0);
+            row.folder = rs.NumberAt(1);
+            row.name = rs.TextAt(2);
+            row.size = rs.NumberAt(3);
+            row.date = rs.NumberAt(4);
+            row.app = rs.NumberAt(5);
+            if (row.app != 0) row.application = AppDisplayName(rs.TextAt(6), rs.TextAt(7), "", false);
+            if (row.folder != 0) {
+                if (!folders.empty()) folders += ',';
+                folders += std::to_string(row.folder);
             }
+            rows.Add(row);
         }
         if (folders.empty()) return total;
         // The page's folder paths, walked up to the top (a cycle written by hand stops at 64 levels).
