@@ -4,6 +4,7 @@
 
 #include "import/identifiers.h"
 #include "import/inventory_mapping.h"
+#include "interface/hardware_display.h"
 
 namespace {
 
@@ -50,6 +51,11 @@ ULong CAssetIdentity::FindBySystemItem(const char* key, const std::string& value
 std::string CAssetIdentity::Contradiction(ULong asset, const Inventory& inventory) {
     const ULong category = SystemCategory();
     if (category == 0) return {};
+    if (m_snapshotAsset != asset) {
+        m_snapshot = CHwList();
+        m_db.hwEnumAll(asset, m_snapshot, 0);
+        m_snapshotAsset = asset;
+    }
     const struct {
         const char* key;
         const char* word;
@@ -58,18 +64,38 @@ std::string CAssetIdentity::Contradiction(ULong asset, const Inventory& inventor
                        {"UUID", "system UUID", inventory.identity.systemUuid}};
     for (const auto& identifier : identifiers) {
         if (identifier.value.empty()) continue;
-        const ULong node = m_db.hwFind(category, asset, identifier.key);
-        if (node == 0) continue;
-        const std::string stored(Trim(m_db.hwValueAsString(node).str()));
-        const std::string given = CutToColumn(identifier.value, kImportColumnLimit);
-        if (!IsPlaceholderIdentifier(stored) && stored != given)
-            return std::string(identifier.word) + " " + stored + ", not " + given;
+        for (const CHwItem& item : m_snapshot) {
+            if (item.parent != category || item.key != identifier.key) continue;
+            const std::string stored(Trim(HwDisplayValue(item.flags, item.value).str()));
+            const std::string given = CutToColumn(identifier.value, kImportColumnLimit);
+            if (!IsPlaceholderIdentifier(stored) && stored != given)
+                return std::string(identifier.word) + " " + stored + ", not " + given;
+            break;
+        }
     }
     return {};
 }
 
+bool CAssetIdentity::TakeSnapshot(ULong asset, CHwList& values) {
+    if (asset == 0 || m_snapshotAsset != asset) return false;
+    values = std::move(m_snapshot);
+    m_snapshot = CHwList();
+    m_snapshotAsset = 0;
+    return true;
+}
+
+void CAssetIdentity::Forget() {
+    m_system = 0;
+    m_snapshotAsset = 0;
+    m_snapshot = CHwList();
+    m_freeName.clear();
+}
+
 IdentityMatch CAssetIdentity::Match(const Inventory& inventory) {
     IdentityMatch match;
+    m_snapshotAsset = 0;
+    m_snapshot = CHwList();
+    m_freeName.clear();
     // A cloned machine keeps its agent's device id until the agent is reset: the firmware's own
     // identifiers tell the clones apart.
     if (const ULong asset = FindBySystemItem(kDeviceIdKey, inventory.deviceId);
@@ -80,8 +106,12 @@ IdentityMatch CAssetIdentity::Match(const Inventory& inventory) {
     if (const ULong asset = FindBySystemItem("UUID", inventory.identity.systemUuid))
         return {asset, IdentityRule::kSystemUuid, {}};
     if (inventory.hostName.empty()) return match;
-    const ULong named = m_db.FindAsset(CutToColumn(inventory.hostName, kImportColumnLimit).c_str(), 0, 1);
-    if (named == 0) return match;
+    const std::string whole = CutToColumn(inventory.hostName, kImportColumnLimit);
+    const ULong named = m_db.FindAsset(whole.c_str(), 0, 1);
+    if (named == 0) {
+        m_freeName = whole;
+        return match;
+    }
     match.otherMachine = Contradiction(named, inventory);
     if (match.otherMachine.empty()) return {named, IdentityRule::kHostName, {}};
     return match;
@@ -89,7 +119,7 @@ IdentityMatch CAssetIdentity::Match(const Inventory& inventory) {
 
 std::string CAssetIdentity::FreeName(const std::string& host) {
     const std::string whole = CutToColumn(host, kImportColumnLimit);
-    if (m_db.FindAsset(whole.c_str(), 0, 1) == 0) return whole;
+    if (whole == m_freeName || m_db.FindAsset(whole.c_str(), 0, 1) == 0) return whole;
     // Bounded: a site holding a thousand machines of one name has a bigger problem than naming.
     for (int copy = 2; copy <= 1000; ++copy) {
         const std::string suffix = " (" + std::to_string(copy) + ")";

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "common/hw_list.h"
 #include "import/inventory.h"
 #include "interface/norvik.h"
 
@@ -29,7 +30,9 @@ struct IdentityMatch {
     std::string otherMachine;
 };
 
-// Reads only; the caller writes. `db` must stay open for the object's lifetime; one thread.
+// Reads only; the caller writes. `db` must stay open for the object's lifetime; one thread. An
+// object may serve many inventories: what it remembers of one (the hardware snapshot, a free
+// host name) is replaced by the next Match, and Forget drops everything after a rollback.
 class CAssetIdentity {
 public:
     explicit CAssetIdentity(CNorvik& db) : m_db(db) {}
@@ -47,11 +50,20 @@ public:
     // True when `name` is `host` or one of the forms FreeName gives for it.
     static bool IsNameOf(const std::string& name, const std::string& host);
 
+    // Moves into `values` the hardware snapshot (hwEnumAll with mask 0) of `asset` when the last
+    // Match read it, so that the writer does not read it again; false (and `values` untouched)
+    // otherwise.
+    bool TakeSnapshot(ULong asset, CHwList& values);
+
+    // Forgets what was looked up: the database may have changed under a rolled-back transaction.
+    void Forget();
+
 private:
     // The one asset whose item `key` of "System" is exactly `value`; 0 for none or several.
     ULong FindBySystemItem(const char* key, const std::string& value);
     // Why the asset's stored serial or UUID says it is another machine than `inventory`
-    // ("serial number A, not B"); empty when they do not contradict.
+    // ("serial number A, not B"); empty when they do not contradict. Read from the asset's
+    // hardware snapshot, which the writer needs next when the asset is this machine.
     std::string Contradiction(ULong asset, const Inventory& inventory);
 
     // The "System" category's _ID, looked up once (0 until found: a database without it has no
@@ -60,4 +72,7 @@ private:
 
     CNorvik& m_db;
     ULong m_system = 0;
+    ULong m_snapshotAsset = 0;  // 0: no snapshot
+    CHwList m_snapshot;
+    std::string m_freeName;  // a name Match found no asset holding, for FreeName
 };

@@ -59,7 +59,7 @@ std::string InstanceText(const std::string& name, const std::string& version) {
 }  // namespace
 
 CInventoryWriter::CInventoryWriter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
-    : m_db(db), m_transactions(transactions), m_placement(placement) {}
+    : m_db(db), m_transactions(transactions), m_placement(placement), m_identity(db) {}
 
 bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std::string& error) {
     outcome = ImportOutcome{};
@@ -87,8 +87,8 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
         return false;
     }
     std::string reason;
-    const bool written = Identify(inventory, when, outcome, reason) && WriteRecord(inventory, when, outcome, reason) &&
-                         WriteCatalogue(inventory, catalogue, when, outcome, reason) &&
+    const bool written = Identify(inventory, when, outcome, reason) &&
+                         WriteRecord(inventory, catalogue, when, outcome, reason) &&
                          WriteHardware(inventory, when, outcome, reason) &&
                          (!inventory.Carries("softwares") ||
                           (WriteSoftware(inventory, when, outcome, reason) && files.Write(outcome.asset, reason)));
@@ -98,6 +98,7 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
     }
     m_transactions.Rollback();
     m_categories.clear();
+    m_identity.Forget();
     error = label + ": " + (written ? "the database refused to commit the inventory" : reason);
     const bool refused = outcome.partialRefused;
     outcome = ImportOutcome{};
@@ -106,7 +107,7 @@ bool CInventoryWriter::Apply(const Inventory& given, ImportOutcome& outcome, std
 }
 
 bool CInventoryWriter::Identify(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason) {
-    CAssetIdentity identity(m_db);
+    CAssetIdentity& identity = m_identity;
     const IdentityMatch match = identity.Match(inventory);
     outcome.rule = match.rule;
     outcome.otherMachine = match.otherMachine;
@@ -170,32 +171,46 @@ bool CInventoryWriter::Identify(const Inventory& inventory, CTime when, ImportOu
     return true;
 }
 
-bool CInventoryWriter::WriteRecord(const Inventory& inventory, CTime when, ImportOutcome& outcome,
-                                   std::string& reason) {
+bool CInventoryWriter::WriteRecord(const Inventory& inventory, const CatalogueIds& ids, CTime when,
+                                   ImportOutcome& outcome, std::string& reason) {
     const ULong asset = outcome.asset;
-    const int history = outcome.newAsset ? 0 : 1;
     const InventoryAssetRecord& record = inventory.record;
+    // The record's columns go in one update: addresses, serial, audit date, and (when the
+    // category is known) the kind bit and the catalogue fields. A catalogue field without an
+    // entry is left as it was, and so are those after it: the make is one under the category and
+    // the model one under the make. The catalogue never refuses an inventory.
+    CNorvik::AssetRecordUpdate update;
+    update.setMacAddr = !record.primaryMac.empty();
+    update.macAddr = record.primaryMac.c_str();
+    const CIPAddress address(CString(record.primaryIPv4.c_str()));
+    update.setIpAddr = !record.primaryIPv4.empty();
+    update.ipAddr = address.GetAsText();
+    update.setSerial = !record.serial.empty();
+    update.serial = Column(record.serial);
+    update.setAuditDate = true;
+    update.auditDate = when;
+    if (ids.category != 0) {
+        update.kindMask = CNorvik::kAssetKindMask;
+        update.kind = AssetKindOf(record.category);
+        update.category = ids.category;
+        update.categoryName = record.category.c_str();
+        if (ids.make != 0) {
+            update.make = ids.make;
+            update.makeName = (record.manufacturer.empty() ? kUnknownMake : record.manufacturer).c_str();
+            update.model = ids.model;
+            update.modelName = record.model.c_str();
+        }
+    }
     const CString oldMac = m_db.GetAssetMacAddr(asset);
     const CString oldIp = m_db.GetAssetIPAddr(asset);
-    if (!record.primaryMac.empty() && !m_db.SetAssetMacAddr(asset, record.primaryMac.c_str(), history, when)) {
-        reason = "the primary MAC address cannot be stored";
+    const bool oldKind = ids.category == 0 || (m_db.GetAssetStateFlag(asset, update.kind) &&
+                                               !m_db.GetAssetStateFlag(asset, CNorvik::kAssetKindMask & ~update.kind));
+    if (!m_db.SetAssetRecord(asset, update, outcome.newAsset ? 0 : 1, when)) {
+        reason = "the asset's record cannot be stored";
         return false;
     }
-    const CIPAddress address(CString(record.primaryIPv4.c_str()));
-    if (!record.primaryIPv4.empty() && !m_db.SetAssetIPAddr(asset, address, history, when)) {
-        reason = "the primary IP address cannot be stored";
-        return false;
-    }
-    outcome.recordChanged = oldMac != m_db.GetAssetMacAddr(asset) || oldIp != m_db.GetAssetIPAddr(asset);
-    if (!record.serial.empty() &&
-        !m_db.userDataAdd(0, asset, "Serial Number", Column(record.serial), CNorvik::kUserDataAsset, history, when)) {
-        reason = "the serial number cannot be stored";
-        return false;
-    }
-    if (!m_db.SetLastAuditDate(asset, when)) {
-        reason = "the audit date cannot be stored";
-        return false;
-    }
+    outcome.recordChanged =
+        oldMac != m_db.GetAssetMacAddr(asset) || oldIp != m_db.GetAssetIPAddr(asset) || (!oldKind && !outcome.newAsset);
     // A partial inventory without its networks says nothing of where the machine is.
     if (outcome.newAsset || !inventory.Carries("networks")) return true;
     // Location: the range holding the primary address, else the one asked for, else where the
@@ -243,45 +258,11 @@ CInventoryWriter::CatalogueIds CInventoryWriter::ResolveCatalogue(const Inventor
     return ids;
 }
 
-bool CInventoryWriter::WriteCatalogue(const Inventory& inventory, const CatalogueIds& ids, CTime when,
-                                      ImportOutcome& outcome, std::string& reason) {
-    const InventoryAssetRecord& record = inventory.record;
-    if (ids.category == 0) return true;
-    const ULong asset = outcome.asset;
-    // One kind bit, from what the inventory says the machine is.
-    const ULong kind = AssetKindOf(record.category);
-    if (!m_db.GetAssetStateFlag(asset, kind) || m_db.GetAssetStateFlag(asset, CNorvik::kAssetKindMask & ~kind)) {
-        m_db.SetAssetStateFlag(asset, CNorvik::kAssetKindMask & ~kind, 0);
-        m_db.SetAssetStateFlag(asset, kind, 1);
-        if (!m_db.GetAssetStateFlag(asset, kind)) {
-            reason = "the asset's kind cannot be stored";
-            return false;
-        }
-        if (!outcome.newAsset) outcome.recordChanged = true;
-    }
-    const int history = outcome.newAsset ? 0 : 1;
-    const std::string& make = record.manufacturer.empty() ? kUnknownMake : record.manufacturer;
-    // The built-in fields take catalogue names; the make is looked up under the category just
-    // written and the model under the make, so the order matters. A field that cannot be stored
-    // is left as it was: the catalogue never refuses an inventory.
-    const struct {
-        const char* field;
-        ULong id;
-        const std::string& name;
-    } fields[] = {
-        {"Category", ids.category, record.category}, {"Make", ids.make, make}, {"Model", ids.model, record.model}};
-    for (const auto& field : fields) {
-        if (field.id == 0) break;
-        if (!m_db.userDataAdd(0, asset, field.field, field.name.c_str(), CNorvik::kUserDataAsset, history, when)) break;
-    }
-    return true;
-}
-
 bool CInventoryWriter::WriteHardware(const Inventory& inventory, CTime when, ImportOutcome& outcome,
                                      std::string& reason) {
     const ULong asset = outcome.asset;
     CHwList before;
-    if (!outcome.newAsset) m_db.hwEnumAll(asset, before, 0);
+    if (!outcome.newAsset && !m_identity.TakeSnapshot(asset, before)) m_db.hwEnumAll(asset, before, 0);
     std::map<std::string, const CHwItem*> old;
     for (const CHwItem& item : before) {
         old.emplace(item.Name().str(), &item);

@@ -59,9 +59,8 @@ private:
     CatalogueIds ResolveCatalogue(const Inventory& inventory);
     // The steps of Apply, in order; each answers false with a reason when a write failed.
     bool Identify(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
-    bool WriteRecord(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
-    bool WriteCatalogue(const Inventory& inventory, const CatalogueIds& ids, CTime when, ImportOutcome& outcome,
-                        std::string& reason);
+    bool WriteRecord(const Inventory& inventory, const CatalogueIds& ids, CTime when, ImportOutcome& outcome,
+                     std::string& reason);
     bool WriteHardware(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
     bool WriteSoftware(const Inventory& inventory, CTime when, ImportOutcome& outcome, std::string& reason);
 
@@ -71,4 +70,7 @@ private:
     // Category path -> HW _ID. The skeleton is shared by every asset and never shrinks, so it is
     // walked once per path; forgotten when a transaction rolls back (its new nodes are gone).
     std::map<std::string, ULong> m_categories;
+    // Kept across inventories: it remembers the "System" category, and the snapshot it read to
+    // tell machines apart serves the hardware step.
+    CAssetIdentity m_identity;
 };

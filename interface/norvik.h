@@ -1300,6 +1300,29 @@ public:
     // Three statements whatever the page holds: the count, the page, its folders' paths.
     virtual ULong swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) = 0;
 
+    // ---- Asset record in one step (beyond the published slots) ----
+    // The columns of an asset's record an audit sets. A field whose `set...` is false is left as
+    // it is; a catalogue id of 0 leaves that column too.
+    struct AssetRecordUpdate {
+        bool setMacAddr = false;
+        CString macAddr;
+        bool setIpAddr = false;
+        CString ipAddr;  // as CIPAddress::GetAsText writes it
+        bool setSerial = false;
+        CString serial;
+        bool setAuditDate = false;
+        CTime auditDate;     // the time 0 stores "never"
+        ULong kindMask = 0;  // the status bits under the mask become those of `kind`
+        ULong kind = 0;
+        ULong category = 0, make = 0, model = 0;  // catalogue rows; their names for the history:
+        CString categoryName, makeName, modelName;
+    };
+    // What SetAssetMacAddr, SetAssetIPAddr, the built-in fields "Serial Number", "Category",
+    // "Make" and "Model", SetLastAuditDate and SetAssetStateFlag would each do, with the same
+    // history records in that order when `recordHistory`, in one read of the asset and one update
+    // of the columns that change, all in one transaction (joining the caller's). 1; 0 on failure.
+    virtual int SetAssetRecord(ULong asset, const AssetRecordUpdate& update, int recordHistory, CTime when) = 0;
+
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The message-box callback installed now and its context (null when none), so that a caller

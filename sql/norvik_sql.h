@@ -440,6 +440,9 @@ public:
     // ---- Software files by page ----
     ULong swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) override;
 
+    // ---- Asset record in one step ----
+    int SetAssetRecord(ULong asset, const AssetRecordUpdate& update, int recordHistory, CTime when) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.

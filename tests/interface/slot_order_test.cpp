@@ -117,6 +117,7 @@ const std::vector<Family> kSlotOrder = {
      {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
     {"Hardware values in bulk (beyond the published slots)", {"hwAddValues", "hwFindAssetsByValue"}},
     {"Software files by page (beyond the published slots)", {"swFileEnumPage"}},
+    {"Asset record in one step (beyond the published slots)", {"SetAssetRecord"}},
 };
 
 std::string ReadSource(const char* relative) {

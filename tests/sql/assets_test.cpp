@@ -209,6 +209,72 @@ TEST_P(Assets, ExistingNameIsFoundOnAReadOnlyDatabase) {
     }
 }
 
+// An audit's record in one step writes what the single-column operations write, history included,
+// and nothing when nothing changed; a failed history record takes the update back.
+TEST_P(Assets, RecordInOneStepMatchesTheSingleColumnWrites) {
+    const ULong category = db_->AddCategory("Desktop", 0);
+    const ULong make = db_->AddMake(category, "Contoso");
+    ASSERT_NE(db_->AddModel(make, "Tower 9"), 0u) << AllMessages();
+    CSortList models;
+    db_->EnumModels(make, models, 1);
+    ASSERT_EQ(models.GetCount(), 1u);
+    const ULong model = models[0].id;
+    const ULong single = Add("PC-1");
+    const ULong together = Add("PC-2");
+    for (ULong asset : {single, together}) db_->SetAssetMacAddr(asset, "00:11:22:33:44:55", 0, when_);
+
+    const CTime later = CTime(2024, 4, 2, 8, 0, 0);
+    db_->SetAssetMacAddr(single, "66:77:88:99:AA:BB", 1, later);
+    db_->SetAssetIPAddr(single, CIPAddress(CString("10.0.0.7")), 1, later);
+    db_->userDataAdd(0, single, "Serial Number", "SN-1", CNorvik::kUserDataAsset, 1, later);
+    db_->SetLastAuditDate(single, later);
+    db_->SetAssetStateFlag(single, CNorvik::kAssetKindLaptop, 1);
+    for (const char* field : {"Category", "Make", "Model"})
+        db_->userDataAdd(0, single, field,
+                         std::string(field) == "Category" ? "Desktop"
+                         : std::string(field) == "Make"   ? "Contoso"
+                                                          : "Tower 9",
+                         CNorvik::kUserDataAsset, 1, later);
+
+    CNorvik::AssetRecordUpdate update;
+    update.setMacAddr = update.setIpAddr = update.setSerial = update.setAuditDate = true;
+    update.macAddr = "66:77:88:99:AA:BB";
+    update.ipAddr = "10.0.0.7";
+    update.serial = "SN-1";
+    update.auditDate = later;
+    update.kindMask = CNorvik::kAssetKindMask;
+    update.kind = CNorvik::kAssetKindLaptop;
+    update.category = category;
+    update.make = make;
+    update.model = model;
+    update.categoryName = "Desktop";
+    update.makeName = "Contoso";
+    update.modelName = "Tower 9";
+    ASSERT_EQ(db_->SetAssetRecord(together, update, 1, later), 1) << AllMessages();
+
+    // The first record is each asset's initial audit, under its own name.
+    const std::vector<std::string> expected = History(single);
+    const std::vector<std::string> written = History(together);
+    EXPECT_EQ(std::vector<std::string>(written.begin() + 1, written.end()),
+              std::vector<std::string>(expected.begin() + 1, expected.end()));
+    const char* columns[] = {"_STATUS", "_CAT", "_MAKE", "_MODEL"};
+    for (const char* column : columns)
+        EXPECT_EQ(db_->SelectNumber("ASSET", column, together), db_->SelectNumber("ASSET", column, single)) << column;
+    for (const char* column : {"_SERIAL", "_MACADDR", "_IPADDR"})
+        EXPECT_EQ(db_->SelectText("ASSET", column, together), db_->SelectText("ASSET", column, single)) << column;
+    EXPECT_EQ(db_->GetLastAuditDate(together).GetTime(), later.GetTime());
+
+    const std::size_t records = History(together).size();
+    EXPECT_EQ(db_->SetAssetRecord(together, update, 1, later), 1);
+    EXPECT_EQ(History(together).size(), records) << "an unchanged record writes no history";
+
+    db_->ExecuteStatement("drop table HISTORY");
+    update.serial = "SN-2";
+    EXPECT_EQ(db_->SetAssetRecord(together, update, 1, later), 0);
+    EXPECT_EQ(db_->SelectText("ASSET", "_SERIAL", together), CString("SN-1")) << "the update is taken back";
+    EXPECT_EQ(db_->GetBuiltInFieldValue(together, "Serial Number"), CString("SN-1")) << "nor kept in the cache";
+}
+
 NORVIK_ON_BOTH_ENGINES(Assets);
 
 }  // namespace
