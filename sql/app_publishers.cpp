@@ -65,19 +65,19 @@ ULong CNorvikSql::enumApplications(CSortList& list, int withPublisher) {
 ULong CNorvikSql::EnumGlobalSwApplications(const CDynaList<ULong>& assets, CSortList& list, ULong mask,
                                            int withPublisher, unsigned int aliasDepth, int installedOnly,
                                            const char* publisher, ULong excludeMask) {
+    // Instances are counted per application before the join: joined first, the engine would
+    // carry every instance of the site through the join (PostgreSQL misjudges the flag tests and
+    // then probes the instances application by application), where a few thousand counts suffice.
     const bool joined = assets.GetCount() != 0 || installedOnly;
-    CString statement =
-        joined ? CString(
-                     "select APPS._ID ,APPS._MFR ,APPS._APP ,APPS._ALIAS ,count(APPINST._ID) from APPS,APPINST "
-                     "where APPS._ID=APPINST._APP") +
-                     InCondition("APPINST._ASSET", assets)
-               : CString(
-                     "select APPS._ID ,APPS._MFR ,APPS._APP ,APPS._ALIAS ,count(APPINST._ID) from APPS left join "
-                     "APPINST on APPS._ID=APPINST._APP where 1=1");
+    CString statement = CString("select APPS._ID ,APPS._MFR ,APPS._APP ,APPS._ALIAS ,") +
+                        (joined ? "C.N" : "coalesce(C.N, 0)") + " from APPS " + (joined ? "join" : "left join") +
+                        " (select _APP ,count(_ID) as N from APPINST" +
+                        (assets.GetCount() != 0 ? " where 1=1" + InCondition("_ASSET", assets) : CString()) +
+                        " group by _APP) C on C._APP=APPS._ID where 1=1";
     statement += CString::Formatted(" and (APPS._FLAGS & %d) = 0", AsInt(excludeMask));
     if (mask != 0) statement += CString::Formatted(" and ((APPS._FLAGS & %d) > 0)", AsInt(mask));
     statement += PublisherCondition(publisher);
-    statement += " group by APPS._ID ,APPS._MFR ,APPS._APP ,APPS._ALIAS order by APPS._ID";
+    statement += " order by APPS._ID";
     struct Row {
         ULong id;
         ULong alias;
@@ -134,12 +134,12 @@ ULong CNorvikSql::EnumGlobalSwAssets(ULong scope, ULong app, int withVersion, CS
 ULong CNorvikSql::EnumGlobalSwAppPublishers(ULong scope, CSortList& list, ULong mask) {
     CDynaList<ULong> assets;
     if (!ScopeAssets(scope, assets)) return list.GetCount();
-    const CString statement =
-        CString::Formatted(
-            "select APPS._MFR ,count(APPINST._ID) from APPINST,APPS where APPS._ID=APPINST._APP and "
-            "(APPS._FLAGS & %d) = 0 and (%d = (APPS._FLAGS & %d))",
-            AsInt(kAppHidden), AsInt(mask), AsInt(mask)) +
-        InCondition("APPINST._ASSET", assets) + " group by APPS._MFR order by APPS._MFR";
+    // Counted per application first, as in EnumGlobalSwApplications.
+    const CString statement = CString::Formatted(
+        "select APPS._MFR ,sum(C.N) from APPS join (select _APP ,count(_ID) as N from APPINST where 1=1%s group "
+        "by _APP) C on C._APP=APPS._ID where (APPS._FLAGS & %d) = 0 and (%d = (APPS._FLAGS & %d)) group by "
+        "APPS._MFR order by APPS._MFR",
+        InCondition("_ASSET", assets).c_str(), AsInt(kAppHidden), AsInt(mask), AsInt(mask));
     std::unordered_set<std::string> seen = TextsOf(list);
     try {
         for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {
