@@ -5,6 +5,7 @@
 #include "server/agent_glpi.h"
 #include "server/agent_xml.h"
 #include "server/compression.h"
+#include "server/console/console.h"
 #include "server/health.h"
 #include "server/server_settings.h"
 
@@ -38,6 +39,7 @@ PostedImport ImportPosted(const std::string& name, std::string_view text, Worker
     if (turn.owns_lock()) turn.unlock();
     switch (imported.status) {
         case InventoryImportStatus::kImported:
+            ConsoleStateOr(context.console).reports.Changed();
             result.imported = true;
             result.outcome = ImportStatusWord(imported.outcome);
             return result;

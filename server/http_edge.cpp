@@ -22,6 +22,7 @@
 
 #include "kb/auditdbsys.h"
 #include "platform/ui_hooks.h"
+#include "server/console/console.h"
 #include "server/health.h"
 
 namespace {
@@ -202,6 +203,8 @@ struct HttpEdge::Impl {
     AccessLog& log;
     std::unique_ptr<httplib::Server> server;
     std::unique_ptr<WorkerPool> pool;
+    // Builds the overview's report when it is too slow to build for a page.
+    std::unique_ptr<SiteReportRefresher> refresher;
     std::atomic<int> listenFd{-1};
     int port = 0;
 
@@ -217,7 +220,7 @@ struct HttpEdge::Impl {
 };
 
 HttpEdge::HttpEdge(const ServerSettings& settings, const Router& router, AccessLog& log)
-    : m_impl(new Impl{settings, router, log, nullptr, nullptr, -1, 0}) {}
+    : m_impl(new Impl{settings, router, log, nullptr, nullptr, nullptr, -1, 0}) {}
 
 HttpEdge::~HttpEdge() = default;
 
@@ -235,6 +238,8 @@ bool HttpEdge::Bind(std::string& error) {
     }
     httplib::Server& server = *m_impl->server;
     m_impl->pool = std::make_unique<WorkerPool>(settings);
+    m_impl->refresher =
+        std::make_unique<SiteReportRefresher>(ConsoleStateOr(settings.console).reports, settings.connection);
     WorkerPool* pool = m_impl->pool.get();
     server.new_task_queue = [pool] { return new PoolHandle(*pool); };
     // The listening socket is kept so that a stop can end the accepting alone (see Stop).

@@ -145,7 +145,7 @@ bool HandleConsole(const HttpRequest& request, CNorvikSql& db, ConsoleState& sta
     if (!api && family == Family::Overview &&
         ((request.method != "GET" && request.method != "HEAD") || !request.Query("action").empty()))
         return false;
-    ConsoleRequest page{request, db, state.settings, {}, api, rest};
+    ConsoleRequest page{request, db, state.settings, {}, api, rest, &state.reports};
     try {
         response = family == Family::None ? ConsoleError(page, 404, "Not found") : Answer(request, family, page, state);
     } catch (const std::exception& e) {
@@ -157,10 +157,13 @@ bool HandleConsole(const HttpRequest& request, CNorvikSql& db, ConsoleState& sta
     return true;
 }
 
-bool HandleConsole(const HttpRequest& request, WorkerContext& context, HttpResponse& response) {
-    if (context.console) return HandleConsole(request, context.db, *context.console, response);
+ConsoleState& ConsoleStateOr(ConsoleState* named) {
     // One state for the whole process when the server names none: sessions must outlive a
     // request and be seen by every worker.
     static ConsoleState fallback;
-    return HandleConsole(request, context.db, fallback, response);
+    return named ? *named : fallback;
+}
+
+bool HandleConsole(const HttpRequest& request, WorkerContext& context, HttpResponse& response) {
+    return HandleConsole(request, context.db, ConsoleStateOr(context.console), response);
 }

@@ -7,6 +7,7 @@
 
 #include "server/console/console_sessions.h"
 #include "server/console/console_settings.h"
+#include "server/console/site_report_cache.h"
 #include "server/http_message.h"
 #include "server/worker_context.h"
 
@@ -18,7 +19,11 @@ struct ConsoleState {
         : settings(std::move(given)), sessions(settings, std::move(clock)) {}
     const ConsoleSettings settings;
     ConsoleSessions sessions;
+    SiteReportCache reports;  // the overview's report; the server runs its refresher
 };
+
+// `named`, or the process-wide state when it is null (a server that names none).
+ConsoleState& ConsoleStateOr(ConsoleState* named);
 
 // Answers a request for one of the console's paths into `response` and returns true; returns
 // false, leaving `response` alone, when the path is not the console's: agents' posts to "/"

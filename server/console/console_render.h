@@ -16,6 +16,8 @@
 #include "server/http_message.h"
 #include "sql/norvik_sql.h"
 
+class SiteReportCache;  // server/console/site_report_cache.h
+
 // A request routed to a page family. `rest` is the path after the family's prefix ("" for the
 // listing, "/12" for one row), the same for a page and its JSON twin.
 struct ConsoleRequest {
@@ -25,6 +27,7 @@ struct ConsoleRequest {
     std::string user;  // the logged-on console user; empty when the console is open
     bool api = false;  // the JSON twin was asked for
     std::string rest;
+    SiteReportCache* reports = nullptr;  // where the overview's report is kept; null: built per request
 };
 
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;

@@ -2,6 +2,7 @@
 // numbers computed here, the markup in the template).
 #include "report/site_report.h"
 #include "server/console/console_pages.h"
+#include "server/console/site_report_cache.h"
 
 namespace {
 
@@ -78,7 +79,9 @@ void WriteCounts(JsonWriter& json, const char* key, const std::vector<SiteReport
 
 HttpResponse OverviewPage(const ConsoleRequest& request) {
     if (!request.rest.empty()) return ConsoleError(request, 404, "Not found");
-    const SiteReport report = BuildSiteReport(request.db, CTime::GetCurrentTime());
+    const std::shared_ptr<const SiteReport> kept =
+        request.reports ? request.reports->Get(request.db) : SiteReportCache::Build(request.db);
+    const SiteReport& report = *kept;
     if (request.api) {
         rapidjson::StringBuffer buffer;
         JsonWriter json(buffer);
