@@ -126,7 +126,13 @@ def site_figures(paths):
         if not os.path.exists(path):
             continue
         with open(path) as f:
+            previous = ""
             for figure in json.load(f):
+                # An indented figure (a ratio) belongs to the one before it.
+                if figure["figure"].startswith(" "):
+                    figure["figure"] = previous + ": " + figure["figure"].strip()
+                else:
+                    previous = figure["figure"]
                 key = (figure["engine"], figure["computers"], figure["figure"])
                 figures.pop(key, None)
                 figures[key] = figure
