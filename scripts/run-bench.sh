@@ -7,6 +7,8 @@
 #   NORVIK_SITE_RESULTS      site_bench --json files of bigger runs made apart, rendered beside
 #                            this run's (a later file's figure wins)
 #   NORVIK_BENCH_NOTE        a paragraph for RESULTS.md on how the figures were taken
+#   NORVIK_BENCH_PROGRAMS    the programs to run, e.g. "import_bench serve_bench" (default: all)
+#   NORVIK_BENCH_MIN_TIME    Google Benchmark's --benchmark_min_time for a shorter run, e.g. 0.2s
 set -euo pipefail
 dir=${1:-build-bench}
 out=${NORVIK_BENCH_OUT:-$dir/bench-results}
@@ -14,15 +16,17 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 rm -rf "$out"
 mkdir -p "$out"
 status=0
+gbench_args=(--benchmark_counters_tabular=true --benchmark_out_format=json)
+if [[ -n ${NORVIK_BENCH_MIN_TIME:-} ]]; then gbench_args+=("--benchmark_min_time=$NORVIK_BENCH_MIN_TIME"); fi
 for program in "$dir"/bench/*_bench; do
     name=$(basename "$program")
+    if [[ -n ${NORVIK_BENCH_PROGRAMS:-} && " $NORVIK_BENCH_PROGRAMS " != *" $name "* ]]; then continue; fi
     echo "== $name"
     case $name in
         serve_bench) "$program" | tee "$out/$name.txt" || status=1 ;;
         site_bench)
             NORVIK_SITE_COMPUTERS=${NORVIK_SITE_COMPUTERS:-1000} "$program" --json "$out/$name.json" || status=1 ;;
-        *) "$program" --benchmark_counters_tabular=true --benchmark_out="$out/$name.json" \
-               --benchmark_out_format=json || status=1 ;;
+        *) "$program" "${gbench_args[@]}" --benchmark_out="$out/$name.json" || status=1 ;;
     esac
 done
 # shellcheck disable=SC2086  # a list of files
