@@ -193,21 +193,36 @@ ProbeRates ProbeImports(const GeneratedSite& site, const std::string& connect, i
     return {Median(first), Median(again), Median(deletes)};
 }
 
+// The SQLite database's file.
+std::string SqliteFile(const ScratchDatabase& scratch) {
+    const std::string& connect = scratch.ConnectionString();
+    const std::size_t at = connect.find("Database=") + 9;
+    return connect.substr(at, connect.find(';', at) - at);
+}
+
+double FileBytes(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? static_cast<double>(info.st_size) : 0;
+}
+
+// SQLite: the log's size in bytes, then the log written back into the database and emptied.
+// With writers always at work some connection always reads, so SQLite's own checkpoints never
+// get to empty the log and it grows without end (and every read slows with it); a site gets
+// this only when its load pauses, the bench between rounds of audits.
+double Checkpoint(CNorvikSql& db, const ScratchDatabase& scratch) {
+    const double bytes = FileBytes(SqliteFile(scratch) + "-wal");
+    CSqlRecordset rs(&db, "pragma wal_checkpoint(TRUNCATE)");
+    return bytes;
+}
+
 // The database's size in bytes: PostgreSQL's own figure, or SQLite's file with its log.
 double DatabaseBytes(CNorvikSql& db, const ScratchDatabase& scratch) {
     if (scratch.engine() == Engine::PostgreSql) {
         CSqlRecordset rs(&db, "select pg_database_size(current_database())");
         return rs.IsEOF() ? 0 : std::atof(rs.TextAt(0).c_str());
     }
-    const std::string& connect = scratch.ConnectionString();
-    const std::size_t at = connect.find("Database=") + 9;
-    const std::string file = connect.substr(at, connect.find(';', at) - at);
-    double bytes = 0;
-    for (const std::string& path : {file, file + "-wal"}) {
-        struct stat info {};
-        if (::stat(path.c_str(), &info) == 0) bytes += static_cast<double>(info.st_size);
-    }
-    return bytes;
+    const std::string file = SqliteFile(scratch);
+    return FileBytes(file) + FileBytes(file + "-wal");
 }
 
 // Runs the norvik tool on the database; false (with what it said) when it failed.
@@ -269,7 +284,10 @@ public:
                              m_site.Capacity());
                 break;
             }
-            const SiteGrowth growth = builder.Grow(built, size);
+            double largestLog = 0;
+            const SiteGrowth growth = builder.Grow(built, size, [&] {
+                if (m_engine == Engine::Sqlite) largestLog = std::max(largestLog, Checkpoint(db, scratch));
+            });
             if (growth.failures > 0)
                 std::fprintf(stderr, "site_bench: %ld of %ld imports failed, first: %s\n", growth.failures,
                              growth.imports, growth.firstError.c_str());
@@ -282,6 +300,8 @@ public:
                     " writers (whole site so far)",
                 totalSeconds, "s");
             Add(size, "build rate, this step", growth.imports / growth.seconds, "inv/s");
+            if (m_engine == Engine::Sqlite)
+                Add(size, "build: largest SQLite log (WAL) of a round, then checkpointed", largestLog / 1048576, "MB");
             if (growth.failures > 0)
                 Add(size, "build: failed imports", static_cast<double>(growth.failures), "", "0", true);
             Measure(db, scratch, size, empty);

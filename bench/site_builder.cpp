@@ -84,7 +84,7 @@ void SiteBuilder::Prepare(CNorvikSql& db) const {
     }
 }
 
-SiteGrowth SiteBuilder::Grow(int from, int to) {
+SiteGrowth SiteBuilder::Grow(int from, int to, const std::function<void()>& betweenRounds) {
     SiteGrowth growth;
     std::mutex lock;
     std::atomic<long> imports{0};
@@ -122,6 +122,7 @@ SiteGrowth SiteBuilder::Grow(int from, int to) {
                 }
             });
         for (std::thread& thread : threads) thread.join();
+        if (betweenRounds) betweenRounds();
     }
     growth.imports = imports;
     growth.seconds = std::chrono::duration<double>(Clock::now() - start).count();

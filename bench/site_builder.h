@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,8 +35,9 @@ public:
     void Prepare(CNorvikSql& db) const;
     // Adds computers from..to-1 with every audit each: an audit at a time across them (as a
     // site's agents report one round after another), each computer's user-field values after
-    // its first. Progress goes to stderr.
-    SiteGrowth Grow(int from, int to);
+    // its first. Progress goes to stderr. `betweenRounds`, when given, runs after each round
+    // while no writer is busy.
+    SiteGrowth Grow(int from, int to, const std::function<void()>& betweenRounds = {});
     // Gives the licensed applications of a site of `computers` their licences: most a per-PC
     // type whose declared count is a share of the site (some below their installations), the
     // rest a site licence. Returns how many applications took one.
