@@ -5,7 +5,9 @@
 #                engines, then a short run of every fuzz target
 #   make package build the Release tree and make a .deb of it (build-release/norvik_*.deb)
 #   make install install the Release tree (PREFIX, default /usr/local)
-#   make bench   build and run the benchmarks
+#   make bench   build and run the benchmarks on both engines and write bench/RESULTS.md; the site
+#                growth grows to 1,000 computers (NORVIK_SITE_COMPUTERS=1000,5000 and
+#                NORVIK_SITE_PG_COMPUTERS=1000,5000,20000 for the big sites: about an hour more)
 #   make format  apply .clang-format to the sources
 JOBS ?= $(shell nproc)
 BUILD_TYPE ?= RelWithDebInfo
