@@ -1323,6 +1323,13 @@ public:
     // of the columns that change, all in one transaction (joining the caller's). 1; 0 on failure.
     virtual int SetAssetRecord(ULong asset, const AssetRecordUpdate& update, int recordHistory, CTime when) = 0;
 
+    // ---- Application rows in bulk (beyond the published slots) ----
+    // Appends the catalogue row of each id of `apps` that exists (publisher, name, licence type and
+    // count; installations and version left 0 and empty), in _ID order, in one statement however
+    // many: a report over hundreds of applications would otherwise read them four columns at a time.
+    // Returns the list's count.
+    virtual ULong applicationGetRows(const CDynaList<ULong>& apps, CDynaList<ApplicationPageRow>& rows) = 0;
+
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The message-box callback installed now and its context (null when none), so that a caller

@@ -25,28 +25,37 @@ bool TextBefore(const std::string& a, const std::string& b) {
 std::vector<LicenceReportRow> BuildLicenceReport(CNorvik& db, ULong scope) {
     CSortList counted;
     db.licenceEnumInstallations(scope, counted);
+    // The catalogue rows of the counted applications in one read, not four reads a row.
+    CDynaList<ULong> ids;
+    for (const CSortItem& item : counted) ids.Add(item.id);
+    CDynaList<CNorvik::ApplicationPageRow> catalogue;
+    db.applicationGetRows(ids, catalogue);
+    std::map<ULong, const CNorvik::ApplicationPageRow*> rowOf;
+    for (const CNorvik::ApplicationPageRow& row : catalogue) rowOf.emplace(row.id, &row);
     std::map<ULong, TypeFacts> types;
     std::vector<LicenceReportRow> rows;
     rows.reserve(counted.GetCount());
     for (const CSortItem& item : counted) {
+        const auto found = rowOf.find(item.id);
+        if (found == rowOf.end()) continue;  // deleted since it was counted
+        const CNorvik::ApplicationPageRow& app = *found->second;
         LicenceReportRow row;
         row.app = item.id;
         row.installed = static_cast<int>(item.extra);
-        const ULong type = db.GetAppLicenceType(item.id);
-        auto known = types.find(type);
+        auto known = types.find(app.licenceType);
         if (known == types.end()) {
             CString name;
             TypeFacts facts;
-            db.GetLicenceDetails(type, name, &facts.flags);
+            db.GetLicenceDetails(app.licenceType, name, &facts.flags);
             facts.name = name.str();
-            known = types.emplace(type, facts).first;
+            known = types.emplace(app.licenceType, facts).first;
         }
         row.type = known->second.name;
-        row.declared = static_cast<int>(db.GetAppLicenceCount(item.id));
+        row.declared = static_cast<int>(app.licenceCount);
         if (known->second.flags & CNorvik::kLicencePerPc) row.difference = row.declared - row.installed;
         row.overUsed = row.difference < 0;
-        row.publisher = db.GetAppPublisher(item.id, 0).str();
-        row.name = db.applicationGetName(item.id, 0, 0).str();
+        row.publisher = app.publisher.str();
+        row.name = CString(app.name).TrimRight().str();
         rows.push_back(std::move(row));
     }
     std::sort(rows.begin(), rows.end(), [](const LicenceReportRow& a, const LicenceReportRow& b) {

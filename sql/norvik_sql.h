@@ -443,6 +443,9 @@ public:
     // ---- Asset record in one step ----
     int SetAssetRecord(ULong asset, const AssetRecordUpdate& update, int recordHistory, CTime when) override;
 
+    // ---- Application rows in bulk ----
+    ULong applicationGetRows(const CDynaList<ULong>& apps, CDynaList<ApplicationPageRow>& rows) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.

@@ -118,6 +118,7 @@ const std::vector<Family> kSlotOrder = {
     {"Hardware values in bulk (beyond the published slots)", {"hwAddValues", "hwFindAssetsByValue"}},
     {"Software files by page (beyond the published slots)", {"swFileEnumPage"}},
     {"Asset record in one step (beyond the published slots)", {"SetAssetRecord"}},
+    {"Application rows in bulk (beyond the published slots)", {"applicationGetRows"}},
 };
 
 std::string ReadSource(const char* relative) {

@@ -34,6 +34,24 @@ TEST_P(Applications, AddAppFindsTheExistingRowOrCreatesOneWithTheFlags) {
     EXPECT_EQ(AllMessages(), "");
 }
 
+// A report's catalogue rows in one read: ids in any order, repeated or missing.
+TEST_P(Applications, RowsInBulkComeInIdOrderAndSkipMissingIds) {
+    const ULong editor = db_->applicationAdd("Acme", "Editor", 0);
+    const ULong viewer = db_->applicationAdd("", "Viewer", 0);
+    db_->ExecuteStatement(
+        CString::Formatted("update APPS set _LICTYPE=3, _LICCOUNT=40 where _ID=%d", static_cast<int>(viewer)));
+    CDynaList<ULong> ids;
+    for (ULong id : {viewer, editor + viewer + 100, editor, viewer}) ids.Add(id);
+    CDynaList<CNorvik::ApplicationPageRow> rows;
+    ASSERT_EQ(db_->applicationGetRows(ids, rows), 2u) << AllMessages();
+    EXPECT_EQ(rows[0].id, editor);
+    EXPECT_EQ(rows[0].publisher, CString("Acme"));
+    EXPECT_EQ(rows[0].name, CString("Editor"));
+    EXPECT_EQ(rows[1].id, viewer);
+    EXPECT_EQ(rows[1].licenceType, 3u);
+    EXPECT_EQ(rows[1].licenceCount, 40u);
+}
+
 TEST_P(Applications, DisplayNameJoinsPublisherAndNameAndFollowsAliasesByDepth) {
     const ULong a = db_->applicationAdd("Acme", "Editor", 1), b = db_->applicationAdd("Beta", "Writer", 1);
     const ULong c = db_->applicationAdd("", "Tool", 1);
