@@ -465,6 +465,10 @@ public:
 
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
+    // Gives a database at 7.14 the indexes a new one is created with (UpdateIndexes), in one
+    // transaction, announcing each change through CallUser(1, text). Returns how many indexes it
+    // created or dropped; -1 on failure (reported; nothing changed).
+    int UpgradeIndexes();
 
 protected:
     int GetVer(unsigned short& major, unsigned short& minor);
@@ -481,6 +485,12 @@ protected:
     void Update708to709();
     void Update710to711();
     void Update712to714();
+    // Creates every index of the engine's tables.sql that the database lacks and drops the ones
+    // it replaced (IX_HW_KEY), each announced through CallUser(1, text); the statements say "if
+    // not exists" / "if exists", so a second run changes nothing. OfferUpgrade runs it after an
+    // upgrade that reached 7.14, in its transaction. Returns the changes made; throws CDBException,
+    // the failing statement left in `statement`.
+    int UpdateIndexes(CString& statement);
 
     // Makes the one-entry file cache hold `file` with one query, unless it holds it already. The
     // key is set even when no row was found (the fields then keep what they held); a failure is
