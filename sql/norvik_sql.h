@@ -5,6 +5,7 @@
 // HandleSqlException (the caller's message-box callback) and returns its failure value.
 #pragma once
 
+#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -440,6 +441,12 @@ public:
     // ---- Software files by page ----
     ULong swFileEnumPage(ULong asset, ULong offset, ULong limit, CDynaList<SoftwareFilePageRow>& rows) override;
 
+    // ---- Purges in batches ----
+    // Each batch is one _ID range of the table walked by its primary key, so a batch reads
+    // only its own rows, and the walk needs no index on _DATE (history_purge.cpp).
+    ULong historyPurgeInBatches(const CTime& date, int keepInitial, int keepAudits, ULong batch) override;
+    ULong iePurgeInBatches(CTime before, ULong batch, ULong* histRows, ULong* cookieRows) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.
@@ -505,6 +512,14 @@ private:
     // The upgrade's CDBException passes through to Open.
     bool OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)());
     void ClearCaches();
+    // The steps of the purges in batches (history_purge.cpp). PurgeIdRanges runs `purge` over
+    // the _IDs first..last in ranges of `batch`, each range in a transaction of its own followed
+    // by a ProgCheck; false when the caller cancelled. `removed` adds up what the ranges answer.
+    // Both throw CDBException, leaving the failing statement in `statement` for DeleteCounted.
+    bool PurgeIdRanges(ULong first, ULong last, ULong batch, const std::function<ULong(ULong, ULong)>& purge,
+                       ULong& removed);
+    // Deletes the rows of `table` matching `condition` and answers how many went.
+    ULong DeleteCounted(const char* table, const CString& condition, CString& statement);
 
     // The row of asset m_assetCacheId, the one-entry asset cache (empty while the marker is 0).
     struct AssetCacheEntry {

@@ -117,6 +117,7 @@ const std::vector<Family> kSlotOrder = {
      {"assetEnumPage", "locEnumTree", "applicationEnumPage", "applicationEnumVersions", "historyEnumPage"}},
     {"Hardware values in bulk (beyond the published slots)", {"hwAddValues", "hwFindAssetsByValue"}},
     {"Software files by page (beyond the published slots)", {"swFileEnumPage"}},
+    {"Purges in batches (beyond the published slots)", {"historyPurgeInBatches", "iePurgeInBatches"}},
 };
 
 std::string ReadSource(const char* relative) {
