@@ -1302,10 +1302,10 @@ public:
 
     // ---- Purges in batches (beyond the published slots) ----
     // The purges of a long-running site, cut into batches of at most `batch` consecutive _IDs
-    // (0: kPurgeBatch), each deleted and committed in a transaction of its own, so that the
-    // agents' writes wait for one batch at most. Progress: ProgStart with the number of batches,
-    // ProgCheck after each committed batch; a cancel stops there, keeping the batches done.
-    // A failure is reported and stops the purge; the batches committed before it stay purged.
+    // (0: kPurgeBatch), each deleted and committed in a transaction of its own (inside a caller's
+    // transaction they join it), so that the agents' writes wait for one batch at most. Progress: ProgStart with the
+    // number of batches, ProgCheck after each committed batch; a cancel stops there, keeping the batches done. A
+    // failure is reported and stops the purge; the batches committed before it stay purged.
     static constexpr ULong kPurgeBatch = 5000;
     // Deletes what PurgeAssetHistory(0, date, keepInitial, keepAudits) deletes, with the events
     // of the deleted rows: the rows an asset keeps by keepAudits stay kept, whatever the order

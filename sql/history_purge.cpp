@@ -65,8 +65,9 @@ bool CNorvikSql::PurgeIdRanges(ULong first, ULong last, ULong batch, const std::
     for (std::uint64_t low = first; low <= last; low += batch) {
         const ULong high = static_cast<ULong>(std::min<std::uint64_t>(low + batch - 1, last));
         TransactionScope transaction(*this);
-        removed += purge(static_cast<ULong>(low), high);
+        const ULong gone = purge(static_cast<ULong>(low), high);
         transaction.Commit();
+        removed += gone;  // counted once committed: a failing commit takes its rows back
         if (!ProgCheck()) return false;
     }
     return true;
