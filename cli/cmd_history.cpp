@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch_progress.h"
 #include "cli/cli_context.h"
 #include "cli/resolve_asset.h"
 #include "sql/sql_recordset.h"
@@ -22,13 +23,15 @@ const char kHelp[] =
     "\n"
     "purge deletes the history of every asset dated before DATE (YYYY-MM-DD or YYYYMMDD,\n"
     "local midnight), with the events tied to it, and prints how many rows went. Initial\n"
-    "audits are always kept.\n";
+    "audits are always kept. The rows go in batches, each committed on its own.\n";
 
 const char kPurgeHelp[] =
     "usage: norvik history purge --before DATE\n"
     "Deletes the history of every asset dated before DATE (YYYY-MM-DD or YYYYMMDD, local\n"
     "midnight), with the events tied to the deleted rows, and prints how many rows went.\n"
-    "Initial audits are kept whatever their date.\n";
+    "Initial audits are kept whatever their date. The rows go in batches of a few thousand,\n"
+    "each committed on its own, so audits arriving meanwhile are not held up; an interrupted\n"
+    "purge keeps the batches it finished. On a terminal the progress is shown on stderr.\n";
 
 int Usage(const char* help, const std::string& problem) {
     if (!problem.empty()) PrintError(problem);
@@ -116,8 +119,13 @@ int PurgeHistory(Context& context) {
     // A purge that removed nothing looks like one that failed, but for the message shown.
     const MessageWatch watch(*db, context.options);
     // Every asset, initial audits kept, no audits kept beyond the date rule: what a purge
-    // list would hold, in one statement with the events of the deleted rows.
-    const int removed = db->PurgeAssetHistory(0, before, 1, 0);
+    // list would hold, with the events of the deleted rows. In batches, each committed on its
+    // own, so the agents writing history meanwhile wait for one batch at most.
+    ULong removed = 0;
+    {
+        const BatchProgress progress(*db, "Purging history");
+        removed = db->historyPurgeInBatches(before, 1, 0, 0);
+    }
     if (watch.Shown()) return kExitFailed;
     const std::string day = IsoDateTime(before).substr(0, 10);
     if (context.options.json) {

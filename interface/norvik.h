@@ -1330,6 +1330,22 @@ public:
     // Returns the list's count.
     virtual ULong applicationGetRows(const CDynaList<ULong>& apps, CDynaList<ApplicationPageRow>& rows) = 0;
 
+    // ---- Purges in batches (beyond the published slots) ----
+    // The purges of a long-running site, cut into batches of at most `batch` consecutive _IDs
+    // (0: kPurgeBatch), each deleted and committed in a transaction of its own (inside a caller's
+    // transaction they join it), so that the agents' writes wait for one batch at most. Progress: ProgStart with the
+    // number of batches, ProgCheck after each committed batch; a cancel stops there, keeping the batches done. A
+    // failure is reported and stops the purge; the batches committed before it stay purged.
+    static constexpr ULong kPurgeBatch = 5000;
+    // Deletes what PurgeAssetHistory(0, date, keepInitial, keepAudits) deletes, with the events
+    // of the deleted rows: the rows an asset keeps by keepAudits stay kept, whatever the order
+    // of the batches. Returns the number of HISTORY rows deleted.
+    virtual ULong historyPurgeInBatches(const CTime& date, int keepInitial, int keepAudits, ULong batch) = 0;
+    // Deletes what ieEnumPurge(before, ...) lists: IEHIST then IECOOKIE rows dated before
+    // `before`. *histRows and *cookieRows (either may be null) receive how many went of each.
+    // Returns both counts added up.
+    virtual ULong iePurgeInBatches(CTime before, ULong batch, ULong* histRows, ULong* cookieRows) = 0;
+
     // Not virtual.
     void ProgSetCallback(NorvikCallback fn, CallbackValue context);
     // The message-box callback installed now and its context (null when none), so that a caller

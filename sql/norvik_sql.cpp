@@ -48,10 +48,13 @@ bool CNorvikSql::OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)())
     unsigned short major = 0;
     unsigned short minor = 0;
     GetVer(major, minor);
-    if (major * 100 + minor == kRequiredMajor * 100 + kRequiredMinor)
+    if (major * 100 + minor == kRequiredMajor * 100 + kRequiredMinor) {
+        CString statement;
+        UpdateIndexes(statement);
         transaction.Commit();
-    else
+    } else {
         m_nVersion = 0;
+    }
     return true;
 }
 

@@ -5,6 +5,7 @@
 // HandleSqlException (the caller's message-box callback) and returns its failure value.
 #pragma once
 
+#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -446,6 +447,12 @@ public:
     // ---- Application rows in bulk ----
     ULong applicationGetRows(const CDynaList<ULong>& apps, CDynaList<ApplicationPageRow>& rows) override;
 
+    // ---- Purges in batches ----
+    // Each batch is one _ID range of the table walked by its primary key, so a batch reads
+    // only its own rows, and the walk needs no index on _DATE (history_purge.cpp).
+    ULong historyPurgeInBatches(const CTime& date, int keepInitial, int keepAudits, ULong batch) override;
+    ULong iePurgeInBatches(CTime before, ULong batch, ULong* histRows, ULong* cookieRows) override;
+
     // ---- Licence totals by application text (SWLIC; not virtual) ----
     // SWLIC keeps, per (type, application text), a total and an authorised value whose meaning
     // is the caller's.
@@ -471,6 +478,10 @@ public:
 
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
+    // Gives a database at 7.14 the indexes a new one is created with (UpdateIndexes), in one
+    // transaction, announcing each change through CallUser(1, text). Returns how many indexes it
+    // created or dropped; -1 on failure (reported; nothing changed).
+    int UpgradeIndexes();
 
 protected:
     int GetVer(unsigned short& major, unsigned short& minor);
@@ -487,6 +498,12 @@ protected:
     void Update708to709();
     void Update710to711();
     void Update712to714();
+    // Creates every index of the engine's tables.sql that the database lacks and drops the ones
+    // it replaced (IX_HW_KEY), each announced through CallUser(1, text); the statements say "if
+    // not exists" / "if exists", so a second run changes nothing. OfferUpgrade runs it after an
+    // upgrade that reached 7.14, in its transaction. Returns the changes made; throws CDBException,
+    // the failing statement left in `statement`.
+    int UpdateIndexes(CString& statement);
 
     // Makes the one-entry file cache hold `file` with one query, unless it holds it already. The
     // key is set even when no row was found (the fields then keep what they held); a failure is
@@ -501,6 +518,14 @@ private:
     // The upgrade's CDBException passes through to Open.
     bool OfferUpgrade(const char* target, void (CNorvikSql::*upgrade)());
     void ClearCaches();
+    // The steps of the purges in batches (history_purge.cpp). PurgeIdRanges runs `purge` over
+    // the _IDs first..last in ranges of `batch`, each range in a transaction of its own followed
+    // by a ProgCheck; false when the caller cancelled. `removed` adds up what the ranges answer.
+    // Both throw CDBException, leaving the failing statement in `statement` for DeleteCounted.
+    bool PurgeIdRanges(ULong first, ULong last, ULong batch, const std::function<ULong(ULong, ULong)>& purge,
+                       ULong& removed);
+    // Deletes the rows of `table` matching `condition` and answers how many went.
+    ULong DeleteCounted(const char* table, const CString& condition, CString& statement);
 
     // The row of asset m_assetCacheId, the one-entry asset cache (empty while the marker is 0).
     struct AssetCacheEntry {

@@ -12,6 +12,7 @@
 #include "platform/ctime.h"
 #include "platform/odbc_recordset.h"
 #include "sql/find_or_insert_lock.h"
+#include "sql/history_purge.h"
 #include "sql/schema_scripts.h"
 #include "sql/sql_arguments.h"
 #include "sql/sql_database.h"
@@ -57,7 +58,7 @@ std::int32_t Clean(CDatabase& db, const Arguments& args, std::int32_t* /*out*/) 
 
 // usp_PurgeAssetHist(asset, before, keepinitial, keepaudits, OUT removed): the two statements
 // of postgresql/usp_purgeassethist.sql (which says what the arguments mean), with the arguments
-// written in. The rows are counted first because the count is the procedure's answer.
+// written in. The rows are counted before their delete because the count is the answer.
 std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* out) {
     long asset = 0, keepInitial = 0, keepAudits = 0;
     DateTimeParts before;
@@ -69,12 +70,12 @@ std::int32_t PurgeAssetHist(CDatabase& db, const Arguments& args, std::int32_t* 
     const CString bound =
         CSqlDatabase::SqlQuote(CString::Formatted("%4.4d%2.2d%2.2d %2.2d:%2.2d:%2.2d", before.year, before.month,
                                                   before.day, before.hour, before.minute, before.second));
-    const CString condition = CString::Formatted(
-        "(%ld = 0 or _ASSET = %ld) and _DATE < %s and (%ld = 0 or _CODE <> 65539) and (%ld <= 0 or (select "
-        "count(distinct H._DATE) from HISTORY H where H._ASSET = HISTORY._ASSET and H._DATE > HISTORY._DATE) >= %ld)",
-        asset, asset, bound.c_str(), keepInitial, keepAudits, keepAudits);
-    const std::int32_t removed = FirstValueAsInt32(db, "select count(*) from HISTORY where " + condition);
+    const CString condition = HistoryPurgeCondition(asset, bound, keepInitial, keepAudits);
+    // The events' delete comes first, so the transaction takes the write lock before it reads:
+    // a count read first would hold a snapshot that any agent's commit makes stale, and SQLite
+    // then refuses the later delete as busy once the timeout has passed.
     db.ExecuteSQL("delete from EVENTLOG where _HISTID in (select _ID from HISTORY where " + condition + ")");
+    const std::int32_t removed = FirstValueAsInt32(db, "select count(*) from HISTORY where " + condition);
     db.ExecuteSQL("delete from HISTORY where " + condition);
     if (out) *out = removed;
     return 0;

@@ -3,4 +3,7 @@
 -- instead of dotted texts. LOCDATA is still empty here, so no value needs converting.
 alter table LOCDATA alter column _IPFROM drop default, alter column _IPFROM type integer using 0, alter column _IPFROM set default 0;
 alter table LOCDATA alter column _IPTO drop default, alter column _IPTO type integer using 0, alter column _IPTO set default 0;
+-- Before IX_HW_KEY_VAL, HW's values were found through an index on _KEY alone.
+drop index IX_HW_KEY_VAL;
+create index IX_HW_KEY on HW (_KEY);
 update VERSION set _MAJOR = 7, _MINOR = 8;

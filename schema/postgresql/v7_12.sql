@@ -1,3 +1,6 @@
 -- Turns a new 7.14 database (tables.sql) into the 7.12 layout, for upgrade tests. The
--- tables of 7.12 are those of 7.14; only the version row differs.
+-- tables of 7.12 are those of 7.14; the version row and HW's older index differ.
+-- Before IX_HW_KEY_VAL, HW's values were found through an index on _KEY alone.
+drop index IX_HW_KEY_VAL;
+create index IX_HW_KEY on HW (_KEY);
 update VERSION set _MAJOR = 7, _MINOR = 12;

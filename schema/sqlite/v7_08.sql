@@ -6,4 +6,7 @@ alter table LOCDATA drop column _IPTO;
 alter table LOCDATA drop column _IPFROM;
 alter table LOCDATA add column _IPFROM integer default 0;
 alter table LOCDATA add column _IPTO integer default 0;
+-- Before IX_HW_KEY_VAL, HW's values were found through an index on _KEY alone.
+drop index IX_HW_KEY_VAL;
+create index IX_HW_KEY on HW (_KEY);
 update VERSION set _MAJOR = 7, _MINOR = 8;

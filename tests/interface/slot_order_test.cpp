@@ -119,6 +119,7 @@ const std::vector<Family> kSlotOrder = {
     {"Software files by page (beyond the published slots)", {"swFileEnumPage"}},
     {"Asset record in one step (beyond the published slots)", {"SetAssetRecord"}},
     {"Application rows in bulk (beyond the published slots)", {"applicationGetRows"}},
+    {"Purges in batches (beyond the published slots)", {"historyPurgeInBatches", "iePurgeInBatches"}},
 };
 
 std::string ReadSource(const char* relative) {

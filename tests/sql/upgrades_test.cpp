@@ -37,6 +37,13 @@ protected:
         return rs.IsEOF() ? 0 : rs.NumberAt(0);
     }
     int StoredVersion() { return static_cast<int>(Number("select _MAJOR*100+_MINOR from VERSION")); }
+    // Whether the database holds the index (PostgreSQL keeps the scripts' names in lower case).
+    bool HasIndex(const char* name) {
+        const CString quoted = CSqlDatabase::SqlQuote(name);
+        return Number((IsSqlite() ? "select count(*) from sqlite_master where type = 'index' and name = " + quoted
+                                  : "select count(*) from pg_indexes where indexname = lower(" + quoted + ")")
+                          .str()) != 0;
+    }
 
     // An HW row as the hardware tree writes it; returns its _ID.
     ULong AddHw(ULong parent, ULong asset, ULong flags, const char* key, const char* value = "") {
@@ -99,8 +106,11 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsAndAGapInTheIdsAddsNoRow) {
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.0.9"});
+    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.0.9", "Creating index IX_HW_KEY_VAL",
+                                                 "Dropping index IX_HW_KEY"}));
     ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
+    EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
+    EXPECT_FALSE(HasIndex("IX_HW_KEY"));
 
     EXPECT_EQ(db_->locGetIpRangesFrom(first), "192.168.0.1");
     EXPECT_EQ(db_->locGetIpRangesTo(first), "192.168.0.254");
@@ -141,6 +151,8 @@ TEST_P(UpgradeFrom710, WithoutCpuCategoryNothingChangesAndTheVersionStays) {
               "The Audit Database needs upgrading from v7.10 to v7.14.\n\nPlease consult your System Administrator");
     EXPECT_EQ(StoredVersion(), 710);
     EXPECT_EQ(Number("select count(*) from HW where _KEY='System'"), 0u) << "stopped before the categories";
+    EXPECT_TRUE(HasIndex("IX_HW_KEY")) << "the indexes stay as they were too";
+    EXPECT_FALSE(HasIndex("IX_HW_KEY_VAL"));
 }
 
 TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategories) {
@@ -154,7 +166,9 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.1"});
+    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.1", "Creating index IX_HW_KEY_VAL",
+                                                 "Dropping index IX_HW_KEY"}));
+    EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
     EXPECT_EQ(val(p4), "Intel Pentium 4");
     EXPECT_EQ(val(measured), "2800");
@@ -184,7 +198,9 @@ TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, std::vector<std::string>{"Upgrading Database to v7.1.4"});
+    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.4", "Creating index IX_HW_KEY_VAL",
+                                                 "Dropping index IX_HW_KEY"}));
+    EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", speed), "2793") << "speeds are the 7.11 step's business";
@@ -213,5 +229,41 @@ TEST_P(UpgradeFrom712, StopsEarlyWithoutCpuAndSkipsNormalisedNames) {
 }
 
 NORVIK_ON_BOTH_ENGINES(UpgradeFrom712);
+
+// A database at 7.14 created before IX_HW_KEY_VAL replaced IX_HW_KEY is not offered an
+// upgrade; UpgradeIndexes (run by `norvik upgrade`) gives it the new index, and a second run
+// finds nothing to do.
+class UpgradeIndexesAt714 : public UpgradeTest {};
+
+TEST_P(UpgradeIndexesAt714, AnOlderIndexSetIsBroughtToTheNewOneOnce) {
+    raw_.ExecuteStatement("drop index IX_HW_KEY_VAL");
+    raw_.ExecuteStatement("create index IX_HW_KEY on HW (_KEY)");
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_TRUE(status_.empty());
+    EXPECT_EQ(db_->UpgradeIndexes(), 2);
+    EXPECT_EQ(status_, (std::vector<std::string>{"Creating index IX_HW_KEY_VAL", "Dropping index IX_HW_KEY"}));
+    EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
+    EXPECT_FALSE(HasIndex("IX_HW_KEY"));
+    EXPECT_TRUE(HasIndex("IX_HISTORY_ASSET_DATE")) << "indexes already there are left alone";
+    EXPECT_EQ(db_->UpgradeIndexes(), 0);
+    EXPECT_EQ(status_.size(), 2u);
+    EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UpgradeIndexesAt714, AFailureIsReportedAndChangesNothing) {
+    raw_.ExecuteStatement("drop index IX_HW_KEY_VAL");
+    raw_.ExecuteStatement("create index IX_HW_KEY on HW (_KEY)");
+    // The table the next new index names is gone, so its statement fails after IX_HW_KEY_VAL.
+    raw_.ExecuteStatement("drop table NOTES");
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(db_->UpgradeIndexes(), -1);
+    ASSERT_EQ(messages_.size(), 1u);
+    EXPECT_NE(messages_[0].find("create index if not exists IX_NOTES_TYPE_TABLE_RECORD on NOTES"), std::string::npos)
+        << messages_[0];
+    EXPECT_FALSE(HasIndex("IX_HW_KEY_VAL")) << "rolled back";
+    EXPECT_TRUE(HasIndex("IX_HW_KEY"));
+}
+
+NORVIK_ON_BOTH_ENGINES(UpgradeIndexesAt714);
 
 }  // namespace

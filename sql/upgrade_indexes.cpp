@@ -1,0 +1,93 @@
+// The index step of the upgrades: a database created by an earlier release gets the indexes the
+// engine's tables.sql creates today, and loses the ones they replaced. The scripts stay the one
+// place an index is declared, so an index added there reaches upgraded databases by itself.
+#include <strings.h>
+
+#include <cctype>
+#include <string>
+#include <vector>
+
+#include "sql/norvik_sql.h"
+#include "sql/schema_scripts.h"
+#include "sql/sql_recordset.h"
+
+namespace {
+
+// Indexes that earlier releases created and the current schema replaced: IX_HW_KEY on HW (_KEY)
+// gave way to IX_HW_KEY_VAL on HW (_KEY, _VAL), which serves every lookup it served.
+const char* const kRetiredIndexes[] = {"IX_HW_KEY"};
+
+struct IndexDefinition {
+    std::string name;
+    std::string statement;  // "create index if not exists NAME on TABLE (COLUMNS)"
+};
+
+// The "create index NAME on ..." statements of the engine's tables.sql.
+std::vector<IndexDefinition> SchemaIndexes(SqlEngine engine) {
+    std::vector<IndexDefinition> indexes;
+    const char* script = SchemaScript(engine == SqlEngine::PostgreSql ? "postgresql/tables.sql" : "sqlite/tables.sql");
+    if (!script) return indexes;
+    constexpr char kHead[] = "create index ";
+    constexpr std::size_t kHeadLength = sizeof kHead - 1;
+    for (const std::string& statement : SplitSqlScript(script)) {
+        if (strncasecmp(statement.c_str(), kHead, kHeadLength) != 0) continue;
+        std::size_t end = kHeadLength;
+        while (end < statement.size() &&
+               (std::isalnum(static_cast<unsigned char>(statement[end])) || statement[end] == '_'))
+            ++end;
+        IndexDefinition index;
+        index.name = statement.substr(kHeadLength, end - kHeadLength);
+        index.statement = "create index if not exists ";
+        index.statement.append(statement, kHeadLength, std::string::npos);
+        indexes.push_back(std::move(index));
+    }
+    return indexes;
+}
+
+bool IndexExists(CNorvikSql& db, const std::string& name) {
+    // PostgreSQL folds the unquoted names of the scripts to lower case.
+    const CString quoted = CSqlDatabase::SqlQuote(name.c_str());
+    const CString statement =
+        db.GetEngine() == SqlEngine::PostgreSql
+            ? "select count(*) from pg_indexes where schemaname = current_schema() and indexname = lower(" + quoted +
+                  ")"
+            : "select count(*) from sqlite_master where type = 'index' and lower(name) = lower(" + quoted + ")";
+    CSqlRecordset rs(&db, statement);
+    return !rs.IsEOF() && rs.NumberAt(0) != 0;
+}
+
+}  // namespace
+
+int CNorvikSql::UpdateIndexes(CString& statement) {
+    int changes = 0;
+    for (const IndexDefinition& index : SchemaIndexes(GetEngine())) {
+        if (IndexExists(*this, index.name)) continue;
+        const std::string status = "Creating index " + index.name;
+        CallUser(1, reinterpret_cast<CallbackValue>(status.c_str()));
+        statement = index.statement.c_str();
+        ExecuteStatement(statement);
+        ++changes;
+    }
+    for (const char* retired : kRetiredIndexes) {
+        if (!IndexExists(*this, retired)) continue;
+        const std::string status = std::string("Dropping index ") + retired;
+        CallUser(1, reinterpret_cast<CallbackValue>(status.c_str()));
+        statement = CString("drop index if exists ") + retired;
+        ExecuteStatement(statement);
+        ++changes;
+    }
+    return changes;
+}
+
+int CNorvikSql::UpgradeIndexes() {
+    CString statement;
+    try {
+        TransactionScope transaction(*this);
+        const int changes = UpdateIndexes(statement);
+        transaction.Commit();
+        return changes;
+    } catch (const CDBException& e) {
+        HandleSqlException(e, statement);
+        return -1;
+    }
+}
