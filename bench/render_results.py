@@ -189,6 +189,12 @@ def main():
             print("- `%s`: %s" % (path, ", ".join(sizes)))
         print()
     print(table.render())
+    # The programs that print a report of their own are shown as they printed it.
+    for name in ("two_servers_bench", "history_purge_bench"):
+        path = os.path.join(out, name + ".txt")
+        if os.path.exists(path):
+            with open(path) as text:
+                print("\n## %s\n\n```\n%s```" % (name, text.read()))
 
 
 if __name__ == "__main__":

@@ -23,7 +23,7 @@ for program in "$dir"/bench/*_bench; do
     if [[ -n ${NORVIK_BENCH_PROGRAMS:-} && " $NORVIK_BENCH_PROGRAMS " != *" $name "* ]]; then continue; fi
     echo "== $name"
     case $name in
-        serve_bench) "$program" | tee "$out/$name.txt" || status=1 ;;
+        serve_bench | two_servers_bench | history_purge_bench) "$program" | tee "$out/$name.txt" || status=1 ;;
         site_bench)
             NORVIK_SITE_COMPUTERS=${NORVIK_SITE_COMPUTERS:-1000} "$program" --json "$out/$name.json" || status=1 ;;
         *) "$program" "${gbench_args[@]}" --benchmark_out="$out/$name.json" || status=1 ;;
