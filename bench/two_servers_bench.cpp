@@ -2,7 +2,8 @@
 // agents on kept-alive connections post the zlib-compressed 300-software inventories of 500
 // distinct machines, then 100 of them again, each to the server it did not reach the first time.
 // Inventories per second for one server and for two, the ratio, and the checks that matter more:
-// every post answered 200, one asset per machine. NORVIK_TWO_SERVERS_MACHINES sets the machines.
+// every post answered 200, one asset per machine. NORVIK_TWO_SERVERS_MACHINES sets the machines,
+// NORVIK_TWO_SERVERS_WORKERS the workers of each server (default 8).
 #include <httplib.h>
 
 #include <algorithm>
@@ -26,7 +27,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int kAgents = 16;
 constexpr int kSoftware = 300;
-constexpr int kWorkersPerServer = 8;
+int g_workersPerServer = 8;  // NORVIK_TWO_SERVERS_WORKERS
 
 ULong AssetsIn(const ScratchDatabase& scratch) {
     CAuditDBSys kb;
@@ -40,22 +41,23 @@ struct Post {
     int server;  // index into the ports
 };
 
-// Every post by kAgents agents, each agent keeping one connection per server; failures counted.
+// Every post by kAgents agents, as a load balancer spreads them: each agent keeps one connection
+// to one server (an idle kept-alive connection holds a worker) and sends that server's posts.
 double PostAll(const std::vector<Post>& posts, const std::vector<int>& ports, std::atomic<int>& failed) {
-    std::atomic<std::size_t> next{0};
+    std::vector<std::vector<const Post*>> queues(ports.size());
+    for (const Post& post : posts) queues[static_cast<std::size_t>(post.server) % ports.size()].push_back(&post);
+    std::vector<std::atomic<std::size_t>> next(ports.size());
     const auto start = Clock::now();
     std::vector<std::thread> agents;
     for (int a = 0; a < kAgents; ++a)
-        agents.emplace_back([&] {
-            std::vector<std::unique_ptr<httplib::Client>> clients;
-            for (int port : ports) {
-                clients.push_back(std::make_unique<httplib::Client>("127.0.0.1", port));
-                clients.back()->set_keep_alive(true);
-                clients.back()->set_read_timeout(120, 0);
-            }
-            for (std::size_t i = next++; i < posts.size(); i = next++) {
-                const auto reply =
-                    clients[posts[i].server % ports.size()]->Post("/", *posts[i].body, "application/x-compress-zlib");
+        agents.emplace_back([&, a] {
+            const std::size_t server = static_cast<std::size_t>(a) % ports.size();
+            httplib::Client client("127.0.0.1", ports[server]);
+            client.set_keep_alive(true);
+            client.set_read_timeout(120, 0);
+            const auto& queue = queues[server];
+            for (std::size_t i = next[server]++; i < queue.size(); i = next[server]++) {
+                const auto reply = client.Post("/", *queue[i]->body, "application/x-compress-zlib");
                 if (!reply || reply->status != 200) ++failed;
             }
         });
@@ -73,7 +75,7 @@ double Run(int servers, const std::vector<std::string>& bodies, int again) {
     for (int s = 0; s < servers; ++s) {
         processes.push_back(std::make_unique<ServerProcess>(
             dir.path, std::vector<std::string>{"--dsn", scratch.ConnectionString(), "serve", "--workers",
-                                               std::to_string(kWorkersPerServer)}));
+                                               std::to_string(g_workersPerServer)}));
         ports.push_back(processes.back()->port);
     }
     // The site has seen one such machine: its applications are in the catalogue.
@@ -105,10 +107,12 @@ int main() {
     const char* count = std::getenv("NORVIK_TWO_SERVERS_MACHINES");
     const int machines = count ? std::max(1, std::atoi(count)) : 500;
     const int again = std::max(1, machines / 5);
+    if (const char* workers = std::getenv("NORVIK_TWO_SERVERS_WORKERS"))
+        g_workersPerServer = std::max(1, std::atoi(workers));
     std::vector<std::string> bodies;
     for (int i = 0; i < machines; ++i)
         bodies.push_back(Deflate(XmlInventory(kSoftware, 200000 + i), Compression::kZlib));
-    std::printf("%d agents, %d workers a server, %d machines then %d again (PostgreSQL)\n", kAgents, kWorkersPerServer,
+    std::printf("%d agents, %d workers a server, %d machines then %d again (PostgreSQL)\n", kAgents, g_workersPerServer,
                 machines, again);
     std::printf("%-8s  %6s  %9s  %6s  %6s\n", "servers", "posts", "posts/s", "failed", "assets");
     const double one = Run(1, bodies, again);
