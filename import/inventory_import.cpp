@@ -40,8 +40,14 @@ private:
     CallbackValue m_context = 0;
 };
 
-// "1,816"
-std::string Grouped(ULong value) {
+bool Unchanged(const ImportOutcome& o) {
+    return !o.newAsset && o.applicationsAdded == 0 && o.applicationsRemoved == 0 && o.hardwareChanges == 0 &&
+           !o.recordChanged && o.renamedFrom.empty();
+}
+
+}  // namespace
+
+std::string GroupedNumber(ULong value) {
     const std::string digits = std::to_string(value);
     std::string grouped;
     for (std::size_t i = 0; i < digits.size(); ++i) {
@@ -51,15 +57,8 @@ std::string Grouped(ULong value) {
     return grouped;
 }
 
-bool Unchanged(const ImportOutcome& o) {
-    return !o.newAsset && o.applicationsAdded == 0 && o.applicationsRemoved == 0 && o.hardwareChanges == 0 &&
-           !o.recordChanged && o.renamedFrom.empty();
-}
-
-}  // namespace
-
 std::string CountedText(ULong value, const char* one, const char* many) {
-    return Grouped(value) + " " + (value == 1 ? one : many);
+    return GroupedNumber(value) + " " + (value == 1 ? one : many);
 }
 
 CInventoryImporter::CInventoryImporter(CNorvik& db, ImportTransactions& transactions, ImportPlacement placement)
@@ -108,7 +107,7 @@ std::string DescribeImport(const ImportOutcome& o) {
                CountedText(o.hardwareValues, "hardware value", "hardware values");
     if (Unchanged(o)) return "unchanged";
     std::string text = CountedText(o.applicationsAdded, "application", "applications") + " added, " +
-                       Grouped(o.applicationsRemoved) + " removed, " +
+                       GroupedNumber(o.applicationsRemoved) + " removed, " +
                        CountedText(o.hardwareChanges, "hardware change", "hardware changes");
     if (o.recordChanged) text += ", record changed";
     if (!o.renamedFrom.empty()) text += ", renamed from " + o.renamedFrom;

@@ -58,5 +58,7 @@ std::string DescribeImport(const ImportOutcome& outcome);
 // by device id", "matched by host name", ... or "no machine matched" for a new asset, followed by
 // ": the asset NAME is another machine (REASON)" when the host's name was taken.
 std::string DescribeMatch(const ImportOutcome& outcome, const std::string& hostName);
+// "1,816": `value` with thousands grouped.
+std::string GroupedNumber(ULong value);
 // "1,816 applications": `value` with thousands grouped and the word for one or many.
 std::string CountedText(ULong value, const char* one, const char* many);

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "sql/id_lists.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -13,9 +14,6 @@ namespace {
 // The rows that can count for a licensed application: the licensed ones themselves and every
 // aliased row, whose installations count for the rows up its alias chain.
 const char kCountedRows[] = "select _ID from APPS where _LICTYPE > 1 or _ALIAS <> 0";
-
-// How many asset _IDs one statement names.
-constexpr ULong kAssetsPerStatement = 500;
 
 }  // namespace
 
@@ -47,11 +45,7 @@ ULong CNorvikSql::licenceEnumInstallations(ULong scope, CSortList& list) {
             readCounts("select APPINST._APP ,count(*) from APPINST where APPINST._APP <> 0" + counted);
         } else if (!licensed.empty() && anyAsset) {
             // The scope's assets spelled out, a slice at a time to keep each statement short.
-            for (ULong from = 0; from < assets.GetCount(); from += kAssetsPerStatement) {
-                std::string in;
-                for (ULong i = from; i < assets.GetCount() && i < from + kAssetsPerStatement; ++i)
-                    // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on "," + text.
-                    in.append(in.empty() ? "" : ",").append(std::to_string(static_cast<int>(assets[i])));
+            for (const std::string& in : IdLists(assets)) {
                 // Every application of these assets, from the (asset, application) index alone;
                 // rows that count for nothing are passed over below.
                 readCounts("select APPINST._APP ,count(*) from APPINST where APPINST._ASSET in (" + CString(in) +

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "sql/app_names.h"
+#include "sql/id_lists.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
@@ -225,15 +226,10 @@ ULong CNorvikSql::applicationEnumPage(const char* text, ULong asset, ULong offse
 ULong CNorvikSql::applicationGetRows(const CDynaList<ULong>& apps, CDynaList<ApplicationPageRow>& rows) {
     CString statement;
     try {
-        // A slice of ids at a time keeps each statement short.
-        constexpr ULong kIdsPerStatement = 500;
         std::vector<ULong> ids(apps.begin(), apps.end());
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-        for (std::size_t from = 0; from < ids.size(); from += kIdsPerStatement) {
-            std::string in;
-            for (std::size_t i = from; i < ids.size() && i < from + kIdsPerStatement; ++i)
-                in.append(in.empty() ? "" : ",").append(std::to_string(AsInt(ids[i])));
+        for (const std::string& in : IdLists(ids)) {
             statement =
                 "select _ID,_MFR,_APP,_LICTYPE,_LICCOUNT from APPS where _ID in (" + CString(in) + ") order by _ID";
             for (CSqlRecordset rs(this, statement); !rs.IsEOF(); rs.MoveNext()) {

@@ -3,16 +3,13 @@
 #include <set>
 #include <tuple>
 
+#include "sql/id_lists.h"
 #include "sql/norvik_sql.h"
 #include "sql/sql_recordset.h"
 
 namespace {
 
 int AsInt(ULong value) { return static_cast<int>(value); }
-
-// Assets per statement when a scope is written out as an "in" list, so that a large site
-// gives statements of bounded length.
-constexpr ULong kAssetsPerStatement = 500;
 
 using Item = std::tuple<std::string, ULong, ULong>;
 
@@ -22,19 +19,12 @@ std::set<Item> ItemsOf(const CSortList& list) {
     return items;
 }
 
-// The "in" lists of `assets`, kAssetsPerStatement at a time; one empty condition for the
-// whole site.
+// The "in" conditions of `assets`, a bounded number each; one empty condition for the whole
+// site.
 std::vector<CString> AssetConditions(bool wholeSite, const CDynaList<ULong>& assets) {
-    std::vector<CString> conditions;
     if (wholeSite) return {CString()};
-    for (ULong first = 0; first < assets.GetCount(); first += kAssetsPerStatement) {
-        CString condition = " and SWLINK._ASSET in (";
-        for (ULong i = first; i < assets.GetCount() && i < first + kAssetsPerStatement; ++i) {
-            if (i != first) condition += ',';
-            condition += CString::Formatted("%d", AsInt(assets[i]));
-        }
-        conditions.push_back(condition + ")");
-    }
+    std::vector<CString> conditions;
+    for (const std::string& in : IdLists(assets)) conditions.push_back(" and SWLINK._ASSET in (" + CString(in) + ")");
     return conditions;
 }
 
