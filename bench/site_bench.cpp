@@ -10,6 +10,8 @@
 //   NORVIK_SITE_ENGINES       "sqlite", "postgresql" or both (default: both when
 //                             $NORVIK_TEST_PG_DSN is set, else SQLite)
 //   NORVIK_SITE_WRITERS       concurrent writers while building (default 4)
+//   NORVIK_SITE_PG_KEEP       a PostgreSQL database name: the grown site is kept there at the end,
+//                             and a later run finds it there and grows it on (or only measures it)
 // With --json FILE every figure is also written to FILE (rewritten after each size).
 #include <sys/stat.h>
 
@@ -194,8 +196,7 @@ ProbeRates ProbeImports(const GeneratedSite& site, const std::string& connect, i
 }
 
 // The SQLite database's file.
-std::string SqliteFile(const ScratchDatabase& scratch) {
-    const std::string& connect = scratch.ConnectionString();
+std::string SqliteFile(const std::string& connect) {
     const std::size_t at = connect.find("Database=") + 9;
     return connect.substr(at, connect.find(';', at) - at);
 }
@@ -210,18 +211,18 @@ double FileBytes(const std::string& path) {
 // get to empty the log and it grows without end (and every read slows with it); a site gets
 // this only when its load pauses, the bench between rounds of audits.
 double Checkpoint(CNorvikSql& db, const ScratchDatabase& scratch) {
-    const double bytes = FileBytes(SqliteFile(scratch) + "-wal");
+    const double bytes = FileBytes(SqliteFile(scratch.ConnectionString()) + "-wal");
     CSqlRecordset rs(&db, "pragma wal_checkpoint(TRUNCATE)");
     return bytes;
 }
 
 // The database's size in bytes: PostgreSQL's own figure, or SQLite's file with its log.
-double DatabaseBytes(CNorvikSql& db, const ScratchDatabase& scratch) {
-    if (scratch.engine() == Engine::PostgreSql) {
+double DatabaseBytes(CNorvikSql& db, const std::string& connect) {
+    if (connect.find("SQLite") == std::string::npos) {
         CSqlRecordset rs(&db, "select pg_database_size(current_database())");
         return rs.IsEOF() ? 0 : std::atof(rs.TextAt(0).c_str());
     }
-    const std::string file = SqliteFile(scratch);
+    const std::string file = SqliteFile(connect);
     return FileBytes(file) + FileBytes(file + "-wal");
 }
 
@@ -251,16 +252,6 @@ bool Page(CNorvikSql& db, ConsoleState& console, const std::string& path,
     return response.status == 200;
 }
 
-std::string Thousands(long value) {
-    const std::string digits = std::to_string(value);
-    std::string grouped;
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
-        grouped += digits[i];
-    }
-    return grouped;
-}
-
 class SiteRun {
 public:
     SiteRun(Engine engine, const Options& options, Figures& figures)
@@ -269,13 +260,19 @@ public:
     void Run(const std::vector<int>& sizes) {
         const ProbeRates empty = EmptySiteRates();
         ScratchDatabase scratch(m_engine);
+        const char* keep = m_engine == Engine::PostgreSql ? std::getenv("NORVIK_SITE_PG_KEEP") : nullptr;
+        const bool reuse = keep && KeptSiteExists(keep);
+        const std::string connect = reuse ? PostgresConnection(keep) : scratch.ConnectionString();
         CAuditDBSys kb;
         CNorvikSql db(kb);
-        if (!db.Open(scratch.ConnectionString().c_str(), nullptr, 0x4))
+        if (!db.Open(connect.c_str(), nullptr, 0x4))
             throw std::runtime_error("site_bench: cannot open the site's database");
-        SiteBuilder builder(m_site, scratch.ConnectionString(), m_options.writers);
-        builder.Prepare(db);
+        SiteBuilder builder(m_site, connect, m_options.writers);
         int built = 0;
+        if (reuse)
+            built = SiteComputers(db);
+        else
+            builder.Prepare(db);
         double totalSeconds = 0;
         long totalImports = 0;
         for (const int size : sizes) {
@@ -296,17 +293,25 @@ public:
             totalSeconds += growth.seconds;
             totalImports += growth.imports;
             Add(size,
-                "build: " + Thousands(totalImports) + " imports, " + std::to_string(m_options.writers) +
-                    " writers (whole site so far)",
+                "build: " + GroupedNumber(static_cast<ULong>(totalImports)) + " imports, " +
+                    std::to_string(m_options.writers) + " writers (whole site so far)",
                 totalSeconds, "s");
             Add(size, "build rate, this step", growth.imports / growth.seconds, "inv/s");
             if (m_engine == Engine::Sqlite)
                 Add(size, "build: largest SQLite log (WAL) of a round, then checkpointed", largestLog / 1048576, "MB");
             if (growth.failures > 0)
                 Add(size, "build: failed imports", static_cast<double>(growth.failures), "", "0", true);
-            Measure(db, scratch, size, empty);
+            if (m_engine == Engine::PostgreSql) {
+                // What autovacuum does over the next minutes on a site; measured at once instead.
+                const auto start = Clock::now();
+                db.ExecuteStatement("vacuum (analyze)");
+                Add(size, "vacuum and analyze after the build", Milliseconds(Clock::now() - start) / 1000, "s");
+            }
+            Measure(db, connect, size, empty);
             m_figures.Flush(m_name, size);
         }
+        db.Close();
+        if (keep && !reuse) KeepSite(scratch, keep);
     }
 
 private:
@@ -332,8 +337,33 @@ private:
         return ProbeImports(m_site, scratch.ConnectionString(), m_options.runs, m_serial);
     }
 
-    void Measure(CNorvikSql& db, const ScratchDatabase& scratch, int size, const ProbeRates& empty) {
+    // A kept site: a database of that name on the PostgreSQL test server.
+    static bool KeptSiteExists(const std::string& name) {
+        CAuditDBSys kb;
+        CNorvikSql admin(kb);
+        admin.Open(PostgresAdminConnection().c_str(), nullptr, 0x4);
+        CSqlRecordset rs(&admin, ("select 1 from pg_database where datname = '" + name + "'").c_str());
+        return !rs.IsEOF();
+    }
+
+    // The generated computers a kept site holds (the probe's are deleted after each probe).
+    static int SiteComputers(CNorvikSql& db) {
+        CSqlRecordset rs(&db, "select count(*) from ASSETS where _NAME like 'PC-%'");
+        return rs.IsEOF() ? 0 : static_cast<int>(rs.NumberAt(0));
+    }
+
+    static void KeepSite(const ScratchDatabase& scratch, const std::string& name) {
         const std::string& connect = scratch.ConnectionString();
+        const std::size_t at = connect.find("Database=") + 9;
+        const std::string source = connect.substr(at, connect.find(';', at) - at);
+        CAuditDBSys kb;
+        CNorvikSql admin(kb);
+        admin.Open(PostgresAdminConnection().c_str(), nullptr, 0x4);
+        admin.ExecuteStatement(("create database " + name + " template " + source).c_str());
+        std::printf("site kept in PostgreSQL database %s\n", name.c_str());
+    }
+
+    void Measure(CNorvikSql& db, const std::string& connect, int size, const ProbeRates& empty) {
         const int runs = m_options.runs;
         const ProbeRates grown = ProbeImports(m_site, connect, runs, m_serial);
         Add(size, "import new computer, 1 writer, empty site", empty.first, "inv/s");
@@ -409,7 +439,7 @@ private:
             AddMs(size, page.name, MedianMs(runs, [&] { return Page(db, console, page.path, page.query); }),
                   page.ceiling);
         }
-        const double bytes = DatabaseBytes(db, scratch);
+        const double bytes = DatabaseBytes(db, connect);
         Add(size, "database size", bytes / 1048576, "MB");
         Add(size, "database size per computer", bytes / 1024 / size, "KB");
     }
