@@ -16,6 +16,7 @@
 #include "import/import_transactions.h"
 #include "import/inventory_import.h"
 #include "import/inventory_reader.h"
+#include "import/read_ahead.h"
 #include "platform/ui_hooks.h"
 
 namespace cli {
@@ -182,22 +183,23 @@ int RunImport(Context& context) {
     CInventoryImporter importer(*db, transactions, placement);
 
     const Progress progress(files.size(), files.size() > 1 && isatty(STDERR_FILENO));
+    std::vector<std::string> names;
+    for (const std::string& file : files) names.push_back(file == "-" ? "(standard input)" : file);
+    // The next files are read and parsed while this one is written.
+    InventoryReadAhead reader(names, [&files](std::size_t index, std::string& text, std::string& error) {
+        if (files[index] == "-") return ReadStandardInput(text, error);
+        return ReadLocalFile(files[index], kInventoryMaxBytes, text, error, "line 1, column 1: " + InventoryTooLarge());
+    });
     std::vector<Result> results;
     for (std::size_t i = 0; i < files.size(); ++i) {
         progress.Show(i);
         Result result;
-        result.file = files[i] == "-" ? "(standard input)" : files[i];
-        std::string text;
-        bool read = true;
-        if (files[i] == "-") {
-            read = ReadStandardInput(text, result.error);
-        } else {
-            read = ReadLocalFile(files[i], kInventoryMaxBytes, text, result.error,
-                                 "line 1, column 1: " + InventoryTooLarge());
-        }
+        result.file = names[i];
+        const ReadAheadItem read = reader.Next();
+        result.error = read.error;
         bool applied = false;
-        if (read) {
-            const InventoryImportResult imported = importer.Import(result.file, text);
+        if (read.parsed) {
+            const InventoryImportResult imported = importer.Apply(read.inventory);
             if (imported.status == InventoryImportStatus::kConnectionLost) {
                 // Every later file, the licence check and the summary would fail the same way.
                 progress.Clear();

@@ -71,6 +71,11 @@ InventoryImportResult CInventoryImporter::Import(const std::string& name, std::s
         result.status = InventoryImportStatus::kDamaged;
         return result;
     }
+    return Apply(inventory);
+}
+
+InventoryImportResult CInventoryImporter::Apply(const Inventory& inventory) {
+    InventoryImportResult result;
     result.hostName = inventory.hostName;
     Messages messages;
     const BorrowedMessages borrowed(m_db, messages);

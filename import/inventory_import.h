@@ -40,6 +40,8 @@ public:
     // committed or rolled back. An inventory that fails is not tried again, except when
     // PostgreSQL ended its transaction to break a deadlock or a serialisation conflict.
     InventoryImportResult Import(const std::string& name, std::string_view text);
+    // As Import, for an inventory already read (ReadInventory, InventoryReadAhead).
+    InventoryImportResult Apply(const Inventory& inventory);
 
     // The writer, for callers that hold an inventory already read.
     CInventoryWriter& Writer() { return m_writer; }
