@@ -95,22 +95,6 @@ TEST_P(ImportTool, EachLineNamesTheRuleThatFoundItsAssetAndAssetsNameTheirKind) 
               std::string::npos)
         << json.out;
 
-    const std::string partial = WriteFile(
-        dir_.path / "partial.json",
-        R"({"action":"inventory","deviceid":"stranger-1","partial":true,"content":{"batteries":[{"name":"B"}]}})");
-    const ToolResult refused = Import({partial});
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_NE(refused.err.find(
-                  "stranger-1: a partial inventory of an unknown machine is refused (a full inventory is needed)"),
-              std::string::npos)
-        << refused.err;
-    EXPECT_EQ(Count("ASSET"), 2u);
-
-    const std::vector<std::string> shown = Lines(Ok({"asset", "show", "agent1 (2)"}));
-    EXPECT_TRUE(std::any_of(shown.begin(), shown.end(), [](const std::string& line) {
-        return line.starts_with("Kind ") && line.ends_with(" laptop");
-    }));
-    EXPECT_NE(Ok({"asset", "show", "reception-pc", "--json"}).find("\"kind\": \"computer\""), std::string::npos);
     const std::string list = Ok({"asset", "list"});
     EXPECT_NE(list.find("agent1 (2)    laptop "), std::string::npos) << list;
     EXPECT_NE(list.find("reception-pc  computer "), std::string::npos) << list;
@@ -126,20 +110,6 @@ TEST_P(ImportTool, ReadsStandardInputAndRefusesMissingPathsAndBadWords) {
     const ToolResult piped = RunToolWithInput(dir_.path, On({"import", "-"}), Slurp(kFixtures / "laptop.json"));
     EXPECT_EQ(piped.exitCode, 0) << piped.err;
     EXPECT_NE(piped.out.find(": new asset, "), std::string::npos) << piped.out;
-}
-
-// Two tool processes importing into one database at once both finish: a transaction the engine
-// reports busy is tried again rather than failed.
-TEST_P(ImportTool, TwoConcurrentImportsBothFinish) {
-    std::vector<std::string> one{"import"}, two{"import"};
-    for (int i = 0; i < 4; ++i) {
-        one.insert(one.end(), {(kFixtures / "workstation.xml").string(), (kFixtures / "laptop.json").string()});
-        two.push_back((kFixtures / "placeholders.ocs").string());
-    }
-    const pid_t first = StartTool(On(one)), second = StartTool(On(two));
-    EXPECT_EQ(WaitTool(first), 0);
-    EXPECT_EQ(WaitTool(second), 0);
-    EXPECT_EQ(Count("ASSET"), 3u);
 }
 
 // Every file of the shared corpus on its own: each named software entry becomes an instance of

@@ -12,6 +12,7 @@
 #include "import/inventory_reader.h"
 #include "import/inventory_writer.h"
 #include "sql/sql_recordset.h"
+#include "support/asset_views.h"
 #include "support/engine_test.h"
 
 namespace {
@@ -53,31 +54,9 @@ protected:
         }
         return *writer_;
     }
-    std::vector<std::string> HistoryOf(ULong asset) {
-        std::vector<ULong> ids;
-        {
-            CSqlRecordset rs(db_.get(), CString::Formatted("select _ID from HISTORY where _ASSET=%d order by _ID",
-                                                           static_cast<int>(asset)));
-            for (; !rs.IsEOF(); rs.MoveNext()) ids.push_back(rs.NumberAt(0));
-        }
-        std::vector<std::string> texts;
-        for (ULong id : ids) texts.push_back(db_->historyFormatRecord(id).str());
-        return texts;
-    }
-    std::set<std::string> HardwareOf(ULong asset) {
-        CHwList list;
-        db_->hwEnumAll(asset, list, 0);
-        std::set<std::string> items;
-        for (const CHwItem& item : list) items.insert(item.HistoryKey().str() + "=" + item.value.str());
-        return items;
-    }
-    std::set<std::string> SoftwareOf(ULong asset) {
-        CSortList list;
-        db_->EnumApplicationInstances(asset, 1, list, 0, 0);
-        std::set<std::string> names;
-        for (const CSortItem& item : list) names.insert(item.text.str());
-        return names;
-    }
+    std::vector<std::string> HistoryOf(ULong asset) { return ::HistoryOf(*db_, asset); }
+    std::set<std::string> HardwareOf(ULong asset) { return ::HardwareOf(*db_, asset); }
+    std::set<std::string> SoftwareOf(ULong asset) { return ::SoftwareOf(*db_, asset); }
     std::string Field(ULong asset, const char* key) { return db_->userdataGetValue(0, asset, key, 2).str(); }
     ULong Status(ULong asset) {
         CSqlRecordset rs(db_.get(),

@@ -14,6 +14,7 @@
 #include "import/inventory_writer.h"
 #include "kb/table.h"
 #include "sql/sql_recordset.h"
+#include "support/asset_views.h"
 #include "support/engine_test.h"
 
 namespace {
@@ -83,24 +84,8 @@ protected:
         EXPECT_TRUE(writer.Apply(inventory, outcome, error)) << error << AllMessages();
         return outcome;
     }
-    std::vector<std::string> HistoryOf(ULong asset) {
-        std::vector<ULong> ids;
-        {
-            CSqlRecordset rs(db_.get(), CString::Formatted("select _ID from HISTORY where _ASSET=%d order by _ID",
-                                                           static_cast<int>(asset)));
-            for (; !rs.IsEOF(); rs.MoveNext()) ids.push_back(rs.NumberAt(0));
-        }
-        std::vector<std::string> texts;
-        for (ULong id : ids) texts.push_back(db_->historyFormatRecord(id).str());
-        return texts;
-    }
-    std::set<std::string> HardwareOf(ULong asset) {
-        CHwList list;
-        db_->hwEnumAll(asset, list, 0);
-        std::set<std::string> items;
-        for (const CHwItem& item : list) items.insert(item.HistoryKey().str() + "=" + item.value.str());
-        return items;
-    }
+    std::vector<std::string> HistoryOf(ULong asset) { return ::HistoryOf(*db_, asset); }
+    std::set<std::string> HardwareOf(ULong asset) { return ::HardwareOf(*db_, asset); }
     // The row counts of `tables`.
     std::vector<ULong> Counts(std::initializer_list<const char*> tables = {"ASSET", "HW", "HISTORY", "MAKE", "MODEL",
                                                                            "CAT"}) {
@@ -284,14 +269,6 @@ TEST_P(InventoryWriter, FailedInventoryLeavesTheDatabaseAsItWas) {
     EXPECT_EQ(error, "(no name): the inventory names no host");
     EXPECT_EQ(Counts(), counts);
     EXPECT_TRUE(HardwareOf(asset).count("Processors|Processor 1|Speed=2400"));
-}
-
-std::set<std::string> SoftwareOf(CNorvik& db, ULong asset) {
-    CSortList list;
-    db.EnumApplicationInstances(asset, 1, list, 0, 0);
-    std::set<std::string> names;
-    for (const CSortItem& item : list) names.insert(item.text.str());
-    return names;
 }
 
 TEST_P(InventoryWriter, NewAssetGetsAnInstancePerApplicationAndNoSoftwareHistory) {

@@ -9,7 +9,7 @@ namespace {
 
 class Options : public EngineTest {};
 
-TEST_P(Options, QuotesWildcardsAndLongValuesSurvive) {
+TEST_P(Options, QuotesWildcardsAndLongValuesSurviveAndFailuresAreShown) {
     const std::string longValue(5000, 'v');
     const std::pair<const char*, std::string> cases[] = {
         {"O'Neil's key", "it's 'quoted'"}, {"100%_done", "*?[x]"}, {"long", longValue}, {"caf\xE9", "na\xEFve \x80"}};
@@ -18,9 +18,8 @@ TEST_P(Options, QuotesWildcardsAndLongValuesSurvive) {
     // A wildcard in a key matches only itself.
     EXPECT_STREQ(db_->GetOption("100x_done").c_str(), "");
     EXPECT_TRUE(messages_.empty()) << AllMessages();
-}
 
-TEST_P(Options, FailureReachesTheMessageBoxWithTheStatement) {
+    // A failure reaches the message box with the statement.
     db_->ExecuteStatement("drop table OPTIONS");
     EXPECT_STREQ(db_->GetOption("Key").c_str(), "");
     db_->SetOption("Key", "v");

@@ -13,7 +13,7 @@ constexpr std::int64_t kDay = 24 * 60 * 60;
 
 class Scheduling : public EngineTest {};
 
-TEST_P(Scheduling, TheIntervalIsAWholeNumberOfDaysWithADefault) {
+TEST_P(Scheduling, AssetsAreDueOnceMoreThanTheIntervalOfWholeDaysHasPassed) {
     const std::tuple<const char*, int> cases[] = {{"7", 7},     {"3650", 3650}, {"0", 30},
                                                   {"3651", 30}, {"-7", 30},     {"7 days", 30},
                                                   {"", 30},     {"1e3", 30},    {"99999999999", 30}};
@@ -21,9 +21,7 @@ TEST_P(Scheduling, TheIntervalIsAWholeNumberOfDaysWithADefault) {
         db_->SetOption(CNorvikSql::kOptionAuditInterval, value);
         EXPECT_EQ(db_->GetAuditInterval(), days) << value;
     }
-}
-
-TEST_P(Scheduling, AssetsAreDueOnceMoreThanTheIntervalHasPassed) {
+    // An interval (a whole number of days, else the default) of 10 days.
     db_->SetOption(CNorvikSql::kOptionAuditInterval, "10");
     const CTime now(2009, 6, 1, 12, 0, 0);
     const ULong never = db_->AddAsset("never", 0, 0, 0, CTime());
