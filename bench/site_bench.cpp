@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -267,50 +268,25 @@ public:
         CNorvikSql db(kb);
         if (!db.Open(connect.c_str(), nullptr, 0x4))
             throw std::runtime_error("site_bench: cannot open the site's database");
-        SiteBuilder builder(m_site, connect, m_options.writers);
+        auto builder = std::make_unique<SiteBuilder>(m_site, connect, m_options.writers);
         int built = 0;
         if (reuse)
             built = SiteComputers(db);
         else
-            builder.Prepare(db);
-        double totalSeconds = 0;
-        long totalImports = 0;
+            builder->Prepare(db);
         for (const int size : sizes) {
             if (size > m_site.Capacity()) {
                 std::fprintf(stderr, "site_bench: %d computers do not fit the site's rooms (%d)\n", size,
                              m_site.Capacity());
                 break;
             }
-            double largestLog = 0;
-            const SiteGrowth growth = builder.Grow(built, size, [&] {
-                if (m_engine == Engine::Sqlite) largestLog = std::max(largestLog, Checkpoint(db, scratch));
-            });
-            if (growth.failures > 0)
-                std::fprintf(stderr, "site_bench: %ld of %ld imports failed, first: %s\n", growth.failures,
-                             growth.imports, growth.firstError.c_str());
-            builder.SetLicences(db, size);
+            if (size > built) Grow(*builder, db, scratch, built, size);
             built = size;
-            totalSeconds += growth.seconds;
-            totalImports += growth.imports;
-            Add(size,
-                "build: " + GroupedNumber(static_cast<ULong>(totalImports)) + " imports, " +
-                    std::to_string(m_options.writers) + " writers (whole site so far)",
-                totalSeconds, "s");
-            Add(size, "build rate, this step", growth.imports / growth.seconds, "inv/s");
-            if (m_engine == Engine::Sqlite)
-                Add(size, "build: largest SQLite log (WAL) of a round, then checkpointed", largestLog / 1048576, "MB");
-            if (growth.failures > 0)
-                Add(size, "build: failed imports", static_cast<double>(growth.failures), "", "0", true);
-            if (m_engine == Engine::PostgreSql) {
-                // What autovacuum does over the next minutes on a site; measured at once instead.
-                const auto start = Clock::now();
-                db.ExecuteStatement("vacuum (analyze)");
-                Add(size, "vacuum and analyze after the build", Milliseconds(Clock::now() - start) / 1000, "s");
-            }
             Measure(db, connect, size, empty);
             m_figures.Flush(m_name, size);
         }
         db.Close();
+        builder.reset();  // its writers' connections too: a database being copied has none
         if (keep && !reuse) KeepSite(scratch, keep);
     }
 
@@ -337,11 +313,39 @@ private:
         return ProbeImports(m_site, scratch.ConnectionString(), m_options.runs, m_serial);
     }
 
+    // Grows the site from `from` to `to` computers and adds the build's figures.
+    void Grow(SiteBuilder& builder, CNorvikSql& db, const ScratchDatabase& scratch, int from, int size) {
+        double largestLog = 0;
+        const SiteGrowth growth = builder.Grow(from, size, [&] {
+            if (m_engine == Engine::Sqlite) largestLog = std::max(largestLog, Checkpoint(db, scratch));
+        });
+        if (growth.failures > 0)
+            std::fprintf(stderr, "site_bench: %ld of %ld imports failed, first: %s\n", growth.failures, growth.imports,
+                         growth.firstError.c_str());
+        builder.SetLicences(db, size);
+        m_buildSeconds += growth.seconds;
+        m_buildImports += growth.imports;
+        Add(size,
+            "build: " + GroupedNumber(static_cast<ULong>(m_buildImports)) + " imports, " +
+                std::to_string(m_options.writers) + " writers (whole site so far)",
+            m_buildSeconds, "s");
+        Add(size, "build rate, this step", growth.imports / growth.seconds, "inv/s");
+        if (m_engine == Engine::Sqlite)
+            Add(size, "build: largest SQLite log (WAL) of a round, then checkpointed", largestLog / 1048576, "MB");
+        if (growth.failures > 0)
+            Add(size, "build: failed imports", static_cast<double>(growth.failures), "", "0", true);
+        if (m_engine == Engine::PostgreSql) {
+            // What autovacuum does over the next minutes on a site; measured at once instead.
+            const auto start = Clock::now();
+            db.ExecuteStatement("vacuum (analyze)");
+            Add(size, "vacuum and analyze after the build", Milliseconds(Clock::now() - start) / 1000, "s");
+        }
+    }
+
     // A kept site: a database of that name on the PostgreSQL test server.
     static bool KeptSiteExists(const std::string& name) {
-        CAuditDBSys kb;
-        CNorvikSql admin(kb);
-        admin.Open(PostgresAdminConnection().c_str(), nullptr, 0x4);
+        CSqlDatabase admin;
+        admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         CSqlRecordset rs(&admin, ("select 1 from pg_database where datname = '" + name + "'").c_str());
         return !rs.IsEOF();
     }
@@ -356,9 +360,8 @@ private:
         const std::string& connect = scratch.ConnectionString();
         const std::size_t at = connect.find("Database=") + 9;
         const std::string source = connect.substr(at, connect.find(';', at) - at);
-        CAuditDBSys kb;
-        CNorvikSql admin(kb);
-        admin.Open(PostgresAdminConnection().c_str(), nullptr, 0x4);
+        CSqlDatabase admin;
+        admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         admin.ExecuteStatement(("create database " + name + " template " + source).c_str());
         std::printf("site kept in PostgreSQL database %s\n", name.c_str());
     }
@@ -450,6 +453,8 @@ private:
     Figures& m_figures;
     const GeneratedSite m_site;
     int m_serial = 0;  // the probe's machines, distinct across the run
+    double m_buildSeconds = 0;
+    long m_buildImports = 0;
 };
 
 }  // namespace
