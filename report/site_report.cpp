@@ -42,15 +42,26 @@ std::unordered_map<ULong, std::string> OperatingSystems(CNorvik& db) {
     return names;
 }
 
-std::vector<SiteReportApplication> TopApplications(CNorvik& db) {
+// Every installed application that is not hidden, with its publisher and its count: one count
+// over the site's instances serves both the top applications and the top publishers.
+std::vector<SiteReportApplication> InstalledApplications(CNorvik& db) {
     CSortList installed;
     const CDynaList<ULong> wholeSite;
     db.EnumGlobalSwApplications(wholeSite, installed, 0, 0, 0, 1, nullptr, CNorvik::kAppHidden);
+    CDynaList<ULong> ids;
+    for (const CSortItem& item : installed) ids.Add(item.id);
+    CDynaList<CNorvik::ApplicationPageRow> catalogue;
+    db.applicationGetRows(ids, catalogue);
+    std::unordered_map<ULong, std::string> publisherOf;
+    for (const CNorvik::ApplicationPageRow& row : catalogue) publisherOf.emplace(row.id, row.publisher.str());
     std::vector<SiteReportApplication> rows;
     rows.reserve(installed.GetCount());
     for (const CSortItem& item : installed)
-        rows.push_back(SiteReportApplication{item.id, std::string(), item.text.str(), item.extra});
-    // Publishers are only read for the applications kept, so ties are broken by name alone.
+        rows.push_back(SiteReportApplication{item.id, publisherOf[item.id], item.text.str(), item.extra});
+    return rows;
+}
+
+std::vector<SiteReportApplication> TopApplications(std::vector<SiteReportApplication> rows) {
     const auto before = [](const SiteReportApplication& a, const SiteReportApplication& b) {
         if (a.installations != b.installations) return a.installations > b.installations;
         if (a.name != b.name) return NameBefore(a.name, b.name);
@@ -59,17 +70,15 @@ std::vector<SiteReportApplication> TopApplications(CNorvik& db) {
     const std::size_t kept = std::min(rows.size(), kSiteReportTop);
     std::partial_sort(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end(), before);
     rows.resize(kept);
-    for (SiteReportApplication& row : rows) row.publisher = db.GetAppPublisher(row.app, 0).str();
     return rows;
 }
 
-std::vector<SiteReportCount> TopPublishers(CNorvik& db) {
-    CSortList publishers;
-    db.EnumGlobalSwAppPublishers(0, publishers, 0);
-    std::vector<SiteReportCount> rows;
-    rows.reserve(publishers.GetCount());
-    for (const CSortItem& item : publishers) rows.push_back(SiteReportCount{item.text.str(), item.extra});
-    std::sort(rows.begin(), rows.end(), CountBefore);
+// Installations per publisher; the empty publisher is "Unknown".
+std::vector<SiteReportCount> TopPublishers(const std::vector<SiteReportApplication>& installed) {
+    std::map<std::string, ULong> counts;
+    for (const SiteReportApplication& app : installed)
+        counts[app.publisher.empty() ? "Unknown" : app.publisher] += app.installations;
+    std::vector<SiteReportCount> rows = Ranked(counts);
     if (rows.size() > kSiteReportTop) rows.resize(kSiteReportTop);
     return rows;
 }
@@ -118,8 +127,9 @@ SiteReport BuildSiteReport(CNorvik& db, CTime now) {
                   return a.asset < b.asset;
               });
 
-    report.applications = TopApplications(db);
-    report.publishers = TopPublishers(db);
+    std::vector<SiteReportApplication> installed = InstalledApplications(db);
+    report.publishers = TopPublishers(installed);
+    report.applications = TopApplications(std::move(installed));
     report.licences = BuildLicenceReport(db, 0);
     return report;
 }
