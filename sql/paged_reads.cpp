@@ -102,13 +102,18 @@ ULong CNorvikSql::assetEnumPage(const AssetPageQuery& query, CDynaList<AssetPage
                                           "(select min(_VERSION) from APPINST where APPINST._ASSET=A._ID and "
                                           "APPINST._APP=%d)",
                                           AsInt(query.app));
+        const CString placeJoins = CString::Formatted(
+            " left join LOCDATA L on L._ID=A._LOCATION and (A._STATUS & %d)=0 left join ASSET P on "
+            "P._ID=A._LOCATION and (A._STATUS & %d)<>0",
+            AsInt(kAssetChild), AsInt(kAssetChild));
+        // The page is cut first, numbered in its order, and only its rows get their operating
+        // system and version: read before the cut, a late page read them for every row before it.
+        const CString ordered = order + ",A._ID" + direction;
         statement = scope + "select A._ID,A._NAME," + place + ",A._CAT,coalesce(" + osName +
-                    ",''),A._SERIAL,A._MACADDR,A._IPADDR,A._AUDDATE," + version + ",A._STATUS" +
-                    " from ASSET A left join LOCDATA L on L._ID=A._LOCATION and (A._STATUS & " +
-                    CString::Formatted("%d", AsInt(kAssetChild)) +
-                    ")=0 left join ASSET P on P._ID=A._LOCATION and (A._STATUS & " +
-                    CString::Formatted("%d", AsInt(kAssetChild)) + ")<>0" + where + " order by " + order + ",A._ID" +
-                    direction + LimitClause(query.offset, query.limit);
+                    ",''),A._SERIAL,A._MACADDR,A._IPADDR,A._AUDDATE," + version +
+                    ",A._STATUS from (select A._ID,row_number() over (order by " + ordered + ") as N from ASSET A" +
+                    placeJoins + where + " order by " + ordered + LimitClause(query.offset, query.limit) +
+                    ") S join ASSET A on A._ID=S._ID" + placeJoins + " order by S.N";
         CSqlRecordset rs(this, statement);
         for (; !rs.IsEOF(); rs.MoveNext()) {
             AssetPageRow row;
