@@ -499,7 +499,7 @@ protected:
     void Update710to711();
     void Update712to714();
     // Creates every index of the engine's tables.sql that the database lacks and drops the ones
-    // it replaced (IX_HW_KEY), each announced through CallUser(1, text); the statements say "if
+    // it replaced (IX_HW_KEY, IX_APPINST_APP), each announced through CallUser(1, text); the statements say "if
     // not exists" / "if exists", so a second run changes nothing. OfferUpgrade runs it after an
     // upgrade that reached 7.14, in its transaction. Returns the changes made; throws CDBException,
     // the failing statement left in `statement`.

@@ -1,5 +1,6 @@
 // The index step of the upgrades: a database created by an earlier release gets the indexes the
-// engine's tables.sql creates today, and loses the ones they replaced. The scripts stay the one
+// engine's tables.sql creates today, loses the ones they replaced, and gets the tables' storage
+// settings the script declares. The scripts stay the one
 // place an index is declared, so an index added there reaches upgraded databases by itself.
 #include <strings.h>
 
@@ -13,9 +14,10 @@
 
 namespace {
 
-// Indexes that earlier releases created and the current schema replaced: IX_HW_KEY on HW (_KEY)
-// gave way to IX_HW_KEY_VAL on HW (_KEY, _VAL), which serves every lookup it served.
-const char* const kRetiredIndexes[] = {"IX_HW_KEY"};
+// Indexes that earlier releases created and the current schema replaced, each by one that serves
+// every lookup it served: IX_HW_KEY on HW (_KEY) by IX_HW_KEY_VAL on HW (_KEY, _VAL), and
+// IX_APPINST_APP on APPINST (_APP) by IX_APPINST_APP_ASSET_VERSION.
+const char* const kRetiredIndexes[] = {"IX_HW_KEY", "IX_APPINST_APP"};
 
 struct IndexDefinition {
     std::string name;
@@ -42,6 +44,51 @@ std::vector<IndexDefinition> SchemaIndexes(SqlEngine engine) {
         indexes.push_back(std::move(index));
     }
     return indexes;
+}
+
+// A table's storage settings as the engine's tables.sql declares them ("alter table NAME set
+// (option = value, ...)"; PostgreSQL's vacuum thresholds), each option as "option=value".
+struct TableSettings {
+    std::string table;
+    std::vector<std::string> options;
+    std::string statement;
+};
+
+std::vector<TableSettings> SchemaTableSettings(SqlEngine engine) {
+    std::vector<TableSettings> settings;
+    const char* script = SchemaScript(engine == SqlEngine::PostgreSql ? "postgresql/tables.sql" : "sqlite/tables.sql");
+    if (!script) return settings;
+    constexpr char kHead[] = "alter table ";
+    constexpr std::size_t kHeadLength = sizeof kHead - 1;
+    for (const std::string& statement : SplitSqlScript(script)) {
+        const std::size_t open = statement.find(" set (");
+        if (strncasecmp(statement.c_str(), kHead, kHeadLength) != 0 || open == std::string::npos) continue;
+        TableSettings table;
+        table.table = statement.substr(kHeadLength, open - kHeadLength);
+        table.statement = statement;
+        std::string option;
+        for (std::size_t i = open + 6; i < statement.size() && statement[i] != ')'; ++i) {
+            if (statement[i] == ',') {
+                table.options.push_back(option);
+                option.clear();
+            } else if (statement[i] != ' ') {
+                option += static_cast<char>(std::tolower(static_cast<unsigned char>(statement[i])));
+            }
+        }
+        if (!option.empty()) table.options.push_back(option);
+        settings.push_back(std::move(table));
+    }
+    return settings;
+}
+
+bool SettingsHeld(CNorvikSql& db, const TableSettings& settings) {
+    CString array;
+    for (const std::string& option : settings.options)
+        array += (array.IsEmpty() ? "" : ",") + CSqlDatabase::SqlQuote(option.c_str());
+    CSqlRecordset rs(&db, "select count(*) from pg_class where oid = to_regclass(lower(" +
+                              CSqlDatabase::SqlQuote(settings.table.c_str()) + ")) and reloptions @> array[" + array +
+                              "]::text[]");
+    return !rs.IsEOF() && rs.NumberAt(0) != 0;
 }
 
 bool IndexExists(CNorvikSql& db, const std::string& name) {
@@ -73,6 +120,14 @@ int CNorvikSql::UpdateIndexes(CString& statement) {
         const std::string status = std::string("Dropping index ") + retired;
         CallUser(1, reinterpret_cast<CallbackValue>(status.c_str()));
         statement = CString("drop index if exists ") + retired;
+        ExecuteStatement(statement);
+        ++changes;
+    }
+    for (const TableSettings& settings : SchemaTableSettings(GetEngine())) {
+        if (SettingsHeld(*this, settings)) continue;
+        const std::string status = "Setting the storage options of " + settings.table;
+        CallUser(1, reinterpret_cast<CallbackValue>(status.c_str()));
+        statement = settings.statement.c_str();
         ExecuteStatement(statement);
         ++changes;
     }

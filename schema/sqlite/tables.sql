@@ -207,7 +207,9 @@ create table APPINST (
     _FLAGS integer default 0
 );
 create index IX_APPINST_ASSET_APP on APPINST (_ASSET, _APP);
-create index IX_APPINST_APP on APPINST (_APP);
+-- An application's installations, their assets and versions from the index alone (the counts, the
+-- application's assets and its versions on a site of many computers).
+create index IX_APPINST_APP_ASSET_VERSION on APPINST (_APP, _ASSET, _VERSION);
 
 -- Licence types, alerts, licence totals by application text, serial-number places.
 create table LICTYPE (

@@ -107,10 +107,13 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsAndAGapInTheIdsAddsNoRow) {
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.0.9", "Creating index IX_HW_KEY_VAL",
-                                                 "Dropping index IX_HW_KEY"}));
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
+    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION"));
     EXPECT_FALSE(HasIndex("IX_HW_KEY"));
+    EXPECT_FALSE(HasIndex("IX_APPINST_APP"));
 
     EXPECT_EQ(db_->locGetIpRangesFrom(first), "192.168.0.1");
     EXPECT_EQ(db_->locGetIpRangesTo(first), "192.168.0.254");
@@ -167,7 +170,8 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.1", "Creating index IX_HW_KEY_VAL",
-                                                 "Dropping index IX_HW_KEY"}));
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
     EXPECT_EQ(val(p4), "Intel Pentium 4");
@@ -199,7 +203,8 @@ TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.4", "Creating index IX_HW_KEY_VAL",
-                                                 "Dropping index IX_HW_KEY"}));
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");
@@ -243,11 +248,25 @@ TEST_P(UpgradeIndexesAt714, AnOlderIndexSetIsBroughtToTheNewOneOnce) {
     EXPECT_EQ(db_->UpgradeIndexes(), 2);
     EXPECT_EQ(status_, (std::vector<std::string>{"Creating index IX_HW_KEY_VAL", "Dropping index IX_HW_KEY"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
+    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION"));
     EXPECT_FALSE(HasIndex("IX_HW_KEY"));
+    EXPECT_FALSE(HasIndex("IX_APPINST_APP"));
     EXPECT_TRUE(HasIndex("IX_HISTORY_ASSET_DATE")) << "indexes already there are left alone";
     EXPECT_EQ(db_->UpgradeIndexes(), 0);
     EXPECT_EQ(status_.size(), 2u);
     EXPECT_TRUE(messages_.empty()) << AllMessages();
+}
+
+TEST_P(UpgradeIndexesAt714, PostgreSqlTablesGetTheirVacuumThresholdsOnce) {
+    if (IsSqlite()) return;  // SQLite has no vacuum thresholds
+    raw_.ExecuteStatement("alter table APPINST reset (autovacuum_vacuum_scale_factor)");
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(db_->UpgradeIndexes(), 1);
+    EXPECT_EQ(status_, std::vector<std::string>{"Setting the storage options of APPINST"});
+    EXPECT_EQ(Number("select count(*) from pg_class where relname = 'appinst' and "
+                     "'autovacuum_vacuum_scale_factor=0.02' = any(reloptions)"),
+              1u);
+    EXPECT_EQ(db_->UpgradeIndexes(), 0);
 }
 
 TEST_P(UpgradeIndexesAt714, AFailureIsReportedAndChangesNothing) {
