@@ -1,6 +1,7 @@
 // The licence page: the compliance report of the whole site, over-used applications first.
 #include "report/licence_report.h"
 #include "server/console/console_pages.h"
+#include "server/console/site_report_cache.h"
 
 void WriteLicenceRows(JsonWriter& json, const std::vector<LicenceReportRow>& rows) {
     json.StartArray();
@@ -39,7 +40,10 @@ mstch::array LicenceItems(const std::vector<LicenceReportRow>& rows) {
 
 HttpResponse LicencesPage(const ConsoleRequest& request) {
     if (!request.rest.empty()) return ConsoleError(request, 404, "Not found");
-    const std::vector<LicenceReportRow> rows = BuildLicenceReport(request.db, 0);
+    // The licences are part of the site report: a large site's kept report serves them, as it
+    // serves the overview, rather than counting every installation again for each visit.
+    const std::shared_ptr<const SiteReport> kept = request.reports ? request.reports->Get(request.db) : nullptr;
+    const std::vector<LicenceReportRow> rows = kept ? kept->licences : BuildLicenceReport(request.db, 0);
     if (request.api) {
         rapidjson::StringBuffer buffer;
         JsonWriter json(buffer);
