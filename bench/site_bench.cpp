@@ -352,7 +352,7 @@ private:
 
     // The generated computers a kept site holds (the probe's are deleted after each probe).
     static int SiteComputers(CNorvikSql& db) {
-        CSqlRecordset rs(&db, "select count(*) from ASSETS where _NAME like 'PC-%'");
+        CSqlRecordset rs(&db, "select count(*) from ASSET where _NAME like 'PC-%'");
         return rs.IsEOF() ? 0 : static_cast<int>(rs.NumberAt(0));
     }
 
