@@ -16,7 +16,7 @@ namespace {
 
 // Indexes that earlier releases created and the current schema replaced, each by one that serves
 // every lookup it served: IX_HW_KEY on HW (_KEY) by IX_HW_KEY_VAL on HW (_KEY, _VAL), and
-// IX_APPINST_APP on APPINST (_APP) by IX_APPINST_APP_ASSET_VERSION.
+// IX_APPINST_APP on APPINST (_APP) by IX_APPINST_APP_ASSET_VERSION_ID.
 const char* const kRetiredIndexes[] = {"IX_HW_KEY", "IX_APPINST_APP"};
 
 struct IndexDefinition {

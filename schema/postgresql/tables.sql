@@ -211,9 +211,9 @@ create table APPINST (
     _FLAGS integer default 0
 );
 create index IX_APPINST_ASSET_APP on APPINST (_ASSET, _APP);
--- An application's installations, their assets and versions from the index alone (the counts, the
--- application's assets and its versions on a site of many computers).
-create index IX_APPINST_APP_ASSET_VERSION on APPINST (_APP, _ASSET, _VERSION);
+-- An application's installations (their assets, versions and ids) from the index alone: its counts,
+-- its assets and versions, EnumGlobalSwAssets, on a site of many computers.
+create index IX_APPINST_APP_ASSET_VERSION_ID on APPINST (_APP, _ASSET, _VERSION, _ID);
 alter table APPINST set (autovacuum_vacuum_scale_factor = 0.02, autovacuum_vacuum_insert_scale_factor = 0.02);
 
 -- Licence types, alerts, licence totals by application text, serial-number places.

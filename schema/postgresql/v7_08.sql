@@ -7,6 +7,6 @@ alter table LOCDATA alter column _IPTO drop default, alter column _IPTO type int
 drop index IX_HW_KEY_VAL;
 create index IX_HW_KEY on HW (_KEY);
 -- and an application's instances through an index on _APP alone.
-drop index IX_APPINST_APP_ASSET_VERSION;
+drop index IX_APPINST_APP_ASSET_VERSION_ID;
 create index IX_APPINST_APP on APPINST (_APP);
 update VERSION set _MAJOR = 7, _MINOR = 8;

@@ -107,11 +107,11 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsAndAGapInTheIdsAddsNoRow) {
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.0.9", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
                                                  "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
-    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION"));
+    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION_ID"));
     EXPECT_FALSE(HasIndex("IX_HW_KEY"));
     EXPECT_FALSE(HasIndex("IX_APPINST_APP"));
 
@@ -170,7 +170,7 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.1", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
                                                  "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
@@ -203,7 +203,7 @@ TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
     EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.4", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION",
+                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
                                                  "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
@@ -248,7 +248,7 @@ TEST_P(UpgradeIndexesAt714, AnOlderIndexSetIsBroughtToTheNewOneOnce) {
     EXPECT_EQ(db_->UpgradeIndexes(), 2);
     EXPECT_EQ(status_, (std::vector<std::string>{"Creating index IX_HW_KEY_VAL", "Dropping index IX_HW_KEY"}));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
-    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION"));
+    EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION_ID"));
     EXPECT_FALSE(HasIndex("IX_HW_KEY"));
     EXPECT_FALSE(HasIndex("IX_APPINST_APP"));
     EXPECT_TRUE(HasIndex("IX_HISTORY_ASSET_DATE")) << "indexes already there are left alone";
