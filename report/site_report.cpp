@@ -29,21 +29,6 @@ std::vector<SiteReportCount> Ranked(const std::map<std::string, ULong>& counts) 
     return rows;
 }
 
-// Each asset's operating system name, read across the site in one enumeration. Looked up
-// under the category itself: a path walk would skip a missing category and find root keys.
-std::unordered_map<ULong, std::string> OperatingSystems(CNorvik& db) {
-    std::unordered_map<ULong, std::string> names;
-    const ULong category = db.hwFind(CNorvik::m_szOS, '|');
-    if (category == 0) return names;
-    CSortList values;
-    db.hwEnumGlobal(category, "Name", values, 0);
-    for (const CSortItem& item : values)
-        if (!item.text.IsEmpty()) names.emplace(item.id, item.text.str());
-    return names;
-}
-
-// Every installed application that is not hidden, with its publisher and its count: one count
-// over the site's instances serves both the top applications and the top publishers.
 std::vector<SiteReportApplication> InstalledApplications(CNorvik& db) {
     CSortList installed;
     const CDynaList<ULong> wholeSite;
@@ -87,9 +72,8 @@ std::vector<SiteReportCount> TopPublishers(const std::vector<SiteReportApplicati
 
 SiteReport BuildSiteReport(CNorvik& db, CTime now) {
     SiteReport report;
-    const std::unordered_map<ULong, std::string> systems = OperatingSystems(db);
-    // Every asset (child assets too) with its category, status and audit date, in two
-    // statements whatever the site's size: the count, then all its rows.
+    // Every asset (child assets too) with its category, operating system, status and audit date,
+    // in two statements whatever the site's size: the count, then all its rows.
     CNorvik::AssetPageQuery everything;
     everything.limit = 0;
     CDynaList<CNorvik::AssetPageRow> assets;
@@ -110,8 +94,7 @@ SiteReport BuildSiteReport(CNorvik& db, CTime now) {
             category = found->second;
         }
         ++categories[category.empty() ? kSiteReportUnknown : category];
-        const auto system = systems.find(asset.id);
-        ++operatingSystems[system == systems.end() ? kSiteReportUnknown : system->second];
+        ++operatingSystems[asset.os.IsEmpty() ? kSiteReportUnknown : asset.os.str()];
 
         if (asset.status & (CNorvik::kAssetChild | CNorvik::kAssetUncounted)) continue;
         const CTime audited = asset.lastAudit;
