@@ -180,8 +180,10 @@ TEST_P(DbTool, Upgrade) {
     const ToolResult refused = Run({"upgrade"});
     ExpectRefused(refused, 1, "upgraded to v7.0.9");
     EXPECT_NE(refused.err.find("use --yes"), std::string::npos) << refused.err;
-    EXPECT_EQ(Ok({"upgrade", "--yes"}),
-              "Upgrading Database to v7.0.9\nCreating index IX_HW_KEY_VAL\nDropping index IX_HW_KEY\nSchema: 7.14\n");
+    EXPECT_EQ(
+        Ok({"upgrade", "--yes"}),
+        "Upgrading Database to v7.0.9\nCreating index IX_HW_KEY_VAL\nCreating index "
+        "IX_APPINST_APP_ASSET_VERSION_ID\nDropping index IX_HW_KEY\nDropping index IX_APPINST_APP\nSchema: 7.14\n");
     EXPECT_EQ(Ok({"upgrade"}), "Schema: 7.14\n");
 }
 
