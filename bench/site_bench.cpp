@@ -196,8 +196,8 @@ ProbeRates ProbeImports(const GeneratedSite& site, const std::string& connect, i
     return {Median(first), Median(again), Median(deletes)};
 }
 
-// The SQLite database's file.
-std::string SqliteFile(const std::string& connect) {
+// The database a connection string names: SQLite's file, PostgreSQL's database.
+std::string DatabaseOf(const std::string& connect) {
     const std::size_t at = connect.find("Database=") + 9;
     return connect.substr(at, connect.find(';', at) - at);
 }
@@ -212,7 +212,7 @@ double FileBytes(const std::string& path) {
 // get to empty the log and it grows without end (and every read slows with it); a site gets
 // this only when its load pauses, the bench between rounds of audits.
 double Checkpoint(CNorvikSql& db, const ScratchDatabase& scratch) {
-    const double bytes = FileBytes(SqliteFile(scratch.ConnectionString()) + "-wal");
+    const double bytes = FileBytes(DatabaseOf(scratch.ConnectionString()) + "-wal");
     CSqlRecordset rs(&db, "pragma wal_checkpoint(TRUNCATE)");
     return bytes;
 }
@@ -223,7 +223,7 @@ double DatabaseBytes(CNorvikSql& db, const std::string& connect) {
         CSqlRecordset rs(&db, "select pg_database_size(current_database())");
         return rs.IsEOF() ? 0 : std::atof(rs.TextAt(0).c_str());
     }
-    const std::string file = SqliteFile(connect);
+    const std::string file = DatabaseOf(connect);
     return FileBytes(file) + FileBytes(file + "-wal");
 }
 
@@ -357,9 +357,7 @@ private:
     }
 
     static void KeepSite(const ScratchDatabase& scratch, const std::string& name) {
-        const std::string& connect = scratch.ConnectionString();
-        const std::size_t at = connect.find("Database=") + 9;
-        const std::string source = connect.substr(at, connect.find(';', at) - at);
+        const std::string source = DatabaseOf(scratch.ConnectionString());
         CSqlDatabase admin;
         admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         admin.ExecuteStatement(("create database " + name + " template " + source).c_str());

@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include <cctype>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -24,24 +25,26 @@ struct IndexDefinition {
     std::string statement;  // "create index if not exists NAME on TABLE (COLUMNS)"
 };
 
+// The statements of the engine's tables.sql that begin with `head` (letter case ignored), each
+// without it.
+std::vector<std::string> SchemaStatements(SqlEngine engine, const char* head) {
+    std::vector<std::string> found;
+    const char* script = SchemaScript(engine == SqlEngine::PostgreSql ? "postgresql/tables.sql" : "sqlite/tables.sql");
+    if (!script) return found;
+    const std::size_t length = std::strlen(head);
+    for (const std::string& statement : SplitSqlScript(script))
+        if (strncasecmp(statement.c_str(), head, length) == 0) found.push_back(statement.substr(length));
+    return found;
+}
+
 // The "create index NAME on ..." statements of the engine's tables.sql.
 std::vector<IndexDefinition> SchemaIndexes(SqlEngine engine) {
     std::vector<IndexDefinition> indexes;
-    const char* script = SchemaScript(engine == SqlEngine::PostgreSql ? "postgresql/tables.sql" : "sqlite/tables.sql");
-    if (!script) return indexes;
-    constexpr char kHead[] = "create index ";
-    constexpr std::size_t kHeadLength = sizeof kHead - 1;
-    for (const std::string& statement : SplitSqlScript(script)) {
-        if (strncasecmp(statement.c_str(), kHead, kHeadLength) != 0) continue;
-        std::size_t end = kHeadLength;
-        while (end < statement.size() &&
-               (std::isalnum(static_cast<unsigned char>(statement[end])) || statement[end] == '_'))
-            ++end;
-        IndexDefinition index;
-        index.name = statement.substr(kHeadLength, end - kHeadLength);
-        index.statement = "create index if not exists ";
-        index.statement.append(statement, kHeadLength, std::string::npos);
-        indexes.push_back(std::move(index));
+    for (const std::string& rest : SchemaStatements(engine, "create index ")) {
+        std::size_t end = 0;
+        while (end < rest.size() && (std::isalnum(static_cast<unsigned char>(rest[end])) || rest[end] == '_')) ++end;
+        indexes.push_back(
+            IndexDefinition{rest.substr(0, end), std::string("create index if not exists ").append(rest)});
     }
     return indexes;
 }
@@ -56,23 +59,19 @@ struct TableSettings {
 
 std::vector<TableSettings> SchemaTableSettings(SqlEngine engine) {
     std::vector<TableSettings> settings;
-    const char* script = SchemaScript(engine == SqlEngine::PostgreSql ? "postgresql/tables.sql" : "sqlite/tables.sql");
-    if (!script) return settings;
-    constexpr char kHead[] = "alter table ";
-    constexpr std::size_t kHeadLength = sizeof kHead - 1;
-    for (const std::string& statement : SplitSqlScript(script)) {
-        const std::size_t open = statement.find(" set (");
-        if (strncasecmp(statement.c_str(), kHead, kHeadLength) != 0 || open == std::string::npos) continue;
+    for (const std::string& rest : SchemaStatements(engine, "alter table ")) {
+        const std::size_t open = rest.find(" set (");
+        if (open == std::string::npos) continue;
         TableSettings table;
-        table.table = statement.substr(kHeadLength, open - kHeadLength);
-        table.statement = statement;
+        table.table = rest.substr(0, open);
+        table.statement = std::string("alter table ").append(rest);
         std::string option;
-        for (std::size_t i = open + 6; i < statement.size() && statement[i] != ')'; ++i) {
-            if (statement[i] == ',') {
+        for (std::size_t i = open + 6; i < rest.size() && rest[i] != ')'; ++i) {
+            if (rest[i] == ',') {
                 table.options.push_back(option);
                 option.clear();
-            } else if (statement[i] != ' ') {
-                option += static_cast<char>(std::tolower(static_cast<unsigned char>(statement[i])));
+            } else if (rest[i] != ' ') {
+                option += static_cast<char>(std::tolower(static_cast<unsigned char>(rest[i])));
             }
         }
         if (!option.empty()) table.options.push_back(option);
