@@ -12,6 +12,7 @@
 //   NORVIK_SITE_WRITERS       concurrent writers while building (default 4)
 //   NORVIK_SITE_PG_KEEP       a PostgreSQL database name: the grown site is kept there at the end,
 //                             and a later run finds it there and grows it on (or only measures it)
+//   NORVIK_SITE_SQLITE_KEEP   the same for SQLite: a file the grown site is copied to
 // With --json FILE every figure is also written to FILE (rewritten after each size).
 #include <sys/stat.h>
 
@@ -261,9 +262,10 @@ public:
     void Run(const std::vector<int>& sizes) {
         const ProbeRates empty = EmptySiteRates();
         ScratchDatabase scratch(m_engine);
-        const char* keep = m_engine == Engine::PostgreSql ? std::getenv("NORVIK_SITE_PG_KEEP") : nullptr;
+        const char* keep =
+            std::getenv(m_engine == Engine::PostgreSql ? "NORVIK_SITE_PG_KEEP" : "NORVIK_SITE_SQLITE_KEEP");
         const bool reuse = keep && KeptSiteExists(keep);
-        const std::string connect = reuse ? PostgresConnection(keep) : scratch.ConnectionString();
+        const std::string connect = reuse ? KeptSiteConnection(keep) : scratch.ConnectionString();
         CAuditDBSys kb;
         CNorvikSql db(kb);
         if (!db.Open(connect.c_str(), nullptr, 0x4))
@@ -343,7 +345,9 @@ private:
     }
 
     // A kept site: a database of that name on the PostgreSQL test server.
-    static bool KeptSiteExists(const std::string& name) {
+    bool KeptSiteExists(const std::string& name) const {
+        struct stat st;
+        if (m_engine == Engine::Sqlite) return ::stat(name.c_str(), &st) == 0;
         CSqlDatabase admin;
         admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         CSqlRecordset rs(&admin, ("select 1 from pg_database where datname = '" + name + "'").c_str());
@@ -356,8 +360,21 @@ private:
         return rs.IsEOF() ? 0 : static_cast<int>(rs.NumberAt(0));
     }
 
-    static void KeepSite(const ScratchDatabase& scratch, const std::string& name) {
+    std::string KeptSiteConnection(const std::string& name) const {
+        if (m_engine == Engine::PostgreSql) return PostgresConnection(name);
+        return "Driver=SQLite3;Database=" + name + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+    }
+
+    void KeepSite(const ScratchDatabase& scratch, const std::string& name) const {
         const std::string source = DatabaseOf(scratch.ConnectionString());
+        if (m_engine == Engine::Sqlite) {
+            // The writers are gone and the log was checkpointed: the file alone is the site.
+            std::ifstream in(source, std::ios::binary);
+            std::ofstream out(name, std::ios::binary);
+            out << in.rdbuf();
+            std::printf("site kept in SQLite file %s\n", name.c_str());
+            return;
+        }
         CSqlDatabase admin;
         admin.OpenEx(PostgresAdminConnection().c_str(), CDatabase::noOdbcDialog);
         admin.ExecuteStatement(("create database " + name + " template " + source).c_str());

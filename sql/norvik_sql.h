@@ -478,9 +478,9 @@ public:
 
     // The schema version as major × 100 + minor, read once and cached.
     int GetVer();
-    // Gives a database at 7.14 the indexes a new one is created with (UpdateIndexes), in one
-    // transaction, announcing each change through CallUser(1, text). Returns how many indexes it
-    // created or dropped; -1 on failure (reported; nothing changed).
+    // Gives a database at 7.14 the indexes, table settings and (SQLite) planner statistics a new
+    // one is created with (UpdateIndexes), in one transaction, announcing each through CallUser(1,
+    // text). Returns how many changes it made; -1 on failure (reported; nothing changed).
     int UpgradeIndexes();
 
 protected:
@@ -498,9 +498,9 @@ protected:
     void Update708to709();
     void Update710to711();
     void Update712to714();
-    // Creates every index of the engine's tables.sql that the database lacks and drops the ones
-    // it replaced (IX_HW_KEY, IX_APPINST_APP), each announced through CallUser(1, text); the statements say "if
-    // not exists" / "if exists", so a second run changes nothing. OfferUpgrade runs it after an
+    // Creates every index of the engine's tables.sql that the database lacks, drops the ones it
+    // replaced, sets table options and writes missing SQLite planner statistics, each announced
+    // through CallUser(1, text); a second run changes nothing. OfferUpgrade runs it after an
     // upgrade that reached 7.14, in its transaction. Returns the changes made; throws CDBException,
     // the failing statement left in `statement`.
     int UpdateIndexes(CString& statement);

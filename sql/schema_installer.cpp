@@ -73,6 +73,8 @@ void InstallSchema(CDatabase& db, const char* version) {
         for (const auto& path : SchemaScriptPaths())
             if (path.rfind(prefix + "usp_", 0) == 0) scripts.push_back(path);
     if (wanted != "7.14") scripts.push_back(prefix + DeltaScript(wanted));
+    // SQLite's planner gets the statistics of a grown site, so plans do not change as it grows.
+    if (db.GetEngine() == SqlEngine::Sqlite) scripts.push_back(prefix + "planner_statistics.sql");
 
     if (db.GetEngine() == SqlEngine::Sqlite) UseSmallPages(db);
     TransactionScope transaction(db);

@@ -1,6 +1,6 @@
 // The index step of the upgrades: a database created by an earlier release gets the indexes the
 // engine's tables.sql creates today, loses the ones they replaced, and gets the tables' storage
-// settings the script declares. The scripts stay the one
+// settings the script declares (on SQLite, the planner's statistics). The scripts stay the one
 // place an index is declared, so an index added there reaches upgraded databases by itself.
 #include <strings.h>
 
@@ -102,6 +102,17 @@ bool IndexExists(CNorvikSql& db, const std::string& name) {
     return !rs.IsEOF() && rs.NumberAt(0) != 0;
 }
 
+// Whether SQLite's planner has statistics for HW, the table whose plans go wrong without them
+// (written by planner_statistics.sql, or by an ANALYZE of the site's own).
+bool PlannerStatisticsHeld(CNorvikSql& db) {
+    {
+        CSqlRecordset rs(&db, "select count(*) from sqlite_master where type = 'table' and name = 'sqlite_stat1'");
+        if (rs.IsEOF() || rs.NumberAt(0) == 0) return false;
+    }
+    CSqlRecordset rs(&db, "select count(*) from sqlite_stat1 where tbl = 'HW'");
+    return !rs.IsEOF() && rs.NumberAt(0) != 0;
+}
+
 }  // namespace
 
 int CNorvikSql::UpdateIndexes(CString& statement) {
@@ -128,6 +139,14 @@ int CNorvikSql::UpdateIndexes(CString& statement) {
         CallUser(1, reinterpret_cast<CallbackValue>(status.c_str()));
         statement = settings.statement.c_str();
         ExecuteStatement(statement);
+        ++changes;
+    }
+    if (GetEngine() == SqlEngine::Sqlite && !PlannerStatisticsHeld(*this)) {
+        CallUser(1, reinterpret_cast<CallbackValue>("Writing the query planner's statistics"));
+        for (const std::string& step : SplitSqlScript(SchemaScript("sqlite/planner_statistics.sql"))) {
+            statement = step.c_str();
+            ExecuteStatement(statement);
+        }
         ++changes;
     }
     return changes;

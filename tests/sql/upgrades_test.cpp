@@ -269,6 +269,29 @@ TEST_P(UpgradeIndexesAt714, PostgreSqlTablesGetTheirVacuumThresholdsOnce) {
     EXPECT_EQ(db_->UpgradeIndexes(), 0);
 }
 
+// SQLite keeps no statistics until ANALYZE runs, and without them its planner read an asset's
+// operating system by scanning every HW row with that key, for every asset.
+TEST_P(UpgradeIndexesAt714, SqliteGetsThePlannerStatisticsOfAGrownSiteOnce) {
+    if (!IsSqlite()) return;
+    const auto osLookupPlan = [this] {
+        raw_.ExecuteStatement("analyze sqlite_master");  // reads the statistics as they are now
+        CSqlRecordset rs(&raw_,
+                         "explain query plan select (select min(_VAL) from HW where HW._PARENT = 1 and HW._ASSET = "
+                         "A._ID and HW._KEY = 'Name') from ASSET A");
+        std::string plan;
+        for (; !rs.IsEOF(); rs.MoveNext()) plan += rs.TextAt(3).str() + std::string("\n");
+        return plan;
+    };
+    EXPECT_NE(osLookupPlan().find("IX_HW_PARENT_ASSET_KEY"), std::string::npos) << "a new database has them";
+    raw_.ExecuteStatement("delete from sqlite_stat1");
+    EXPECT_NE(osLookupPlan().find("IX_HW_KEY_VAL"), std::string::npos) << "the planner's guess without them";
+    ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
+    EXPECT_EQ(db_->UpgradeIndexes(), 1);
+    EXPECT_EQ(status_, std::vector<std::string>{"Writing the query planner's statistics"});
+    EXPECT_NE(osLookupPlan().find("IX_HW_PARENT_ASSET_KEY"), std::string::npos) << osLookupPlan();
+    EXPECT_EQ(db_->UpgradeIndexes(), 0);
+}
+
 TEST_P(UpgradeIndexesAt714, AFailureIsReportedAndChangesNothing) {
     raw_.ExecuteStatement("drop index IX_HW_KEY_VAL");
     raw_.ExecuteStatement("create index IX_HW_KEY on HW (_KEY)");
