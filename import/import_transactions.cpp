@@ -37,7 +37,27 @@ bool SqlImportTransactions::Begin() {
 }
 
 bool SqlImportTransactions::Commit() {
-    return Guarded([&] { m_db.CommitTrans(); });
+    if (!Guarded([&] { m_db.CommitTrans(); })) return false;
+    if (m_db.GetEngine() == SqlEngine::Sqlite && ++m_commits % kLogCheckEvery == 0) BoundSqliteLog();
+    return true;
+}
+
+void SqlImportTransactions::BoundSqliteLog() {
+    // SQLite copies its log back into the database after commits, but it can only start the log
+    // again from the top at a moment no reader is using it: under writers that never pause, that
+    // moment never comes and the log grows by every page written (gigabytes in an hour). Past
+    // the bound, TRUNCATE waits for the readers of the moment, blocks new writers, and empties it.
+    Guarded([&] {
+        COdbcPrepared& passive = m_db.Prepared("pragma wal_checkpoint(PASSIVE)");
+        passive.Execute();
+        const bool large = passive.Fetch() && passive.LongAt(2) > m_logFramesBound;
+        passive.CloseCursor();
+        if (!large) return;
+        COdbcPrepared& truncate = m_db.Prepared("pragma wal_checkpoint(TRUNCATE)");
+        truncate.Execute();
+        truncate.Fetch();
+        truncate.CloseCursor();
+    });
 }
 
 bool SqlImportTransactions::Rollback() {

@@ -24,14 +24,25 @@ public:
 //    long as the connection's busy time-out (the SQLite driver's "Timeout", in ms) allows.
 //  - A transaction the engine rolled back on its own (SQLite on a full disk or an I/O error)
 //    refuses every later statement, and Commit answers false: see CDatabase::TransactionLost.
+//  - SQLite: every kLogCheckEvery-th commit looks at the log (WAL); past its bound (kLogFramesBound pages) it
+//    empties it into the database, waiting for readers and holding writers off meanwhile. A
+//    failed check leaves the log as it was and the commit stands.
 class SqlImportTransactions : public ImportTransactions {
 public:
-    explicit SqlImportTransactions(CDatabase& db) : m_db(db) {}
+    static constexpr unsigned kLogCheckEvery = 32;
+    static constexpr long kLogFramesBound = 32768;  // 64 MB of 2 KB pages
+
+    explicit SqlImportTransactions(CDatabase& db, long logFramesBound = kLogFramesBound)
+        : m_db(db), m_logFramesBound(logFramesBound) {}
     bool Begin() override;
     bool Commit() override;
     bool Rollback() override;
     bool ConnectionLost() override;
 
 private:
+    void BoundSqliteLog();
+
     CDatabase& m_db;
+    long m_logFramesBound;
+    unsigned m_commits = 0;
 };

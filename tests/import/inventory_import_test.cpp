@@ -1,6 +1,7 @@
 // The shared import step under faults: a disk that fills up in the middle of an inventory, and a
 // database server that goes away.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <map>
 #include <string>
@@ -104,6 +105,34 @@ TEST_P(InventoryImportFullDisk, FullDiskLeavesNoInventoryHalfWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, InventoryImportFullDisk, ::testing::Values(Engine::Sqlite),
+                         [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
+
+// Writers that never pause never let SQLite start its log (WAL) again from the top: every
+// kLogCheckEvery-th commit checks it and empties it past the bound (0 here).
+class InventoryImportSqliteLog : public InventoryImport {};
+
+TEST_P(InventoryImportSqliteLog, TheCommitThatChecksTheLogEmptiesIt) {
+    const std::string connect = scratch_->ConnectionString();
+    const std::size_t file = connect.find("Database=") + 9;
+    const std::string log = connect.substr(file, connect.find(';', file) - file) + "-wal";
+    const auto logBytes = [&] {
+        struct stat info {};
+        return ::stat(log.c_str(), &info) == 0 ? static_cast<long>(info.st_size) : -1L;
+    };
+    SqlImportTransactions transactions(*db_, 0);
+    for (unsigned commit = 1; commit <= SqlImportTransactions::kLogCheckEvery; ++commit) {
+        ASSERT_TRUE(transactions.Begin());
+        db_->ExecuteStatement("insert into NOTES (_TEXT) values ('kept')");
+        ASSERT_TRUE(transactions.Commit());
+        if (commit < SqlImportTransactions::kLogCheckEvery) {
+            ASSERT_GT(logBytes(), 0L) << commit;
+        }
+    }
+    EXPECT_EQ(logBytes(), 0L);
+    EXPECT_EQ(Number("select count(*) from NOTES"), SqlImportTransactions::kLogCheckEvery);
+}
+
+INSTANTIATE_TEST_SUITE_P(, InventoryImportSqliteLog, ::testing::Values(Engine::Sqlite),
                          [](const ::testing::TestParamInfo<Engine>& info) { return EngineName(info.param); });
 
 // A server that ends the session: only PostgreSQL has one to lose.
