@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "sql/sql_recordset.h"
+#include "support/asset_views.h"
 #include "support/engine_test.h"
 
 namespace {
-
-int AsInt(ULong value) { return static_cast<int>(value); }
 
 class UserFields : public EngineTest {
 protected:
@@ -38,15 +37,7 @@ protected:
         CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s where %s", table, condition.c_str()));
         return rs.NumberAt(0);
     }
-    // The asset's history as "key|value1|value2", oldest first.
-    std::vector<std::string> History(ULong asset) {
-        std::vector<std::string> rows;
-        const CString statement =
-            CString::Formatted("select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", AsInt(asset));
-        for (CSqlRecordset rs(db_.get(), statement); !rs.IsEOF(); rs.MoveNext())
-            rows.push_back((rs.TextAt(0) + "|" + rs.TextAt(1) + "|" + rs.TextAt(2)).str());
-        return rows;
-    }
+    std::vector<std::string> History(ULong asset) { return HistoryValuesOf(*db_, asset); }
 
     const CTime when_{2024, 3, 1, 10, 0, 0};
 };
