@@ -91,21 +91,6 @@ TEST_P(SoftwareFolders, FolderEnumDropsEmptyFoldersAndReportsProgress) {
     EXPECT_EQ(Names(unassigned), (std::vector<std::string>{"Full"}));
 }
 
-TEST_P(SoftwareFolders, HostileNamesRoundTripAndMatchOnlyThemselves) {
-    const std::string longName(300, 'x');
-    const std::string names[] = {"O'Neil's", "100%", "a_c", "abc", "caf\xE9 \x80\xFF", longName + "\xE9"};
-    std::vector<ULong> ids;
-    for (const auto& name : names) ids.push_back(db_->MergeFolder(pc_, name.c_str(), 0));
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        ASSERT_NE(ids[i], 0u) << i;
-        EXPECT_EQ(db_->GetFolderPath(ids[i]).str(), names[i] + "\\");
-        EXPECT_EQ(db_->MergeFolder(pc_, names[i].c_str(), 0), ids[i]) << "wildcards match only themselves";
-    }
-    CSortList listed;
-    EXPECT_EQ(db_->folderEnum(pc_, 0, listed, 0, 0), 6u) << "six distinct rows";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
-}
-
 NORVIK_ON_BOTH_ENGINES(SoftwareFolders);
 
 }  // namespace
