@@ -16,6 +16,7 @@
 #include "sql/sql_recordset.h"
 #include "support/asset_views.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -90,10 +91,7 @@ protected:
     std::vector<ULong> Counts(std::initializer_list<const char*> tables = {"ASSET", "HW", "HISTORY", "MAKE", "MODEL",
                                                                            "CAT"}) {
         std::vector<ULong> counts;
-        for (const char* table : tables) {
-            CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s", table));
-            counts.push_back(rs.NumberAt(0));
-        }
+        for (const char* table : tables) counts.push_back(Number(std::string("select count(*) from ") + table));
         return counts;
     }
     // The asset's folder at `pieces` from the top; 0 when a piece is missing.
@@ -114,9 +112,7 @@ protected:
         CSortList children;
         db_->folderEnum(asset, parent, children, 0, 0);
         children.Sort();
-        std::vector<std::string> names;
-        for (const CSortItem& child : children) names.push_back(child.text.str());
-        return names;
+        return Texts(children);
     }
     std::vector<StoredFile> Files(ULong asset, ULong folder) {
         CTable table;

@@ -10,18 +10,13 @@
 #include "kb/kb_files.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
 class Applications : public EngineTest {
 protected:
     ULong Asset(const char* name) { return db_->AddAsset(name, 0, 0, 0, CTime(1700000000)); }
-
-    static std::vector<std::string> Texts(const CSortList& list) {
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        return texts;
-    }
 };
 
 TEST_P(Applications, AddAppFindsTheExistingRowOrCreatesOneWithTheFlags) {

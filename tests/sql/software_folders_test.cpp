@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -18,12 +19,6 @@ protected:
 
     void AddFile(ULong asset, ULong folder, const char* name, ULong app) {
         db_->MergeFile(asset, folder, 0x1234, name, 100, 0, "", "", "", app);
-    }
-
-    std::vector<std::string> Names(const CSortList& list) {
-        std::vector<std::string> names;
-        for (const CSortItem& item : list) names.push_back(item.text.str());
-        return names;
     }
 
     ULong pc_ = 0, other_ = 0;
@@ -83,12 +78,12 @@ TEST_P(SoftwareFolders, FolderEnumDropsEmptyFoldersAndReportsProgress) {
     CSortList kept;
     kept.Add("Earlier", 999, 0);
     EXPECT_EQ(db_->folderEnum(pc_, 0, kept, 1, 0), 2u) << "the caller's earlier item is walked too";
-    EXPECT_EQ(Names(kept), (std::vector<std::string>{"Assigned", "Full"})) << "sorted";
+    EXPECT_EQ(Texts(kept), (std::vector<std::string>{"Assigned", "Full"})) << "sorted";
     EXPECT_EQ(calls, (std::vector<std::pair<int, long>>{{1, 0}, {2, 0}, {7, 0}, {4, 0}}))
         << "5 items / 10 as the range, a step at every tenth visit";
     CSortList unassigned;
     EXPECT_EQ(db_->folderEnum(pc_, 0, unassigned, 1, 1), 1u);
-    EXPECT_EQ(Names(unassigned), (std::vector<std::string>{"Full"}));
+    EXPECT_EQ(Texts(unassigned), (std::vector<std::string>{"Full"}));
 }
 
 NORVIK_ON_BOTH_ENGINES(SoftwareFolders);
