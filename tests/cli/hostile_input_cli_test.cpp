@@ -39,13 +39,9 @@ TEST_P(HostileInput, CaptureReadAFileOfAnySize) {
 TEST_P(HostileInput, ImportOfADeviceOrFifoSaidNoSuchFile) {
     const std::string fifo = (dir_.path / "fifo").string();
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    const std::filesystem::path large = dir_.path / "large.xml";
-    WriteFile(large, "");
-    std::filesystem::resize_file(large, 32 * 1024 * 1024 + 1);
-    const ToolResult result = Run({"import", "/dev/zero", fifo, large.string()});
+    const ToolResult result = Run({"import", "/dev/zero", fifo});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.err, "norvik: /dev/zero: is a device\nnorvik: " + fifo + ": is a FIFO\nnorvik: " + large.string() +
-                              ": line 1, column 1: the document is larger than the 32 MiB an inventory may be\n");
+    EXPECT_EQ(result.err, "norvik: /dev/zero: is a device\nnorvik: " + fifo + ": is a FIFO\n");
 }
 
 TEST_P(HostileInput, ValuesOutsideTheirRangeWereAccepted) {
@@ -93,11 +89,6 @@ TEST_P(HostileInput, NamesOfSpacesWereAccepted) {
     }
     EXPECT_EQ(Number("SELECT COUNT(*) FROM ASSET"), 0u);
     EXPECT_EQ(Number("SELECT COUNT(*) FROM APPS"), 0u);
-    const std::string inventory = "<REQUEST><CONTENT><HARDWARE><NAME>\xC2\xA0 </NAME></HARDWARE></CONTENT></REQUEST>";
-    const ToolResult result = Run({"import", WriteFile(dir_.path / "blank.xml", inventory)});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_NE(result.err.find("the inventory names no host"), std::string::npos) << result.err;
-    EXPECT_EQ(Number("SELECT COUNT(*) FROM ASSET"), 0u);
 }
 
 TEST_P(HostileInput, ControlCharactersReachedTheTerminal) {
@@ -121,8 +112,6 @@ TEST_P(HostileInput, DatesBefore1970WereCalledNotADay) {
     EXPECT_EQ(early.exitCode, 2);
     EXPECT_EQ(firstLine(early), "norvik: 1969-12-31 is too early: the database holds no date before 1970-01-02");
     ExpectRefused(Run({"web", "purge", "--before", "19000101"}), 2, "19000101 is too early");
-    EXPECT_EQ(firstLine(Run({"history", "purge", "--before", "2009-02-29"})),
-              "norvik: the date must be a day written YYYY-MM-DD or YYYYMMDD: 2009-02-29");
     const std::string inventory =
         "<REQUEST><CONTENT><HARDWARE><NAME>OLD</NAME></HARDWARE><ACCESSLOG><LOGDATE>"
         "1969-12-31 23:59:59</LOGDATE></ACCESSLOG></CONTENT></REQUEST>";

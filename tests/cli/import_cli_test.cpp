@@ -1,8 +1,7 @@
 // norvik import end to end on both engines: the project's fixtures, an unchanged second run, a
-// damaged file among good ones, standard input, and the shared corpus of real agent inventories.
+// damaged file among good ones, standard input, kills, the Knowledge Base and concurrent importers.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -12,9 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "import/identifiers.h"
-#include "import/inventory_mapping.h"
-#include "import/inventory_reader.h"
 #include "support/db_tool_test.h"
 
 namespace {
@@ -110,46 +106,6 @@ TEST_P(ImportTool, ReadsStandardInputAndRefusesMissingPathsAndBadWords) {
     const ToolResult piped = RunToolWithInput(dir_.path, On({"import", "-"}), Slurp(kFixtures / "laptop.json"));
     EXPECT_EQ(piped.exitCode, 0) << piped.err;
     EXPECT_NE(piped.out.find(": new asset, "), std::string::npos) << piped.out;
-}
-
-// Every file of the shared corpus on its own: each named software entry becomes an instance of
-// the file's asset, and a second import reports "unchanged" and adds only its "Re-Audit" row.
-TEST_P(ImportTool, EverySharedSampleImportsWithAllItsSoftwareAndReimportsUnchanged) {
-    const fs::path folder = NORVIK_SHARED_INVENTORIES;
-    if (!fs::is_directory(folder)) GTEST_SKIP() << "no sample inventories at " << folder.string();
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string extension = entry.path().extension().string();
-        if (extension == ".xml" || extension == ".ocs" || extension == ".json") files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
-    ASSERT_FALSE(files.empty());
-    for (const fs::path& file : files) {
-        SCOPED_TRACE(file.filename().string());
-        Inventory inventory;
-        std::string error;
-        ASSERT_TRUE(ReadInventoryFile(file.string(), inventory, error)) << error;
-        const ToolResult first = Import({file.string()});
-        ASSERT_EQ(first.exitCode, 0) << first.err;
-        db_.reset();  // a fresh connection sees what the tool committed
-        const ULong asset = Db().FindAsset(CutToColumn(inventory.hostName, kImportColumnLimit).c_str(), 0, 1);
-        ASSERT_NE(asset, 0u);
-        CSortList list;
-        Db().EnumApplicationInstances(asset, 0, list, 0, 0);
-        std::set<std::string> installed;
-        for (const CSortItem& item : list) installed.insert(item.text.str());
-        for (const InventorySoftware& software : inventory.software) {
-            if (software.name.empty()) continue;
-            EXPECT_TRUE(installed.count(CutToColumn(software.name, kImportColumnLimit))) << software.name;
-        }
-        const ULong history = Count("HISTORY");
-        db_.reset();
-        const ToolResult second = Import({file.string()});
-        EXPECT_EQ(second.exitCode, 0) << second.err;
-        EXPECT_NE(second.out.find(": unchanged; matched by "), std::string::npos) << second.out;
-        EXPECT_EQ(Count("HISTORY"), history + 1);
-        db_.reset();
-    }
 }
 
 // Killed at random moments, an import of a folder leaves a database that opens and holds every

@@ -58,11 +58,7 @@ protected:
     std::set<std::string> HardwareOf(ULong asset) { return ::HardwareOf(*db_, asset); }
     std::set<std::string> SoftwareOf(ULong asset) { return ::SoftwareOf(*db_, asset); }
     std::string Field(ULong asset, const char* key) { return db_->userdataGetValue(0, asset, key, 2).str(); }
-    ULong Status(ULong asset) {
-        CSqlRecordset rs(db_.get(),
-                         CString::Formatted("select _STATUS from ASSET where _ID=%d", static_cast<int>(asset)));
-        return rs.NumberAt(0);
-    }
+    ULong Status(ULong asset) { return db_->SelectNumber("ASSET", "_STATUS", asset); }
 
     std::unique_ptr<SqlImportTransactions> transactions_;
     std::unique_ptr<CInventoryWriter> writer_;

@@ -1,4 +1,5 @@
-// The shared sample inventories, with software entries counted independently of the readers.
+// The shared sample inventories on both engines: software entries counted independently of the
+// readers, each one written as an instance, and a second import of the file changes nothing.
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>
@@ -6,24 +7,22 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "import/identifiers.h"
+#include "import/import_transactions.h"
+#include "import/inventory_mapping.h"
 #include "import/inventory_reader.h"
+#include "import/inventory_writer.h"
+#include "support/asset_views.h"
+#include "support/engine_test.h"
+#include "support/slurp.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Slurp(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-}
 
 // The names of the document's software entries that carry one, in document order.
 std::vector<std::string> SoftwareNames(const std::string& text) {
@@ -49,7 +48,9 @@ std::vector<std::string> SoftwareNames(const std::string& text) {
     return names;
 }
 
-TEST(InventoryCorpus, EverySampleReadsWithAllItsSoftware) {
+class InventoryCorpus : public EngineTest {};
+
+TEST_P(InventoryCorpus, EverySampleReadsAndImportsWithAllItsSoftwareAndReimportsUnchanged) {
     const fs::path folder = NORVIK_SHARED_INVENTORIES;
     if (!fs::is_directory(folder)) GTEST_SKIP() << "no sample inventories at " << folder.string();
     int files = 0;
@@ -67,8 +68,30 @@ TEST(InventoryCorpus, EverySampleReadsWithAllItsSoftware) {
         std::vector<std::string> read;
         for (const auto& software : inventory.software) read.push_back(software.name);
         EXPECT_EQ(read, SoftwareNames(text));
+
+        SqlImportTransactions transactions(*db_);
+        CInventoryWriter writer(*db_, transactions);
+        ImportOutcome first, second;
+        ASSERT_TRUE(writer.Apply(inventory, first, error)) << error << AllMessages();
+        CSortList list;
+        db_->EnumApplicationInstances(first.asset, 0, list, 0, 0);
+        std::set<std::string> installed;
+        for (const CSortItem& item : list) installed.insert(item.text.str());
+        for (const std::string& name : read) {
+            if (name.empty()) continue;
+            EXPECT_TRUE(installed.count(CutToColumn(name, kImportColumnLimit))) << name;
+        }
+        const std::size_t history = HistoryOf(*db_, first.asset).size();
+        ASSERT_TRUE(writer.Apply(inventory, second, error)) << error;
+        EXPECT_EQ(second.asset, first.asset);
+        EXPECT_FALSE(second.newAsset);
+        EXPECT_EQ(second.hardwareChanges + second.applicationsAdded + second.applicationsRemoved, 0u);
+        EXPECT_FALSE(second.recordChanged);
+        EXPECT_EQ(HistoryOf(*db_, first.asset).size(), history + 1) << "only its Re-Audit row";
     }
     EXPECT_GT(files, 0) << "the sample folder holds no inventory";
 }
+
+NORVIK_ON_BOTH_ENGINES(InventoryCorpus);
 
 }  // namespace

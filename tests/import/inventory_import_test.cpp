@@ -11,6 +11,7 @@
 #include "import/inventory_import.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -31,10 +32,6 @@ std::string XmlInventory(const std::string& host, int software, int release) {
 
 class InventoryImport : public EngineTest {
 protected:
-    ULong Number(const std::string& sql) {
-        CSqlRecordset rs(db_.get(), sql.c_str());
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    }
     // The rows of every table an inventory writes, table by table.
     std::map<std::string, ULong> Rows() {
         std::map<std::string, ULong> rows;
@@ -47,9 +44,7 @@ protected:
         CSortList list;
         db_->EnumApplicationInstances(asset, 1, list, 0, 0);
         list.Sort();
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        return texts;
+        return Texts(list);
     }
     InventoryImportResult Import(const std::string& text) {
         SqlImportTransactions transactions(*db_);

@@ -48,6 +48,12 @@ std::string Software(const Inventory& inventory, const std::string& name) {
     return "(absent)";
 }
 
+struct ItemCase {
+    const char* path;
+    const char* key;
+    std::string expected;  // as Item gives it
+};
+
 // The identity and the asset record, "|"-joined in declaration order.
 std::string Identity(const Inventory& i) {
     std::string macs;
@@ -66,9 +72,10 @@ TEST(InventoryReader, FormatIsToldFromTheContentNotTheName) {
     EXPECT_EQ(DetectInventoryFormat("[1]"), InventoryFormat::Unknown);
 }
 
-TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
+TEST(InventoryReader, DamagedOrMalformedDocumentsNameFileLineColumnAndReason) {
+    const std::string hw = "<HARDWARE><NAME>PC</NAME></HARDWARE>";
     const struct {
-        const char* text;
+        std::string text;
         const char* message;
     } cases[] = {
         {"", "in: line 1, column 1: the file is empty"},
@@ -100,21 +107,7 @@ TEST(InventoryReader, DamagedDocumentsNameFileLineColumnAndReason) {
          "in: line 1, column 60: the document ends before its values are closed (truncated file)"},
         {"{\"content\": {\"hardware\": {\"uuid\": \"x\"}}}",
          "in: line 1, column 1: the inventory names no host (no HARDWARE/NAME)"},
-    };
-    for (const auto& c : cases) {
-        Inventory inventory;
-        std::string error;
-        EXPECT_FALSE(ReadInventory("in", c.text, inventory, error)) << c.text;
-        EXPECT_EQ(error, c.message) << c.text;
-    }
-}
-
-TEST(InventoryReader, MalformedDocumentsWereAcceptedOrResolvedSilently) {
-    const std::string hw = "<HARDWARE><NAME>PC</NAME></HARDWARE>";
-    const struct {
-        std::string text;
-        const char* message;
-    } cases[] = {
+        // Malformed documents are refused, never resolved silently.
         {"<REQUEST><CONTENT>" + hw + "</CONTENT></REQUEST>\n junk",
          "in: line 2, column 2: text after the root element"},
         {"<REQUEST><CONTENT>" + hw + "</CONTENT></REQUEST><REQUEST/>", "in: line 1, column 75: a second root element"},
@@ -198,11 +191,7 @@ TEST(InventoryReader, XmlInventoryMapsIdentityRecordAndOperatingSystem) {
 
 TEST(InventoryReader, XmlHardwareSectionsBecomeCategoriesWithDisplayTypes) {
     const Inventory inventory = ReadFixture("workstation.xml");
-    const struct {
-        const char* path;
-        const char* key;
-        std::string expected;
-    } cases[] = {
+    const ItemCase cases[] = {
         {"System", "Serial Number", "CZC1234XYZ/0"},
         {"System", "Memory", "8192/3"},
         {"BIOS", "Date", std::to_string(CTime(2009, 6, 23, 0, 0, 0).GetTime()) + "/4"},
@@ -258,11 +247,7 @@ TEST(InventoryReader, JsonInventoryMapsLikeTheXmlOne) {
     EXPECT_EQ(inventory.date, "2020-06-12 14:19:54");
     EXPECT_EQ(Identity(inventory), "||9C:B6:D0:00:11:22,");  // "System Serial Number", "@@@...@@@"
     EXPECT_EQ(Record(inventory), "|192.168.1.142|Contoso Computers|Book 13|Laptop");  // the first IPv4 of the list
-    const struct {
-        const char* path;
-        const char* key;
-        std::string expected;
-    } cases[] = {
+    const ItemCase cases[] = {
         {"", "Name", "Fedora/0"},
         {"", "Kernel Version", "5.6.15-200.fc31.x86_64/0"},
         {"", "Time Zone", "CEST/0"},

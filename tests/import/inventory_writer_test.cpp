@@ -16,6 +16,7 @@
 #include "sql/sql_recordset.h"
 #include "support/asset_views.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -90,10 +91,7 @@ protected:
     std::vector<ULong> Counts(std::initializer_list<const char*> tables = {"ASSET", "HW", "HISTORY", "MAKE", "MODEL",
                                                                            "CAT"}) {
         std::vector<ULong> counts;
-        for (const char* table : tables) {
-            CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s", table));
-            counts.push_back(rs.NumberAt(0));
-        }
+        for (const char* table : tables) counts.push_back(Number(std::string("select count(*) from ") + table));
         return counts;
     }
     // The asset's folder at `pieces` from the top; 0 when a piece is missing.
@@ -114,9 +112,7 @@ protected:
         CSortList children;
         db_->folderEnum(asset, parent, children, 0, 0);
         children.Sort();
-        std::vector<std::string> names;
-        for (const CSortItem& child : children) names.push_back(child.text.str());
-        return names;
+        return Texts(children);
     }
     std::vector<StoredFile> Files(ULong asset, ULong folder) {
         CTable table;
@@ -158,21 +154,6 @@ TEST_P(InventoryWriter, NewAssetGetsRecordCatalogueHardwareAndOnlyItsInitialAudi
         db_->hwValueAsString(db_->hwFind(db_->hwFind("Network Adapters|Ethernet", '|'), asset, "IP Address")).str(),
         "10.1.2.33");
     EXPECT_EQ(HistoryOf(asset), std::vector<std::string>{"Initial Audit"});
-}
-
-TEST_P(InventoryWriter, UnchangedReimportWritesOneReAuditRowAndNothingElse) {
-    const ULong asset = Apply(Machine("WS-1", "SER-1")).asset;
-    // A second machine of the same make and model reuses the catalogue entries.
-    Apply(Machine("WS-2", "SER-2"));
-    std::vector<ULong> counts = Counts();
-    const ImportOutcome again = Apply(Machine("WS-1", "SER-1"));
-    EXPECT_EQ(again.asset, asset);
-    EXPECT_FALSE(again.newAsset);
-    EXPECT_EQ(again.hardwareChanges, 0u);
-    EXPECT_FALSE(again.recordChanged);
-    EXPECT_EQ(HistoryOf(asset), (std::vector<std::string>{"Initial Audit", "Re-Audit"}));
-    ++counts[2];  // the Re-Audit row
-    EXPECT_EQ(Counts(), counts);
 }
 
 TEST_P(InventoryWriter, ReimportRecordsHardwareAddedChangedAndRemoved) {
@@ -354,18 +335,27 @@ TEST_P(InventoryWriter, EntriesFoldersAndFilesFormTheAssetsTreeWithFilesOfTheirA
 }
 
 TEST_P(InventoryWriter, UnchangedReimportAddsOnlyItsReAuditRowAndMachinesShareRows) {
-    const ULong asset = Apply(Software("WS-1", Catalogue())).asset;
-    std::vector<ULong> counts = Counts({"SWFOLDER", "SWFILE", "SWLINK", "APPS", "APPINST", "HISTORY"});
-    const ImportOutcome again = Apply(Software("WS-1", Catalogue()));
+    Inventory machine = Machine("WS-1", "SER-1");
+    machine.software = Catalogue();
+    const ULong asset = Apply(machine).asset;
+    const std::initializer_list<const char*> tables = {"HISTORY", "MAKE",   "MODEL",   "CAT",  "SWFOLDER",
+                                                       "SWFILE",  "SWLINK", "APPINST", "APPS", "HW"};
+    std::vector<ULong> counts = Counts(tables);
+    const ImportOutcome again = Apply(machine);
     EXPECT_EQ(again.asset, asset);
-    EXPECT_EQ(again.applicationsAdded + again.applicationsRemoved, 0u);
-    ++counts[5];  // the Re-Audit row
-    EXPECT_EQ(Counts({"SWFOLDER", "SWFILE", "SWLINK", "APPS", "APPINST", "HISTORY"}), counts);
-    const ULong folders = counts[0], files = counts[1], links = counts[2];
+    EXPECT_FALSE(again.newAsset);
+    EXPECT_EQ(again.hardwareChanges + again.applicationsAdded + again.applicationsRemoved, 0u);
+    EXPECT_FALSE(again.recordChanged);
+    EXPECT_EQ(HistoryOf(asset), (std::vector<std::string>{"Initial Audit", "Re-Audit"}));
+    ++counts[0];  // the Re-Audit row
+    EXPECT_EQ(Counts(tables), counts);
 
-    // A second machine with the same software links to the same folder and file rows.
-    const ULong other = Apply(Software("WS-2", Catalogue())).asset;
-    EXPECT_EQ(Counts({"SWFOLDER", "SWFILE", "SWLINK"}), (std::vector<ULong>{folders, files, 2 * links}));
+    // A second machine of the same make, model and software reuses the catalogue, folder and file rows.
+    Inventory twin = Machine("WS-2", "SER-2");
+    twin.software = Catalogue();
+    const ULong other = Apply(twin).asset;
+    const std::vector<ULong> shared = Counts({"MAKE", "MODEL", "CAT", "SWFOLDER", "SWFILE", "SWLINK"});
+    EXPECT_EQ(shared, (std::vector<ULong>{counts[1], counts[2], counts[3], counts[4], counts[5], 2 * counts[6]}));
     const ULong editorFolder = Folder(other, {"C:", "Program Files", "Acme", "Editor"});
     EXPECT_EQ(editorFolder, Folder(asset, {"C:", "Program Files", "Acme", "Editor"}));
     EXPECT_EQ(Files(other, editorFolder).size(), 1u);

@@ -152,18 +152,4 @@ TEST_F(Frame, ExceptionsGiveTheirTwoMessageForms) {
     EXPECT_EQ(shown[3], "An Error has occurred\n\n");
 }
 
-TEST_F(Frame, IconNamesFollowTheGroupTable) {
-    // clang-format off
-    const std::map<int, const char*> expected = {
-        {1, "Location"}, {2, "Location"}, {3, "Asset"}, {4, "Asset Data"}, {5, "Folders/Files"},
-        {8, "Folders/Files"}, {9, "Discovered Assets"}, {12, "Discovered Assets"}, {13, "Software"},
-        {14, "Hardware"}, {15, "Hardware"}, {16, "History"}, {21, "History"}, {22, "Category"}, {23, "Make"},
-        {24, "Model"}, {25, "Captured Files"}, {26, "Captured Files"}, {27, "Software Licensing"},
-        {28, "Software Licensing"}, {29, "Alerts"}, {30, "Alerts"}, {31, "Internet"}, {32, "History"},
-        {33, "Cookies"}, {34, "All Assets"}, {37, "All Assets"}, {38, "Operating System"}, {39, "System"},
-        {43, "System"}, {44, ""}, {50, ""}, {51, "System"}, {52, ""}, {-1, ""}};
-    // clang-format on
-    for (const auto& [icon, text] : expected) EXPECT_STREQ(norvik_.GetIconName(icon).c_str(), text) << icon;
-}
-
 }  // namespace

@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include "platform/archive.h"
 #include "platform/file.h"
 #include "platform/ui_hooks.h"
+#include "support/slurp.h"
 
 namespace kbtest {
 
@@ -80,12 +79,7 @@ void Read(T& object, const Bytes& bytes) {
     object.Serialize(ar);
 }
 
-inline std::string FileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream all;
-    all << in.rdbuf();
-    return all.str();
-}
+inline std::string FileBytes(const std::string& path) { return Slurp(path); }
 
 // Opens the trace on a file of its own for the object's lifetime and reads back what was written.
 class TraceCapture {

@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "platform/exceptions.h"
+#include "support/slurp.h"
 
 namespace {
 
@@ -20,12 +19,6 @@ class AtomicFile : public ::testing::Test {
 protected:
     void SetUp() override { fs::create_directories(dir_); }
     void TearDown() override { fs::remove_all(dir_); }
-    static std::string Read(const fs::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
     // The names in the folder, to see that no temporary file stays.
     std::size_t Entries() const {
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()));
@@ -39,7 +32,7 @@ TEST_F(AtomicFile, ReplacesWholeAndKeepsThePermissionBits) {
     CAtomicFile::Replace(file_.c_str(), "old contents");
     ::chmod(file_.c_str(), 0640);
     CAtomicFile::Replace(file_.c_str(), std::string("new\0contents", 12));
-    EXPECT_EQ(Read(file_), std::string("new\0contents", 12));
+    EXPECT_EQ(Slurp(file_), std::string("new\0contents", 12));
     struct stat info {};
     ASSERT_EQ(::stat(file_.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640u);
@@ -51,9 +44,9 @@ TEST_F(AtomicFile, UncommittedWritesLeaveTheOldFileAndNoTemporaryFile) {
     {
         CAtomicFile file(file_.c_str());
         file.Write("half of the new", 15);
-        EXPECT_EQ(Read(file_), "old contents") << "nothing shows before Commit";
+        EXPECT_EQ(Slurp(file_), "old contents") << "nothing shows before Commit";
     }
-    EXPECT_EQ(Read(file_), "old contents");
+    EXPECT_EQ(Slurp(file_), "old contents");
     EXPECT_EQ(Entries(), 1u);
 }
 

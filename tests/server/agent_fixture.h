@@ -3,9 +3,7 @@
 // read back as the agent reads it.
 #pragma once
 
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "import/import_transactions.h"
@@ -15,12 +13,10 @@
 #include "server/server_settings.h"
 #include "server/worker_context.h"
 #include "support/engine_test.h"
+#include "support/slurp.h"
 
 inline std::string ReadFixture(const std::string& relative) {
-    std::ifstream in(std::string(NORVIK_TEST_DATA_DIR) + "/" + relative, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return Slurp(std::string(NORVIK_TEST_DATA_DIR) + "/" + relative);
 }
 
 // The Content-Type an agent sends with a body of `kind`.

@@ -37,21 +37,6 @@ TEST_P(AgentGlpi, ContactIsAnsweredWithExpirationAndTheInventoryTask) {
     EXPECT_EQ(Assets(), 0u);
 }
 
-TEST_P(AgentGlpi, InventoryIsImportedOnceInEveryCompression) {
-    const std::string inventory = ReadFixture("inventories/laptop.json");
-    const char* expected[] = {"new", "unchanged", "unchanged"};
-    int i = 0;
-    for (const Compression kind : kEveryCompression) {
-        SCOPED_TRACE(CompressionName(kind));
-        const HttpResponse response = PostJson(inventory, kind);
-        ASSERT_EQ(response.status, 200) << response.body;
-        EXPECT_EQ(Plain(response), "{\"status\":\"ok\",\"expiration\":24}\n");
-        EXPECT_EQ(response.logOutcome, expected[i++]);
-        EXPECT_EQ(response.logDeviceId, "LAPTOP-7-2020-06-12-14-19-54");
-        EXPECT_EQ(Assets(), 1u);
-    }
-}
-
 TEST_P(AgentGlpi, DamagedOrUnknownMessagesGet400AndWriteNothing) {
     const struct {
         std::string body;

@@ -21,6 +21,38 @@ protected:
     void LogOnAs(const std::string& base64) { extraHeaders_ = {{"Authorization", "Basic " + base64}}; }
 };
 
+// Each protocol's inventory, posted in every compression: the first makes the asset, the others
+// find it unchanged, and each gets its protocol's answer.
+TEST_P(AgentPost, InventoryOfEitherProtocolIsImportedOnceInEveryCompression) {
+    const struct {
+        const char* fixture;
+        const char* type;
+        const char* answer;
+        const char* deviceId;
+    } protocols[] = {
+        {"inventories/workstation.xml", "application/xml",
+         "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<REPLY><RESPONSE>no_account_update</RESPONSE></REPLY>\n",
+         "WS-ALPHA-2011-03-02-10-44-46"},
+        {"inventories/laptop.json", "application/json", "{\"status\":\"ok\",\"expiration\":24}\n",
+         "LAPTOP-7-2020-06-12-14-19-54"},
+    };
+    ULong assets = 0;
+    for (const auto& protocol : protocols) {
+        const char* expected[] = {"new", "unchanged", "unchanged"};
+        int i = 0;
+        ++assets;
+        for (const Compression kind : kEveryCompression) {
+            SCOPED_TRACE(std::string(protocol.fixture) + " " + CompressionName(kind));
+            const HttpResponse response = Post(ReadFixture(protocol.fixture), kind, protocol.type);
+            ASSERT_EQ(response.status, 200) << response.body;
+            EXPECT_EQ(Plain(response), protocol.answer);
+            EXPECT_EQ(response.logOutcome, expected[i++]);
+            EXPECT_EQ(response.logDeviceId, protocol.deviceId);
+            EXPECT_EQ(Assets(), assets);
+        }
+    }
+}
+
 TEST_P(AgentPost, InflatedBodyOverTheLimitGets413AndWritesNothing) {
     settings_.maxInflatedBytes = 4096;
     const std::string inventory = ReadFixture("inventories/workstation.xml");

@@ -23,23 +23,6 @@ TEST_P(AgentXml, PrologIsAnsweredSendWithTheFrequencyInEveryCompression) {
     EXPECT_EQ(Assets(), 0u);
 }
 
-TEST_P(AgentXml, InventoryIsImportedOnceInEveryCompression) {
-    const std::string inventory = ReadFixture("inventories/workstation.xml");
-    const char* expected[] = {"new", "unchanged", "unchanged"};
-    int i = 0;
-    for (const Compression kind : kEveryCompression) {
-        SCOPED_TRACE(CompressionName(kind));
-        const HttpResponse response = Post(inventory, kind);
-        EXPECT_EQ(response.status, 200) << response.body;
-        EXPECT_EQ(
-            Plain(response),
-            "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<REPLY><RESPONSE>no_account_update</RESPONSE></REPLY>\n");
-        EXPECT_EQ(response.logOutcome, expected[i++]);
-        EXPECT_EQ(response.logDeviceId, "WS-ALPHA-2011-03-02-10-44-46");
-        EXPECT_EQ(Assets(), 1u);
-    }
-}
-
 TEST_P(AgentXml, DamagedOrUnknownRequestsGet400AndWriteNothing) {
     const std::string truncated = ReadFixture("inventories/truncated.xml");
     const struct {

@@ -30,7 +30,6 @@ protected:
                 table, condition.c_str()));
         }
     }
-    ULong Count(const std::string& statement) { return CSqlRecordset(db_.get(), statement.c_str()).NumberAt(0); }
     std::string Id(ULong id) { return std::to_string(id); }
 
     const CTime when_ = CTime(2024, 3, 1, 9, 30, 0);
@@ -42,7 +41,7 @@ TEST_P(AllOrNothing, LocationDeleteRefusedAtTheTopDeletesNothingBelow) {
     RefuseDelete("LOCDATA", "old._ID = " + Id(top));
     EXPECT_EQ(db_->locDelete(top), 0);
     EXPECT_NE(AllMessages().find("refused by the test"), std::string::npos);
-    EXPECT_EQ(Count("select count(*) from LOCDATA"), 3u) << "the rooms below stay";
+    EXPECT_EQ(Number("select count(*) from LOCDATA"), 3u) << "the rooms below stay";
     EXPECT_EQ(std::pair(db_->SelectNumber("ASSET", "_LOCATION", pc), db_->GetAssetLocation(pc)), std::pair(room, room))
         << "no cached move survives the rollback";
     EXPECT_FALSE(db_->InTransaction());
@@ -54,9 +53,9 @@ TEST_P(AllOrNothing, LocationTypeDeleteRefusedPartWayChangesNothing) {
         db_->locAdd("First", db_->locAdd("HQ", 0, site, CIPAddress(), CIPAddress()), floor, CIPAddress(), CIPAddress());
     RefuseDelete("LOCDATA", "old._ID = " + Id(level));
     EXPECT_EQ(db_->DeleteLocType(floor), 0);
-    EXPECT_EQ(Count("select count(*) from LOCTYPE"), 2u);
+    EXPECT_EQ(Number("select count(*) from LOCTYPE"), 2u);
     EXPECT_EQ(db_->GetLocTypeParent(floor), site);
-    EXPECT_EQ(Count("select count(*) from LOCDATA"), 2u);
+    EXPECT_EQ(Number("select count(*) from LOCDATA"), 2u);
 }
 
 TEST_P(AllOrNothing, AssetDeleteRefusedPartWayKeepsEveryRow) {
@@ -65,8 +64,8 @@ TEST_P(AllOrNothing, AssetDeleteRefusedPartWayKeepsEveryRow) {
     RefuseDelete("SWLINK", "1 = 1");
     EXPECT_EQ(db_->assetDelete(pc), 0);
     for (const char* table : {"APPINST", "HISTORY", "HW", "SWLINK"})
-        EXPECT_EQ(Count(std::string("select count(*) from ") + table + " where _ASSET = " + Id(pc)), 1u) << table;
-    EXPECT_EQ(Count("select count(*) from ASSET"), 1u);
+        EXPECT_EQ(Number(std::string("select count(*) from ") + table + " where _ASSET = " + Id(pc)), 1u) << table;
+    EXPECT_EQ(Number("select count(*) from ASSET"), 1u);
 }
 
 TEST_P(AllOrNothing, CategoryDeleteRefusedAtAModelKeepsTheCategoryAndItsMakes) {
@@ -76,9 +75,9 @@ TEST_P(AllOrNothing, CategoryDeleteRefusedAtAModelKeepsTheCategoryAndItsMakes) {
     RefuseDelete("MODEL", "old._NAME = 'S-2'");
     db_->DeleteCategory(category);
     EXPECT_FALSE(messages_.empty());
-    EXPECT_EQ(Count("select count(*) from CAT"), 1u);
-    EXPECT_EQ(Count("select count(*) from MAKE"), 1u);
-    EXPECT_EQ(Count("select count(*) from MODEL"), 2u);
+    EXPECT_EQ(Number("select count(*) from CAT"), 1u);
+    EXPECT_EQ(Number("select count(*) from MAKE"), 1u);
+    EXPECT_EQ(Number("select count(*) from MODEL"), 2u);
 }
 
 TEST_P(AllOrNothing, RenameWhoseStationFileCannotBeWrittenLeavesTheNameUnchanged) {
@@ -89,7 +88,7 @@ TEST_P(AllOrNothing, RenameWhoseStationFileCannotBeWrittenLeavesTheNameUnchanged
     EXPECT_NE(AllMessages().find("norvik-no-such-folder"), std::string::npos);
     EXPECT_EQ(db_->SelectText("ASSET", "_NAME", pc), "PC-1");
     EXPECT_EQ(db_->GetAssetName(pc), "PC-1");
-    EXPECT_EQ(Count("select count(*) from HISTORY where _ASSET = " + Id(pc)), 1u) << "only the initial audit";
+    EXPECT_EQ(Number("select count(*) from HISTORY where _ASSET = " + Id(pc)), 1u) << "only the initial audit";
     EXPECT_EQ(db_->SetAssetName(pc, "PC-2", nullptr, 1, when_), 1) << "the connection is usable again";
     EXPECT_EQ(db_->SelectText("ASSET", "_NAME", pc), "PC-2");
 }
@@ -101,7 +100,7 @@ TEST_P(AllOrNothing, FindOrInsertLockHoldsItsTransactionUntilCommit) {
         db_->InsertRecord("ASSET", "_NAME", "'PC-1'");
     }
     EXPECT_FALSE(db_->InTransaction());
-    EXPECT_EQ(Count("select count(*) from ASSET"), 0u) << "left without Commit: rolled back";
+    EXPECT_EQ(Number("select count(*) from ASSET"), 0u) << "left without Commit: rolled back";
     // The key ignores case, so that names that differ only in case wait for each other too.
     EXPECT_EQ(FindOrInsertLock::LockKey("pc-1"), FindOrInsertLock::LockKey("PC-1"));
     EXPECT_NE(FindOrInsertLock::LockKey("PC-1"), FindOrInsertLock::LockKey("PC-2"));
@@ -131,7 +130,7 @@ TEST_P(AllOrNothing, CatalogueFindOrAddGivesOneRowPerNameAcrossConnections) {
     lock.Commit();
     adder.join();
     EXPECT_EQ(seen, desk);
-    EXPECT_EQ(Count("select count(*) from CAT where _NAME = 'Desk'"), 1u);
+    EXPECT_EQ(Number("select count(*) from CAT where _NAME = 'Desk'"), 1u);
 }
 
 NORVIK_ON_BOTH_ENGINES(AllOrNothing);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -12,9 +13,7 @@ class AppPublishers : public EngineTest {
 protected:
     static std::vector<std::string> Sorted(CSortList& list) {
         list.Sort();
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        return texts;
+        return Texts(list);
     }
 };
 

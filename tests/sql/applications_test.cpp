@@ -10,18 +10,13 @@
 #include "kb/kb_files.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
 class Applications : public EngineTest {
 protected:
     ULong Asset(const char* name) { return db_->AddAsset(name, 0, 0, 0, CTime(1700000000)); }
-
-    static std::vector<std::string> Texts(const CSortList& list) {
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        return texts;
-    }
 };
 
 TEST_P(Applications, AddAppFindsTheExistingRowOrCreatesOneWithTheFlags) {
@@ -224,18 +219,15 @@ TEST_P(Applications, FindMatchesTheFullDisplayNameOfInstalledFlaggedRows) {
         EXPECT_EQ(db_->applicationFind(miss), 0u) << miss;
 }
 
-TEST_P(Applications, HostileTextsRoundTripInPublishersNamesAndInstances) {
+// The texts of the applications themselves are checked with every family's texts.
+TEST_P(Applications, HostileTextsRoundTripInInstancesAndPublisherListings) {
     const std::string quote = "O'Neil ''x'' 100% a_b \\";
     const std::string high = "Caf\xe9 \xff\x80";
-    const std::string longName(300, 'n');
     const ULong pc = Asset("PC1");
     for (const auto& [publisher, name] :
-         {std::pair{quote, high}, std::pair{high, longName}, std::pair{std::string("%"), std::string("_")}}) {
+         {std::pair{quote, high}, std::pair{high, quote}, std::pair{std::string("%"), std::string("_")}}) {
         const ULong app = db_->applicationAdd(publisher.c_str(), name.c_str(), 1);
         ASSERT_NE(app, 0u) << AllMessages();
-        EXPECT_EQ(db_->applicationAdd(publisher.c_str(), name.c_str(), 1), app);
-        EXPECT_EQ(db_->applicationGetName(app, 0, 1).str(), publisher + " " + name);
-        EXPECT_EQ(db_->GetAppPublisher(app, 0).str(), publisher);
         const ULong inst = db_->applicationAddInstance(pc, app, quote.c_str(), high.c_str(), 0);
         db_->applicationFindInst(pc, app);
         EXPECT_EQ(db_->newGetAppInstSerial(inst).str(), quote);

@@ -5,6 +5,7 @@
 
 #include "kb/kb_files.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -31,10 +32,8 @@ protected:
                                     int includeKb) {
         CSortList list;
         const ULong count = ((*db_).*enumerate)(owner, list, includeKb);
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        EXPECT_EQ(count, texts.size());
-        return texts;
+        EXPECT_EQ(count, list.GetCount());
+        return Texts(list);
     }
 
     kbtest::ScratchFolder folder_;

@@ -9,6 +9,7 @@
 #include "common/formatting.h"
 #include "sql/sql_recordset.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
 
@@ -81,9 +82,7 @@ TEST_P(Hardware, EnumHidesCategoriesWithoutValuesOfTheAssetAtAnyDepth) {
     auto names = [&](ULong asset, ULong parent) {
         CSortList list;
         db_->hwEnum(asset, parent, list, 0xFFFFFFFF);
-        std::vector<std::string> texts;
-        for (const CSortItem& item : list) texts.push_back(item.text.str());
-        return texts;
+        return Texts(list);
     };
     EXPECT_EQ(names(pc1, 0), std::vector<std::string>{"A"});
     EXPECT_TRUE(names(pc2, 0).empty());

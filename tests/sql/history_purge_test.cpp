@@ -47,10 +47,6 @@ protected:
     std::tuple<std::set<std::string>, std::set<std::string>> Remaining() {
         return {Left("select _KEY from HISTORY"), Left("select _EVENT from EVENTLOG")};
     }
-    ULong Count(const char* statement) {
-        CSqlRecordset rs(db_.get(), statement);
-        return rs.IsEOF() ? 0 : rs.NumberAt(0);
-    }
     void Empty() {
         db_->ExecuteStatement("delete from EVENTLOG");
         db_->ExecuteStatement("delete from HISTORY");
@@ -119,7 +115,7 @@ TEST_P(HistoryPurge, AnotherConnectionWritesBetweenBatchesWithoutWaiting) {
     EXPECT_TRUE(agent.failures.empty()) << agent.failures.front();
     EXPECT_GT(agent.steps, 3);
     EXPECT_GT(removed, 0u);
-    EXPECT_EQ(Count("select count(*) from HISTORY where _KEY = 'new'"), static_cast<ULong>(agent.steps));
+    EXPECT_EQ(Number("select count(*) from HISTORY where _KEY = 'new'"), static_cast<ULong>(agent.steps));
     EXPECT_EQ(Left("select distinct _USERNAME from HISTORY where _ASSET = 1"), std::set<std::string>{"agent"});
     EXPECT_TRUE(messages_.empty()) << AllMessages();
     writer.Close();
@@ -127,7 +123,7 @@ TEST_P(HistoryPurge, AnotherConnectionWritesBetweenBatchesWithoutWaiting) {
 
 TEST_P(HistoryPurge, ACancelKeepsTheBatchesDoneAndStops) {
     AddSite();
-    const ULong all = Count("select count(*) from HISTORY");
+    const ULong all = Number("select count(*) from HISTORY");
     int steps = 0;
     db_->ProgSetCallback(
         [](int code, CallbackValue, CallbackValue context) {
@@ -140,8 +136,8 @@ TEST_P(HistoryPurge, ACancelKeepsTheBatchesDoneAndStops) {
     const ULong removed = db_->historyPurgeInBatches(kBound, 1, 0, 10);
     EXPECT_EQ(steps, 1);
     EXPECT_GT(removed, 0u);
-    EXPECT_EQ(Count("select count(*) from HISTORY"), all - removed);
-    EXPECT_EQ(Count("select count(*) from HISTORY where _ID > 10"), all - 10);
+    EXPECT_EQ(Number("select count(*) from HISTORY"), all - removed);
+    EXPECT_EQ(Number("select count(*) from HISTORY where _ID > 10"), all - 10);
 }
 
 TEST_P(HistoryPurge, InternetHistoryGoesAsThePurgeListsNameIt) {
@@ -170,7 +166,7 @@ TEST_P(HistoryPurge, InternetHistoryGoesAsThePurgeListsNameIt) {
 // purge; the batches before it stay purged.
 TEST_P(HistoryPurge, AFailingBatchIsReportedAndRolledBack) {
     AddSite();
-    const ULong all = Count("select count(*) from HISTORY");
+    const ULong all = Number("select count(*) from HISTORY");
     // A row whose event cannot be deleted: the second range fails at its first statement.
     if (IsSqlite()) {
         db_->ExecuteStatement(
@@ -188,9 +184,9 @@ TEST_P(HistoryPurge, AFailingBatchIsReportedAndRolledBack) {
     EXPECT_NE(AllMessages().find("kept"), std::string::npos) << AllMessages();
     EXPECT_NE(AllMessages().find("delete from EVENTLOG where _HISTID between 11 and 20"), std::string::npos)
         << AllMessages();
-    EXPECT_EQ(Count("select count(*) from HISTORY"), all - removed);
-    EXPECT_EQ(Count("select count(*) from HISTORY where _ID > 10"), all - 10);
-    EXPECT_EQ(Count("select count(*) from EVENTLOG where _HISTID > 10"), all - 10);
+    EXPECT_EQ(Number("select count(*) from HISTORY"), all - removed);
+    EXPECT_EQ(Number("select count(*) from HISTORY where _ID > 10"), all - 10);
+    EXPECT_EQ(Number("select count(*) from EVENTLOG where _HISTID > 10"), all - 10);
 }
 
 NORVIK_ON_BOTH_ENGINES(HistoryPurge);

@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <tuple>
 
 #include "platform/exceptions.h"
 #include "sql/station_file.h"
+#include "support/slurp.h"
 
 namespace {
 
@@ -24,11 +24,7 @@ protected:
         WriteStationValue(path_.c_str(), "Asset", "Name", value);
         return Contents();
     }
-    std::string Contents() {
-        std::stringstream text;
-        text << std::ifstream(path_, std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string Contents() { return Slurp(path_); }
     std::filesystem::path path_;
 };
 

@@ -54,6 +54,11 @@ protected:
     // The "Hardware|CPU" categories; returns the CPU's _ID.
     ULong AddCpuCategory() { return AddHw(AddHw(0, 0, 1, "Hardware"), 0, 1, "CPU"); }
 
+    // The status lines of an upgrade whose step says `upgrading`, then of the index set it brings.
+    static std::vector<std::string> UpgradeThenIndexSteps(const char* upgrading) {
+        return {upgrading, "Creating index IX_HW_KEY_VAL", "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
+                "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"};
+    }
     static int RecordStatus(int code, CallbackValue value, CallbackValue context) {
         auto* self = reinterpret_cast<UpgradeTest*>(context);
         if (code == 1) self->status_.emplace_back(reinterpret_cast<const char*>(value));
@@ -106,9 +111,7 @@ TEST_P(UpgradeFrom708, RangesBecomeDottedTextsAndAGapInTheIdsAddsNoRow) {
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.0.9", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
-                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
+    EXPECT_EQ(status_, UpgradeThenIndexSteps("Upgrading Database to v7.0.9"));
     ASSERT_EQ(messages_.size(), 1u) << AllMessages();  // the offer only
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     EXPECT_TRUE(HasIndex("IX_APPINST_APP_ASSET_VERSION_ID"));
@@ -169,9 +172,7 @@ TEST_P(UpgradeFrom710, NormalisesProcessorsRoundsSpeedsAndAddsTheSystemCategorie
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.1", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
-                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
+    EXPECT_EQ(status_, UpgradeThenIndexSteps("Upgrading Database to v7.1.1"));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     auto val = [&](ULong id) { return db_->SelectText("HW", "_VAL", id).str(); };
     EXPECT_EQ(val(p4), "Intel Pentium 4");
@@ -202,9 +203,7 @@ TEST_P(UpgradeFrom712, CleansProcessorNamesAndFreesSelfParentedPeripherals) {
 
     ASSERT_TRUE(OpenWithStatus(*db_)) << AllMessages();
     EXPECT_EQ(StoredVersion(), 714);
-    EXPECT_EQ(status_, (std::vector<std::string>{"Upgrading Database to v7.1.4", "Creating index IX_HW_KEY_VAL",
-                                                 "Creating index IX_APPINST_APP_ASSET_VERSION_ID",
-                                                 "Dropping index IX_HW_KEY", "Dropping index IX_APPINST_APP"}));
+    EXPECT_EQ(status_, UpgradeThenIndexSteps("Upgrading Database to v7.1.4"));
     EXPECT_TRUE(HasIndex("IX_HW_KEY_VAL"));
     EXPECT_EQ(db_->SelectText("HW", "_VAL", raw), "Intel Pentium 4");
     EXPECT_EQ(db_->SelectText("HW", "_VAL", lower), "intel celeron");

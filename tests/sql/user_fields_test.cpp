@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "sql/sql_recordset.h"
+#include "support/asset_views.h"
 #include "support/engine_test.h"
+#include "support/sort_list_texts.h"
 
 namespace {
-
-int AsInt(ULong value) { return static_cast<int>(value); }
 
 class UserFields : public EngineTest {
 protected:
@@ -23,30 +23,16 @@ protected:
         db_->userDefSetParent(def, group);
         return def;
     }
-    std::vector<std::string> Names(const CSortList& list) {
-        std::vector<std::string> names;
-        for (const CSortItem& item : list) names.push_back(item.text.str());
-        return names;
-    }
     std::vector<std::string> Fields(ULong group, ULong mask, int recursive) {
         CSortList list;
         const ULong count = db_->userDefEnum(group, list, mask, recursive);
         EXPECT_EQ(count, list.GetCount());
-        return Names(list);
+        return Texts(list);
     }
     ULong Rows(const char* table, const CString& condition) {
-        CSqlRecordset rs(db_.get(), CString::Formatted("select count(*) from %s where %s", table, condition.c_str()));
-        return rs.NumberAt(0);
+        return Number(CString::Formatted("select count(*) from %s where %s", table, condition.c_str()).str());
     }
-    // The asset's history as "key|value1|value2", oldest first.
-    std::vector<std::string> History(ULong asset) {
-        std::vector<std::string> rows;
-        const CString statement =
-            CString::Formatted("select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", AsInt(asset));
-        for (CSqlRecordset rs(db_.get(), statement); !rs.IsEOF(); rs.MoveNext())
-            rows.push_back((rs.TextAt(0) + "|" + rs.TextAt(1) + "|" + rs.TextAt(2)).str());
-        return rows;
-    }
+    std::vector<std::string> History(ULong asset) { return HistoryValuesOf(*db_, asset); }
 
     const CTime when_{2024, 3, 1, 10, 0, 0};
 };
@@ -191,18 +177,18 @@ TEST_P(UserFields, EnumerationsListValuesNamesAndBlanks) {
 
     CSortList values;
     db_->userDataEnum(0, a, values, 0x2, 0);
-    EXPECT_EQ(Names(values), (std::vector<std::string>{"Category", "Make", "Model", "Serial Number", "Owner", "Room"}));
+    EXPECT_EQ(Texts(values), (std::vector<std::string>{"Category", "Make", "Model", "Serial Number", "Owner", "Room"}));
     CSortList global;
     db_->userDataEnumGlobal(0, "Owner", global, 0);
     global.Sort();
-    EXPECT_EQ(Names(global), (std::vector<std::string>{"<blank>", "Ann"}));
+    EXPECT_EQ(Texts(global), (std::vector<std::string>{"<blank>", "Ann"}));
     CSortList holders;
     db_->userDataEnumGlobal(0, "Owner=<blank>", holders, '=');
-    EXPECT_EQ(Names(holders), (std::vector<std::string>{"B"}));
+    EXPECT_EQ(Texts(holders), (std::vector<std::string>{"B"}));
     CSortList fieldNames;
     db_->userDataEnumGlobal(0, "", fieldNames, 0);
     fieldNames.Sort();
-    EXPECT_EQ(Names(fieldNames), (std::vector<std::string>{"Owner", "Room"}));
+    EXPECT_EQ(Texts(fieldNames), (std::vector<std::string>{"Owner", "Room"}));
     CStringTable names;
     EXPECT_EQ(db_->userDataEnumFieldNames(0, 0, names, 0x6), 3u);
     EXPECT_TRUE(messages_.empty()) << AllMessages();

@@ -22,6 +22,16 @@ inline std::vector<std::string> HistoryOf(CNorvikSql& db, ULong asset) {
     return texts;
 }
 
+// "key|value1|value2" of each of the asset's history rows, oldest first.
+inline std::vector<std::string> HistoryValuesOf(CNorvikSql& db, ULong asset) {
+    std::vector<std::string> rows;
+    const CString statement = CString::Formatted(
+        "select _KEY,_VALUE1,_VALUE2 from HISTORY where _ASSET=%d order by _ID", static_cast<int>(asset));
+    for (CSqlRecordset rs(&db, statement); !rs.IsEOF(); rs.MoveNext())
+        rows.push_back(rs.TextAt(0).str() + "|" + rs.TextAt(1).str() + "|" + rs.TextAt(2).str());
+    return rows;
+}
+
 // "Category|Key=value" of every hardware value of the asset.
 inline std::set<std::string> HardwareOf(CNorvik& db, ULong asset) {
     CHwList list;

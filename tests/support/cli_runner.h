@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "support/slurp.h"
+
 struct ToolResult {
     int exitCode;  // -1 when the tool did not exit normally
     std::string out;
@@ -52,7 +54,5 @@ struct ToolDir {
     const std::filesystem::path path;
 };
 
-// The whole content of a file.
-std::string Slurp(const std::filesystem::path& path);
 // Writes `bytes` as the whole of the file at `path`; the path as text.
 std::string WriteFile(const std::filesystem::path& path, const std::string& bytes);

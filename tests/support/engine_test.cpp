@@ -39,8 +39,10 @@ void EngineTest::CountUpdates(const char* table) {
     }
 }
 
-ULong EngineTest::CountedUpdates() {
-    CSqlRecordset rs(db_.get(), "select count(*) from UPDLOG");
+ULong EngineTest::CountedUpdates() { return Number("select count(*) from UPDLOG"); }
+
+ULong EngineTest::Number(const std::string& statement) {
+    CSqlRecordset rs(db_.get(), statement.c_str());
     return rs.IsEOF() ? 0 : rs.NumberAt(0);
 }
 

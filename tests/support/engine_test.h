@@ -35,6 +35,8 @@ protected:
     bool IsSqlite() const { return GetParam() == Engine::Sqlite; }
     // Everything shown through the message box so far, joined.
     std::string AllMessages() const;
+    // The first number `statement` selects; 0 when it selects no row.
+    ULong Number(const std::string& statement);
 
     // Counts every UPDATE of a row of `table` from now on, whoever sends it (a trigger writing
     // into table UPDLOG); CountedUpdates tells how many there were. One table per test.
