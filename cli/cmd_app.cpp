@@ -11,6 +11,7 @@
 #include "cli/resolve_asset.h"
 #include "cli/words.h"
 #include "import/identifiers.h"
+#include "sql/id_lists.h"
 #include "sql/sql_recordset.h"
 
 namespace cli {
@@ -87,11 +88,17 @@ struct AppRow {
     ULong files = 0;
 };
 
-// The files counted into each application's instances, site-wide.
-std::map<ULong, ULong> FilesByApp(CNorvikSql& db) {
+// The files counted into the instances of each application listed, site-wide: only theirs are
+// read, so a publisher's few applications do not cost a pass over every installation.
+std::map<ULong, ULong> FilesByApp(CNorvikSql& db, const CSortList& apps) {
+    std::vector<ULong> ids;
+    for (const CSortItem& item : apps) ids.push_back(item.id);
     std::map<ULong, ULong> files;
-    for (CSqlRecordset rs(&db, "select _APP ,sum(_FILES) from APPINST group by _APP"); !rs.IsEOF(); rs.MoveNext())
-        files[rs.NumberAt(0)] = rs.NumberAt(1);
+    for (const std::string& list : IdLists(ids)) {
+        const CString statement =
+            CString("select _APP ,sum(_FILES) from APPINST where _APP in (") + list.c_str() + ") group by _APP";
+        for (CSqlRecordset rs(&db, statement); !rs.IsEOF(); rs.MoveNext()) files[rs.NumberAt(0)] = rs.NumberAt(1);
+    }
     return files;
 }
 
@@ -158,7 +165,7 @@ int List(CNorvikSql& db, const Words& words, bool json) {
     } else {
         CSortList list;
         db.EnumGlobalSwApplications(0, list, 0, 0, 0, 0, filtered ? words.Value("--publisher").c_str() : nullptr, 0);
-        const std::map<ULong, ULong> files = FilesByApp(db);
+        const std::map<ULong, ULong> files = FilesByApp(db, list);
         for (const CSortItem& item : list) {
             AppRow row;
             row.id = item.id;

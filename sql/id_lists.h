@@ -9,5 +9,5 @@
 #include "platform/types.h"
 
 // The ids joined by commas, `perList` to a list, in the order given; none for no ids.
-std::vector<std::string> IdLists(const std::vector<ULong>& ids, std::size_t perList = 500);
-std::vector<std::string> IdLists(const CDynaList<ULong>& ids, std::size_t perList = 500);
+NORVIK_API std::vector<std::string> IdLists(const std::vector<ULong>& ids, std::size_t perList = 500);
+NORVIK_API std::vector<std::string> IdLists(const CDynaList<ULong>& ids, std::size_t perList = 500);

@@ -263,6 +263,23 @@ TEST_P(DbTool, AppMergeDuplicatesLosesNothing) {
                   std::to_string(dupInst) + ", \"serial\": \"S-9\"}]\n");
 }
 
+TEST_P(DbTool, AppListCountsTheFilesOfEachListedApplicationOverTheSite) {
+    Seeder& db = Db();
+    const ULong pc1 = db.AddAsset("PC1", 0, 0, 0, CTime(1700000000));
+    const ULong pc2 = db.AddAsset("PC2", 0, 0, 0, CTime(1700000000));
+    const ULong editor = db.applicationAdd("Acme", "Editor", 1);
+    const ULong viewer = db.applicationAdd("Beta", "Viewer", 1);
+    db.applicationAddInstance(pc1, editor, "", "1.0", 0);
+    db.applicationAddInstance(pc2, editor, "", "2.0", 0);
+    db.applicationAddInstance(pc1, viewer, "", "1.0", 0);
+    db.ExecuteStatement("update APPINST set _FILES = 3");
+    db_.reset();
+    EXPECT_EQ(Ok({"--json", "app", "list", "--publisher", "Acme"}),
+              "[{\"id\": " + std::to_string(editor) +
+                  ", \"publisher\": \"Acme\", \"name\": \"Editor\", \"version\": \"\", \"files\": 6, "
+                  "\"instances\": 2}]\n");
+}
+
 TEST_P(DbTool, AppNamesAndRefusals) {
     Ok({"asset", "add", "PC1"});
     Ok({"app", "add", "Acme", "Editor"});
