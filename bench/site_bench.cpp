@@ -197,12 +197,6 @@ ProbeRates ProbeImports(const GeneratedSite& site, const std::string& connect, i
     return {Median(first), Median(again), Median(deletes)};
 }
 
-// The database a connection string names: SQLite's file, PostgreSQL's database.
-std::string DatabaseOf(const std::string& connect) {
-    const std::size_t at = connect.find("Database=") + 9;
-    return connect.substr(at, connect.find(';', at) - at);
-}
-
 double FileBytes(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 ? static_cast<double>(info.st_size) : 0;
@@ -212,8 +206,8 @@ double FileBytes(const std::string& path) {
 // With writers always at work some connection always reads, so SQLite's own checkpoints never
 // get to empty the log and it grows without end (and every read slows with it); a site gets
 // this only when its load pauses, the bench between rounds of audits.
-double Checkpoint(CNorvikSql& db, const ScratchDatabase& scratch) {
-    const double bytes = FileBytes(DatabaseOf(scratch.ConnectionString()) + "-wal");
+double Checkpoint(CNorvikSql& db, const std::string& connect) {
+    const double bytes = FileBytes(DatabaseOf(connect) + "-wal");
     CSqlRecordset rs(&db, "pragma wal_checkpoint(TRUNCATE)");
     return bytes;
 }
@@ -225,7 +219,7 @@ double DatabaseBytes(CNorvikSql& db, const std::string& connect) {
         CSqlRecordset rs(&db, "select pg_database_size(current_database())");
         return rs.IsEOF() ? 0 : std::atof(rs.TextAt(0).c_str());
     }
-    { CSqlRecordset rs(&db, "pragma wal_checkpoint(TRUNCATE)"); }
+    Checkpoint(db, connect);
     const std::string file = DatabaseOf(connect);
     return FileBytes(file) + FileBytes(file + "-wal");
 }
@@ -321,7 +315,8 @@ private:
     void Grow(SiteBuilder& builder, CNorvikSql& db, const ScratchDatabase& scratch, int from, int size) {
         double largestLog = 0;
         const SiteGrowth growth = builder.Grow(from, size, [&] {
-            if (m_engine == Engine::Sqlite) largestLog = std::max(largestLog, Checkpoint(db, scratch));
+            if (m_engine == Engine::Sqlite)
+                largestLog = std::max(largestLog, Checkpoint(db, scratch.ConnectionString()));
         });
         if (growth.failures > 0)
             std::fprintf(stderr, "site_bench: %ld of %ld imports failed, first: %s\n", growth.failures, growth.imports,
@@ -364,7 +359,7 @@ private:
 
     std::string KeptSiteConnection(const std::string& name) const {
         if (m_engine == Engine::PostgreSql) return PostgresConnection(name);
-        return "Driver=SQLite3;Database=" + name + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+        return SqliteConnection(name);
     }
 
     void KeepSite(const ScratchDatabase& scratch, const std::string& name) const {

@@ -50,12 +50,10 @@ protected:
     // The SQLite database copied into a folder of its own, both made read-only.
     void MakeReadOnly() {
         if (GetParam() == Engine::PostgreSql) return;
-        const std::string connect = scratch_->ConnectionString();
-        const std::size_t from = connect.find("Database=") + 9;
         const std::filesystem::path folder = dir_.path / "ro";
         std::filesystem::create_directory(folder);
         file_ = folder / "a.db";
-        std::filesystem::copy_file(connect.substr(from, connect.find(';', from) - from), file_);
+        std::filesystem::copy_file(DatabaseOf(scratch_->ConnectionString()), file_);
         ::chmod(file_.c_str(), 0444);
         ::chmod(folder.c_str(), 0555);
         ::chmod(dir_.path.c_str(), 0755);

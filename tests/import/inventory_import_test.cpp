@@ -107,9 +107,7 @@ INSTANTIATE_TEST_SUITE_P(, InventoryImportFullDisk, ::testing::Values(Engine::Sq
 class InventoryImportSqliteLog : public InventoryImport {};
 
 TEST_P(InventoryImportSqliteLog, TheCommitThatChecksTheLogEmptiesIt) {
-    const std::string connect = scratch_->ConnectionString();
-    const std::size_t file = connect.find("Database=") + 9;
-    const std::string log = connect.substr(file, connect.find(';', file) - file) + "-wal";
+    const std::string log = DatabaseOf(scratch_->ConnectionString()) + "-wal";
     const auto logBytes = [&] {
         struct stat info {};
         return ::stat(log.c_str(), &info) == 0 ? static_cast<long>(info.st_size) : -1L;

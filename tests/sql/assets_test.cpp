@@ -173,11 +173,7 @@ TEST_P(Assets, RenameRecordsBothNamesAndIsReadPastTheCache) {
 TEST_P(Assets, ExistingNameIsFoundOnAReadOnlyDatabase) {
     const ULong pc = Add("PC-1");
     std::string connect = scratch_->ConnectionString();
-    if (IsSqlite()) {
-        const auto from = connect.find("Database=") + 9;
-        connect = "Driver=SQLite3;Database=file:" + connect.substr(from, connect.find(';', from) - from) +
-                  "?mode=ro;Timeout=10000;";
-    }
+    if (IsSqlite()) connect = "Driver=SQLite3;Database=file:" + DatabaseOf(connect) + "?mode=ro;Timeout=10000;";
     auto reader = MakeBackEnd();
     ASSERT_NE(reader->Open(connect.c_str(), nullptr, 0x1 | 0x4), 0) << AllMessages();
     EXPECT_EQ(reader->AddAsset("PC-1", 0, 0, 1, when_), pc);

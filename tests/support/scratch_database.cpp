@@ -60,6 +60,15 @@ std::string PostgresAdminConnection() {
     return dsn;
 }
 
+std::string SqliteConnection(const std::string& file) {
+    return "Driver=SQLite3;Database=" + file + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+}
+
+std::string DatabaseOf(const std::string& connect) {
+    const std::size_t at = connect.find("Database=") + 9;
+    return connect.substr(at, connect.find(';', at) - at);
+}
+
 std::string PostgresConnection(const std::string& name) {
     std::string dsn = PostgresAdminConnection();
     const std::string key = "Database=postgres";
@@ -77,7 +86,7 @@ ScratchDatabase::ScratchDatabase(Engine engine, const char* version) : m_engine(
             if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a folder for a SQLite test database");
             m_path = pattern;
             const std::string file = m_path + "/audit.db";
-            m_connect = "Driver=SQLite3;Database=" + file + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+            m_connect = SqliteConnection(file);
             CDatabase db;
             db.OpenEx(m_connect.c_str(), CDatabase::noOdbcDialog);
             InstallSchema(db, version);

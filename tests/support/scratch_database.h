@@ -36,3 +36,7 @@ private:
 std::string PostgresAdminConnection();
 // The connection string of database `name` on the PostgreSQL test server.
 std::string PostgresConnection(const std::string& name);
+// The connection string of the SQLite file `file`, with the settings `norvik --db` uses.
+std::string SqliteConnection(const std::string& file);
+// The database a connection string names: SQLite's file, PostgreSQL's database.
+std::string DatabaseOf(const std::string& connect);
