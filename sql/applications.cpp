@@ -92,6 +92,73 @@ std::string AppBatchStatement(const std::string& source, const char* body, const
     return text;
 }
 
+// The entries of a batch as the four array parameters (publisher, name, count, version) of the
+// server's statements.
+void SetBatchArrays(COdbcPrepared& step, const std::vector<const AppBatchEntry*>& entries) {
+    std::string arrays[4];
+    for (const AppBatchEntry* item : entries) {
+        const bool first = arrays[0].empty();
+        CSqlDatabase::AppendArrayText(arrays[0], item->entry->publisher);
+        CSqlDatabase::AppendArrayText(arrays[1], item->entry->name);
+        if (!first) arrays[2].append(",");
+        arrays[2].append(std::to_string(item->count));
+        CSqlDatabase::AppendArrayText(arrays[3], item->entry->version);
+    }
+    for (int i = 0; i < 4; ++i) step.SetText(i + 1, std::string("{").append(arrays[i]).append("}").c_str());
+}
+
+const char* const kServerBatchSource =
+    "with V(M, A, C, VER, N) as (select * from unnest(cast(? as text[]), cast(? as text[]), cast(? as integer[]), "
+    "cast(? as text[])) with ordinality) ";
+
+// One statement does the whole batch of entries whose application is in the catalogue: each
+// name is looked up once, the instances the asset has take the counts (an asset without any
+// skips that at once), the others are inserted. It answers the positions of the entries whose
+// name the catalogue lacks; their rows are left for the caller.
+void StoreInstancesOnServer(CNorvikSql& db, const std::vector<const AppBatchEntry*>& entries, ULong asset,
+                            std::vector<const AppBatchEntry*>& missing, CString& statement) {
+    statement =
+        CString(kServerBatchSource) +
+        ", T as materialized (select (select min(_ID) from APPS where _MFR = V.M and _APP = V.A) as APP, C, VER, "
+        "N from V), U as (update APPINST set _FILES = _FILES + T.C from T where APPINST._ASSET = cast(? as "
+        "integer) and APPINST._APP = T.APP and APPINST._ID = (select min(I._ID) from APPINST I where "
+        "I._ASSET = APPINST._ASSET and I._APP = T.APP) and exists (select 1 from APPINST E where E._ASSET = "
+        "cast(? as integer))), I as (insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) "
+        "select cast(? as integer), APP, '', VER, C - 1, 0 from T where APP is not null and not exists "
+        "(select 1 from APPINST where _ASSET = cast(? as integer) and _APP = T.APP)) select N from T where "
+        "APP is null";
+    COdbcPrepared& step = db.Prepared(statement);
+    SetBatchArrays(step, entries);
+    for (int number = 5; number <= 8; ++number) step.SetLong(number, AsInt(asset));
+    BusyScope busy(db);
+    step.Execute();
+    missing.clear();
+    while (step.Fetch()) {
+        const std::int32_t position = step.LongAt(1);
+        if (position >= 1 && static_cast<std::size_t>(position) <= entries.size())
+            missing.push_back(entries[position - 1]);
+    }
+    step.CloseCursor();
+}
+
+// Adds the catalogue rows of `entries`. The names are locked first as usp_AddApp locks one, in
+// one order so that two batches cannot wait for each other; the insert, a statement of its own,
+// then sees the rows of a batch that held a lock first.
+void AddMissingAppsOnServer(CNorvikSql& db, const std::vector<const AppBatchEntry*>& entries, CString& statement) {
+    const std::string lock = std::string(kServerBatchSource) +
+                             ", K as (select distinct hashtext(upper(M) || chr(9) || upper(A)) as K from V) select "
+                             "count(pg_advisory_xact_lock(hashtext('APPS'), K)) from (select K from K order by K) O";
+    const std::string insert = std::string(kServerBatchSource) + kAppBatchSteps[0];
+    for (const std::string* text : {&lock, &insert}) {
+        statement = text->c_str();
+        COdbcPrepared& step = db.Prepared(statement);
+        SetBatchArrays(step, entries);
+        BusyScope busy(db);
+        step.Execute();
+        step.CloseCursor();
+    }
+}
+
 }  // namespace
 
 CString AppDisplayName(const char* publisher, const char* name, const char* extra, bool withExtra) {
@@ -216,43 +283,18 @@ int CNorvikSql::applicationAddInstances(ULong asset, const CDynaList<AppInstance
     try {
         TransactionScope transaction(*this);
         if (GetEngine() == SqlEngine::PostgreSql) {
-            // The whole list as four array parameters of statements prepared once per connection:
-            // four round trips, and nothing for the server to parse or plan per entry.
-            std::string arrays[4];
-            for (const AppBatchEntry& item : wanted) {
-                const bool first = arrays[0].empty();
-                AppendArrayText(arrays[0], item.entry->publisher);
-                AppendArrayText(arrays[1], item.entry->name);
-                if (!first) arrays[2].append(",");
-                arrays[2].append(std::to_string(item.count));
-                AppendArrayText(arrays[3], item.entry->version);
-            }
-            const std::string source =
-                "select * from unnest(cast(? as text[]), cast(? as text[]), cast(? as integer[]), cast(? as text[]))";
-            // The missing names are locked as usp_AddApp locks one, in one order so that two
-            // batches cannot wait for each other; the insert that follows, a statement of its
-            // own, then sees the rows of a batch that held a lock first. Found names take none.
-            const std::string lock =
-                "with V(M, A, C, VER) as (" + source +
-                "), K as (select distinct hashtext(upper(M) || chr(9) || upper(A)) as K from V where (select min(_ID) "
-                "from APPS where APPS._MFR = V.M and APPS._APP = V.A) is null) select count(pg_advisory_xact_lock("
-                "hashtext('APPS'), K)) from (select K from K order by K) O";
-            const char* steps[] = {lock.c_str(), kAppBatchSteps[0], kAppBatchSteps[1], kAppBatchSteps[2]};
-            std::int32_t missing = 1;
-            for (const char* body : steps) {
-                // The lock counts the names the catalogue lacks: none (the usual case) leaves
-                // nothing to insert.
-                if (body == kAppBatchSteps[0] && missing == 0) continue;
-                statement = body == lock.c_str() ? lock : AppBatchStatement(source, body, "cast(? as integer)");
-                COdbcPrepared& step = Prepared(statement);
-                for (int i = 0; i < 4; ++i) step.SetText(i + 1, std::string("{").append(arrays[i]).append("}").c_str());
-                int number = 5;
-                for (const char* at = body; (at = std::strstr(at, "@ASSET")) != nullptr; ++at)
-                    step.SetLong(number++, AsInt(asset));
-                BusyScope busy(*this);
-                step.Execute();
-                if (body == lock.c_str() && step.Fetch()) missing = step.LongAt(1);
-                step.CloseCursor();
+            std::vector<const AppBatchEntry*> all;
+            for (const AppBatchEntry& item : wanted) all.push_back(&item);
+            std::vector<const AppBatchEntry*> missing;
+            StoreInstancesOnServer(*this, all, asset, missing, statement);
+            if (!missing.empty()) {
+                // Names the catalogue lacked: locked, added, then their instances, as a second
+                // pass over those entries only (the first pass stored every other entry).
+                AddMissingAppsOnServer(*this, missing, statement);
+                std::vector<const AppBatchEntry*> still;
+                StoreInstancesOnServer(*this, missing, asset, still, statement);
+                if (!still.empty())
+                    throw CDBException(0, CString("an application cannot be added to the catalogue"), "0");
             }
         } else {
             // In process the rows go through one prepared insert into a table of the connection's
