@@ -101,16 +101,19 @@ private:
 
 // The paths of the categories holding `asset`'s values, as usp_GetHwCategoryString gives them
 // (at most 64 nodes up), in one recursive statement: each row of the walk carries the path met
-// so far, and a start's last row is its path.
+// so far, and a start's last row is its path. Each step reads its node by _ID through a
+// lateral sub-select with a limit, which the planner cannot turn into a join: on a small site
+// it would hash the whole of HW for every step of the walk.
 void ReadCategoryPaths(CNorvikSql& db, ULong asset, bool exclude, std::map<ULong, CString>& paths, CString& statement) {
     statement = CString::Formatted(
         "with recursive walk(start, node, depth, path, found) as ("
-        "select h._ID, h._ID, 0, cast('' as text), false from HW h where h._ID in "
-        "(select _PARENT from HW where _ASSET=%d%s) "
+        "select p.P, p.P, 0, cast('' as text), false from (select distinct _PARENT as P from HW where _ASSET=%d%s) p "
+        "join lateral (select 1 from HW h where h._ID = p.P limit 1) x on true "
         "union all select w.start, coalesce(h._PARENT, 0), w.depth + 1, "
         "case when (coalesce(h._FLAGS, 0) & 1) = 0 then w.path when w.found then coalesce(h._KEY, '') || '|' || "
         "w.path else coalesce(h._KEY, '') end, w.found or (coalesce(h._FLAGS, 0) & 1) <> 0 "
-        "from walk w join HW h on h._ID = w.node where w.node <> 0 and w.depth < 64) "
+        "from walk w join lateral (select _PARENT, _FLAGS, _KEY from HW where HW._ID = w.node limit 1) h on true "
+        "where w.node <> 0 and w.depth < 64) "
         "select distinct on (start) start, path from walk order by start, depth desc",
         static_cast<int>(asset),
         exclude ? CString::Formatted(" and (_FLAGS & %d) = 0", static_cast<int>(CNorvik::kHwExcluded)).c_str() : "");
