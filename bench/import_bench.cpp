@@ -152,6 +152,48 @@ void PreparedInsertFloor(benchmark::State& state, Engine engine, int rows) {
     }
 }
 
+// The server's floor for one 300-software inventory (PostgreSQL): its rows alone, 300 instances
+// and 305 hardware values of a new machine, inserted by two prepared statements over arrays and
+// committed. No writer that keeps these rows and their indexes can go below it.
+void SetInsertFloor(benchmark::State& state) {
+    BenchDatabase& target = DatabaseFor(Engine::PostgreSql);
+    COdbcPrepared& instances = target.db->Prepared(
+        "insert into APPINST (_ASSET, _APP, _SERIAL, _VERSION, _FILES, _FLAGS) select cast(? as integer), A, '', V, 0, "
+        "0 from unnest(cast(? as integer[]), cast(? as text[])) as X(A, V)");
+    COdbcPrepared& values = target.db->Prepared(
+        "insert into HW (_PARENT, _ASSET, _FLAGS, _KEY, _VAL) select P, cast(? as integer), 0, K, V from "
+        "unnest(cast(? as integer[]), cast(? as text[]), cast(? as text[])) as X(P, K, V)");
+    std::string apps, versions, parents, keys, texts;
+    for (int i = 0; i < 300; ++i) {
+        if (i > 0) apps += ',';
+        apps += std::to_string(i + 1);
+        CSqlDatabase::AppendArrayText(versions, ("1." + std::to_string(i % 17) + "-1ubuntu0.22.04").c_str());
+    }
+    for (int i = 0; i < 305; ++i) {
+        if (i > 0) parents += ',';
+        parents += std::to_string(1 + i % 40);
+        CSqlDatabase::AppendArrayText(keys, ("Key " + std::to_string(i)).c_str());
+        CSqlDatabase::AppendArrayText(texts, ("A value of the machine, " + std::to_string(i * 7919)).c_str());
+    }
+    static int asset = 2000000;
+    for (auto _ : state) {
+        ++asset;
+        target.db->BeginTrans();
+        instances.SetLong(1, asset);
+        instances.SetText(2, ("{" + apps + "}").c_str());
+        instances.SetText(3, ("{" + versions + "}").c_str());
+        instances.Execute();
+        values.SetLong(1, asset);
+        values.SetText(2, ("{" + parents + "}").c_str());
+        values.SetText(3, ("{" + keys + "}").c_str());
+        values.SetText(4, ("{" + texts + "}").c_str());
+        values.Execute();
+        target.db->CommitTrans();
+    }
+    state.counters["inventories/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
 }  // namespace
 
 void RegisterBenchmarks() {
@@ -180,6 +222,11 @@ void RegisterBenchmarks() {
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime();
         }
+        if (engine == Engine::PostgreSql)
+            benchmark::RegisterBenchmark("Floor/set-insert/300-software/PostgreSQL", SetInsertFloor)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime()
+                ->MinTime(2);
         for (const int writers : {1, 4})
             benchmark::RegisterBenchmark(
                 ("Write/writers-at-once/" + std::to_string(writers) + "/300-software/" + name).c_str(),
