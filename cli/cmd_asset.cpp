@@ -12,6 +12,7 @@
 #include "cli/resolve_location.h"
 #include "cli/words.h"
 #include "import/identifiers.h"
+#include "sql/asset_rows.h"
 #include "sql/find_or_insert_lock.h"
 
 namespace cli {
@@ -82,28 +83,45 @@ struct AssetFacts {
     CTime audited;
 };
 
-// Reads assets for display, remembering the location paths already built.
+// Reads assets for display, remembering the location paths already built. A listing preloads
+// the rows of its assets: one read per few hundred assets instead of several per asset.
 class AssetReader {
 public:
     explicit AssetReader(CNorvikSql& db) : m_db(db) {}
 
+    // Throws CDBException.
+    void Preload(const CDynaList<ULong>& ids) { m_rows = ReadAssetRows(m_db, ids); }
+
     AssetFacts Read(ULong id) {
         AssetFacts facts;
         facts.id = id;
-        facts.name = m_db.GetAssetName(id).str();
-        facts.mac = m_db.GetAssetMacAddr(id).str();
-        facts.ip = m_db.GetAssetIPAddr(id).str();
-        facts.audited = m_db.GetLastAuditDate(id);
-        // The interface answers for one bit at a time; the word is read whole. Throws CDBException.
-        facts.status = m_db.SelectNumber("ASSET", "_STATUS", id);
         int isLocation = 1;
-        const ULong parent = m_db.GetAssetParent(id, isLocation);
+        ULong parent = 0;
+        if (const auto row = m_rows.find(id); row != m_rows.end()) {
+            facts.name = row->second.name.str();
+            facts.mac = row->second.mac.str();
+            facts.ip = row->second.ip.str();
+            facts.audited = row->second.audited;
+            facts.status = row->second.status;
+            parent = row->second.location;
+            isLocation = (facts.status & CNorvik::kAssetChild) ? 0 : 1;
+        } else {
+            facts.name = m_db.GetAssetName(id).str();
+            facts.mac = m_db.GetAssetMacAddr(id).str();
+            facts.ip = m_db.GetAssetIPAddr(id).str();
+            facts.audited = m_db.GetLastAuditDate(id);
+            // The interface answers for one bit at a time; the word is read whole. Throws CDBException.
+            facts.status = m_db.SelectNumber("ASSET", "_STATUS", id);
+            parent = m_db.GetAssetParent(id, isLocation);
+        }
         if (isLocation) {
             facts.location = parent;
             facts.place = PathOf(parent);
         } else {
             facts.parentAsset = parent;
-            facts.place = "child of " + m_db.GetAssetName(parent).str();
+            const auto row = m_rows.find(parent);
+            facts.place =
+                "child of " + (row != m_rows.end() ? row->second.name.str() : m_db.GetAssetName(parent).str());
             facts.location = m_db.GetAssetLocation(id);
         }
         return facts;
@@ -119,6 +137,7 @@ public:
 private:
     CNorvikSql& m_db;
     std::map<ULong, std::string> m_paths;
+    std::map<ULong, AssetRowFacts> m_rows;
 };
 
 // The kind an asset's status names: a child asset is a peripheral, else the kind bit's name.
@@ -153,6 +172,7 @@ int List(CNorvikSql& db, const Words& args, bool json) {
     else
         db.assetEnum(0, 0, ids, 1);
     AssetReader reader(db);
+    reader.Preload(ids);
     if (json) {
         std::cout << "[";
         for (ULong i = 0; i < ids.GetCount(); ++i) {
