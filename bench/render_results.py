@@ -175,8 +175,8 @@ def main():
     print("Wall-clock figures; Google Benchmark rows are its mean over the run, site growth rows the "
           "median of a few runs. The machine is shared (other builds and measurements run at the "
           "same time), so single figures are noisy: compare medians and orders of magnitude. "
-          "Floor rows are the bare driver's cost (a prepared insert per row), what no writer can "
-          "beat. Targets hold for the largest site; **MISS** marks a figure past its target.\n")
+          "Floor rows are the bare driver's cost (a prepared insert per row; on PostgreSQL also an "
+          "inventory's rows alone in two array inserts), what no writer can beat. Targets hold for the largest site; **MISS** marks a figure past its target.\n")
     note = os.environ.get("NORVIK_BENCH_NOTE", "")
     if note:
         print(note + "\n")
