@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kb/auditdbsys.h"
@@ -47,6 +48,11 @@ protected:
     virtual const char* SchemaVersion() const { return "7.14"; }
     // Whether SetUp opens db_ (tests of Open itself say no).
     virtual bool OpenInSetUp() const { return true; }
+    // Whether every test of the fixture must end with nothing shown by message box (TearDown
+    // checks); a test that expects a message takes it with TakeMessages.
+    virtual bool EndsQuiet() const { return false; }
+    // The messages shown so far, which then no longer count as shown.
+    std::vector<std::string> TakeMessages() { return std::exchange(messages_, {}); }
 
     CAuditDBSys kb_;
     std::unique_ptr<ScratchDatabase> scratch_;
