@@ -16,10 +16,6 @@ class Assets : public EngineTest {
 protected:
     bool EndsQuiet() const override { return true; }
     ULong Add(const char* name, ULong location = 0) { return db_->AddAsset(name, location, 0, 1, when_); }
-    ULong Rows(const char* table, const CString& condition = "") {
-        CDynaList<ULong> ids;
-        return db_->EnumIds(table, condition, ids);
-    }
     ULong Status(ULong asset) { return db_->SelectNumber("ASSET", "_STATUS", asset); }
     std::vector<std::string> History(ULong asset) { return HistoryValuesOf(*db_, asset); }
 

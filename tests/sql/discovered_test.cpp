@@ -14,11 +14,6 @@ CIPAddress Ip(const char* text) { return CIPAddress(CString(text)); }
 class Discovered : public EngineTest {
 protected:
     bool EndsQuiet() const override { return true; }
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
-    ULong Rows(const char* table) {
-        CDynaList<ULong> ids;
-        return db_->EnumIds(table, "", ids);
-    }
 };
 
 TEST_P(Discovered, AComputerSeenAgainIsTheSameEntryAndTheUnknownMatchesAnything) {

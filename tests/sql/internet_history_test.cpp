@@ -16,7 +16,6 @@ const CTime kNextDay(2009, 3, 11, 0, 30, 0);
 class InternetHistory : public EngineTest {
 protected:
     bool EndsQuiet() const override { return true; }
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
 };
 
 TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {

@@ -28,11 +28,6 @@ protected:
         std::sort(names.begin(), names.end());
         return names;
     }
-    ULong Rows(const char* table) {
-        CDynaList<ULong> ids;
-        return db_->EnumIds(table, "", ids);
-    }
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
 };
 
 TEST_P(Locations, FindTakesEitherSeparatorAndStopsAtTheFirstEmptyNameWhereAddFullSkipsIt) {

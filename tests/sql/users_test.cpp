@@ -11,7 +11,6 @@ namespace {
 class Users : public EngineTest {
 protected:
     bool EndsQuiet() const override { return true; }
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
 };
 
 TEST_P(Users, PasswordsMustMatchExactlyIncludingLetterCase) {

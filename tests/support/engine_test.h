@@ -38,6 +38,13 @@ protected:
     std::string AllMessages() const;
     // The first number `statement` selects; 0 when it selects no row.
     ULong Number(const std::string& statement);
+    // The ids of `list`, in its order.
+    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+    // How many rows of `table` meet `condition` (every row when it is empty).
+    ULong Rows(const char* table, const CString& condition = "") {
+        CDynaList<ULong> ids;
+        return db_->EnumIds(table, condition, ids);
+    }
 
     // Counts every UPDATE of a row of `table` from now on, whoever sends it (a trigger writing
     // into table UPDLOG); CountedUpdates tells how many there were. One table per test.
