@@ -141,10 +141,8 @@ TEST_P(ImportTool, KilledAtRandomMomentsKeepsEveryReportedInventoryWhole) {
         }
         // Every asset there, reported or committed just before the kill, is whole.
         std::map<std::string, ULong> present;
-        {
-            CSqlRecordset rs(&Db(), "select _NAME, _ID from ASSET");
-            for (; !rs.IsEOF(); rs.MoveNext()) present[rs.TextAt(0).str()] = rs.NumberAt(1);
-        }
+        for (CSqlRecordset rs(&Db(), "select _NAME, _ID from ASSET"); !rs.IsEOF(); rs.MoveNext())
+            present[rs.TextAt(0).str()] = rs.NumberAt(1);
         for (const auto& [name, asset] : present) {
             CSortList instances;
             EXPECT_EQ(Db().EnumApplicationInstances(asset, 0, instances, 0, 0), static_cast<ULong>(kSoftware)) << name;

@@ -9,7 +9,6 @@
 
 namespace {
 
-using kbtest::FileBytes;
 using kbtest::MakeTable;
 using kbtest::N;
 using kbtest::ScratchFolder;
@@ -36,7 +35,7 @@ TEST(CAuditDBSys, RefusedOpensLeaveTheFileAlone) {
         ScratchFolder folder;
         const std::string path = folder.File("kb.ids");
         newer ? kbtest::WriteCurrentFile(path, kbtest::SysFileTable({}), 1) : WriteVersion313(path);
-        const std::string before = FileBytes(path);
+        const std::string before = Slurp(path);
         Answering answers(newer ? platform::kIdYes : platform::kIdNo);
         CAuditDBSys kb;
         EXPECT_EQ(kb.Open(path.c_str()), 0) << newer;
@@ -47,7 +46,7 @@ TEST(CAuditDBSys, RefusedOpensLeaveTheFileAlone) {
             EXPECT_EQ(answers.styles[0], platform::kMbIconExclamation);
         }
         kb.Close();
-        EXPECT_EQ(FileBytes(path), before) << newer;
+        EXPECT_EQ(Slurp(path), before) << newer;
         EXPECT_FALSE(std::filesystem::exists(folder.File("kb.313"))) << newer;
     }
 }
@@ -56,7 +55,7 @@ TEST(CAuditDBSys, UpgradesVersion313AfterAskingAndBackingUp) {
     ScratchFolder folder;
     const std::string path = folder.File("kb.ids");
     WriteVersion313(path);
-    const std::string before = FileBytes(path);
+    const std::string before = Slurp(path);
     Answering answers(platform::kIdYes);
     CAuditDBSys kb;
     ASSERT_EQ(kb.Open(path.c_str()), 1);
@@ -70,7 +69,7 @@ TEST(CAuditDBSys, UpgradesVersion313AfterAskingAndBackingUp) {
     EXPECT_EQ(answers.styles[0], platform::kMbYesNo | platform::kMbIconQuestion);
     EXPECT_EQ(answers.texts[1], "System Database has been upgraded to version 3.1.3");
     EXPECT_EQ(answers.texts[2], "System Database has been upgraded to version 4.0");
-    EXPECT_EQ(FileBytes(backup), before);
+    EXPECT_EQ(Slurp(backup), before);
 
     // Categories were rebuilt with types; makes follow the new IDs.
     const ULong unit = kb.FindCategory("Base Unit");
@@ -112,7 +111,7 @@ TEST(CAuditDBSys, UpgradesVersion105IntoOneApplicationTableKeepingAnEarlierBacku
     EXPECT_NE(answers.texts[0].find("from v1.0.5 to v4.0.0"), std::string::npos);
     EXPECT_NE(answers.texts[0].find(folder.File("old.105")), std::string::npos);
     EXPECT_EQ(answers.texts.size(), 3u);
-    EXPECT_EQ(FileBytes(folder.File("old.105")), "earlier backup") << "an earlier backup is never replaced";
+    EXPECT_EQ(Slurp(folder.File("old.105")), "earlier backup") << "an earlier backup is never replaced";
 
     for (const char* gone : {"SYSMFR", "SYSAPP", "SYSVER"}) EXPECT_LT(kb.FindTable(gone), 0) << gone;
     EXPECT_GE(kb.FindTable("REGAPP"), 0);
@@ -134,7 +133,7 @@ TEST(CAuditDBSys, SaveWritesOnlyAfterAChange) {
     ASSERT_EQ(kb.Open(path.c_str()), 1);
     { std::ofstream(path, std::ios::trunc) << "sentinel"; }
     EXPECT_EQ(kb.Save(), 1);
-    EXPECT_EQ(FileBytes(path), "sentinel") << "nothing changed, nothing written";
+    EXPECT_EQ(Slurp(path), "sentinel") << "nothing changed, nothing written";
 
     const ULong id = kb.AddSSRec("Tally", "Software\\Larch\\Tally", "Key");
     kb.Close();

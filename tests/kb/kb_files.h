@@ -79,8 +79,6 @@ void Read(T& object, const Bytes& bytes) {
     object.Serialize(ar);
 }
 
-inline std::string FileBytes(const std::string& path) { return Slurp(path); }
-
 // Opens the trace on a file of its own for the object's lifetime and reads back what was written.
 class TraceCapture {
 public:
@@ -94,7 +92,7 @@ public:
     }
     std::string Text() const {
         TraceFlush();
-        return FileBytes(m_path);
+        return Slurp(m_path);
     }
 
 private:

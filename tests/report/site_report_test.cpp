@@ -23,6 +23,7 @@ Counts CountsOf(const std::vector<SiteReportCount>& rows) {
 
 class SiteReportTest : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     const CTime now_{2024, 6, 1, 12, 0, 0};
 
     ULong Asset(const char* name) { return db_->AddAsset(name, 0, 0, 0, CTime()); }
@@ -64,7 +65,6 @@ TEST_P(SiteReportTest, AssetsAreCountedByCategoryAndOperatingSystemLargestFirst)
     EXPECT_EQ(CountsOf(report.categories), (Counts{{"Laptop", 3}, {"desktop", 1}, {"Server", 1}, {"Unknown", 1}}));
     EXPECT_EQ(CountsOf(report.operatingSystems),
               (Counts{{"Debian GNU/Linux", 2}, {"Unknown", 2}, {"Windows 11", 1}, {"windows 11", 1}}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(SiteReportTest, TheTopApplicationsAndPublishersAreTheMostInstalled) {
@@ -95,7 +95,6 @@ TEST_P(SiteReportTest, TheTopApplicationsAndPublishersAreTheMostInstalled) {
     ULong odd = 0, unknown = 0;
     for (int k = 0; k < 25; ++k) (k % 2 ? odd : unknown) += k + 1;
     EXPECT_EQ(CountsOf(report.publishers), (Counts{{"Unknown", unknown}, {"Odd Soft", odd}, {"Tie", 6}}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(SiteReportTest, OverUsedLicencesComeFirst) {
@@ -135,7 +134,6 @@ TEST_P(SiteReportTest, AssetsNotAuditedForThirtyDaysNeverAuditedFirst) {
     EXPECT_EQ(report.notAudited[2].lastAudit.GetTime(), now_.GetTime() - 30 * kDay - 1);
     // A second later the asset at the limit is overdue too.
     EXPECT_EQ(BuildSiteReport(*db_, CTime(now_.GetTime() + 1)).notAudited.size(), 4u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(SiteReportTest);

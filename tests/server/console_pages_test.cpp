@@ -102,14 +102,13 @@ TEST_P(ConsolePagesTest, EveryAnswerCarriesTheSafetyHeaders) {
 }
 
 TEST_P(ConsolePagesTest, SearchMatchesNameSerialMacAndAddressIgnoringCase) {
-    const ULong alpha = Asset("Alpha-Laptop");
+    Asset("Alpha-Laptop");
     const ULong beta = Asset("beta");
     const ULong gamma = Asset("gamma");
     const ULong delta = Asset("delta_100%");
     ASSERT_NE(db_->userDataAdd(0, beta, "Serial Number", "SN-XYZ-1", CNorvik::kUserDataAsset, 0, CTime()), 0u);
     ASSERT_EQ(db_->SetAssetMacAddr(gamma, "00:1A:2B:3C:4D:5E", 0, CTime()), 1);
     ASSERT_EQ(db_->SetAssetIPAddr(delta, CIPAddress(CString("10.1.2.3")), 0, CTime()), 1);
-    (void)alpha;
     const auto found = [this](const char* q) { return Names(Json("/api/assets", {{"q", q}})["assets"]); };
     EXPECT_EQ(found("laptop"), (std::vector<std::string>{"Alpha-Laptop"}));
     EXPECT_EQ(found("sn-xyz"), (std::vector<std::string>{"beta"}));
@@ -184,14 +183,11 @@ TEST_P(ConsolePagesTest, ListingsArePagedWithTheirTotal) {
 }
 
 TEST_P(ConsolePagesTest, BadIdentifiersAndParametersAreRefusedNeverFailed) {
-    const ULong asset = Asset("pc");
-    (void)asset;
+    Asset("pc");
     for (const char* path :
          {"/assets/abc", "/assets/0", "/assets/99999", "/assets/-1", "/assets/1x", "/assets/", "/applications/abc",
-          "/applications/424242", "/api/assets/77", "/licences/1", "/locations/x", "/api/nothing", "/history/1"}) {
-        const HttpResponse page = Get(path);
-        EXPECT_EQ(page.status, 404) << path;
-    }
+          "/applications/424242", "/api/assets/77", "/licences/1", "/locations/x", "/api/nothing", "/history/1"})
+        EXPECT_EQ(Get(path).status, 404) << path;
     const std::string tooLong(kConsoleMaxSearch + 1, 'x');
     for (const auto& query : std::vector<std::pair<std::string, std::string>>{
              {"location", "x"}, {"category", "-3"}, {"days", "0"}, {"sort", "size"}, {"dir", "up"}, {"q", tooLong}})

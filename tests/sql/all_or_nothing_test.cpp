@@ -75,9 +75,7 @@ TEST_P(AllOrNothing, CategoryDeleteRefusedAtAModelKeepsTheCategoryAndItsMakes) {
     RefuseDelete("MODEL", "old._NAME = 'S-2'");
     db_->DeleteCategory(category);
     EXPECT_FALSE(messages_.empty());
-    EXPECT_EQ(Number("select count(*) from CAT"), 1u);
-    EXPECT_EQ(Number("select count(*) from MAKE"), 1u);
-    EXPECT_EQ(Number("select count(*) from MODEL"), 2u);
+    EXPECT_EQ((std::vector<ULong>{Rows("CAT"), Rows("MAKE"), Rows("MODEL")}), (std::vector<ULong>{1, 1, 2}));
 }
 
 TEST_P(AllOrNothing, RenameWhoseStationFileCannotBeWrittenLeavesTheNameUnchanged) {

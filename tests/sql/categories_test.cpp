@@ -11,6 +11,7 @@ namespace {
 
 class Catalogue : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     void SetUp() override {
         EngineTest::SetUp();
         CTableDatabase db;
@@ -63,7 +64,6 @@ TEST_P(Catalogue, TheCombinedIdentifierSpace) {
     EXPECT_EQ(db_->FindModel(1, "A200"), 2u);
     EXPECT_EQ(db_->FindModel(3, "A200"), 0u);
     EXPECT_EQ(db_->FindModel(1, "O'Brien"), 0u) << "quotes are escaped in both languages";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 // A site model is answered with its _ID shifted right by 16, unlike every other identifier.
@@ -76,7 +76,6 @@ TEST_P(Catalogue, FindModelShiftsTheSiteIdRight) {
                                                  CSqlDatabase::SqlQuote(name).c_str(), static_cast<int>(make)));
         EXPECT_EQ(db_->FindModel(make, name), found) << id;
     }
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Catalogue, EnumerationsPutKnowledgeBaseItemsFirst) {
@@ -119,7 +118,6 @@ TEST_P(Catalogue, DeletingASiteCategoryCascadesToItsSiteMakesAndModels) {
     db_->DeleteMake(local);
     EXPECT_EQ(Listed(&CNorvikSql::EnumModels, 0, 0), std::vector<std::string>{"B-7"});
     EXPECT_EQ(db_->GetCategoryName(1), "PC|Base Unit") << "the Knowledge Base is never touched";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Catalogue);

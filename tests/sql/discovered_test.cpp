@@ -13,11 +13,7 @@ CIPAddress Ip(const char* text) { return CIPAddress(CString(text)); }
 
 class Discovered : public EngineTest {
 protected:
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
-    ULong Rows(const char* table) {
-        CDynaList<ULong> ids;
-        return db_->EnumIds(table, "", ids);
-    }
+    bool EndsQuiet() const override { return true; }
 };
 
 TEST_P(Discovered, AComputerSeenAgainIsTheSameEntryAndTheUnknownMatchesAnything) {
@@ -34,7 +30,6 @@ TEST_P(Discovered, AComputerSeenAgainIsTheSameEntryAndTheUnknownMatchesAnything)
     const ULong bare = db_->daAdd("bare", "", CIPAddress());
     EXPECT_EQ(db_->daGetIPAddress(bare).GetAsNumber(), 0u);
     EXPECT_EQ(db_->daAdd("bare", "D", Ip("1.2.3.4")), bare);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Discovered, UnauditedOnlyLeavesOutEntriesWithAnAssetOfTheirNameAndEntryZeroDeletesAll) {
@@ -53,7 +48,6 @@ TEST_P(Discovered, UnauditedOnlyLeavesOutEntriesWithAnAssetOfTheirNameAndEntryZe
     EXPECT_EQ(db_->daEnum(entries, 0), 1u);
     EXPECT_EQ(db_->daDelete(0), 1) << "entry 0 stands for every entry";
     EXPECT_EQ(db_->daEnum(entries, 0), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Discovered, MergePlacesByAddressRangeElseByDomainAndASecondRunChangesNothing) {
@@ -92,7 +86,6 @@ TEST_P(Discovered, MergePlacesByAddressRangeElseByDomainAndASecondRunChangesNoth
     EXPECT_EQ(db_->daMerge(), 1u);
     EXPECT_EQ(db_->SelectNumber("ASSET", "_LOCATION", db_->FindAsset("later", 0, 1)), work);
     EXPECT_EQ(Rows("LOCDATA"), locations);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Discovered);

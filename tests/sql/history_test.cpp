@@ -17,6 +17,7 @@ const CTime kApr(2009, 4, 10, 9, 30, 0);
 
 class History : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     ULong Add(ULong asset, CTime date, ULong operation, int kind, const char* key, const char* value1 = nullptr,
               const char* value2 = nullptr, const char* user = nullptr) {
         return db_->historyAdd(asset, date, operation, kind, key, value1, value2, user);
@@ -53,7 +54,6 @@ TEST_P(History, RecordTextFollowsTheCodeRules) {
         EXPECT_EQ(db_->historyFormatRecord(hist).str(), text) << operation << "/" << kind;
         EXPECT_EQ(db_->SelectNumber("HISTORY", "_CODE", hist), (operation << 16) | (kind & 0xFFFF));
     }
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(History, TextsAreCutAt256WithAQuoteDoubledOnce) {
@@ -68,7 +68,6 @@ TEST_P(History, TextsAreCutAt256WithAQuoteDoubledOnce) {
     key = std::string(255, 'k') + "'x";
     const ULong cut = Add(1, kJan, 1, 13, key.c_str());
     EXPECT_EQ(Column("_KEY", cut).str(), std::string(255, 'k') + "'");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(History, QuotesPercentsAndEightBitTextsSurvive) {
@@ -85,7 +84,6 @@ TEST_P(History, QuotesPercentsAndEightBitTextsSurvive) {
     db_->EnumAssetHistoryRecords(records);
     ASSERT_EQ(records.GetCount(), 1u);
     EXPECT_STREQ(records[0].m_strAsset, text);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(History, PurgeListNeverHoldsAnInitialAudit) {

@@ -15,7 +15,7 @@ const CTime kNextDay(2009, 3, 11, 0, 30, 0);
 
 class InternetHistory : public EngineTest {
 protected:
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+    bool EndsQuiet() const override { return true; }
 };
 
 TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
@@ -34,7 +34,6 @@ TEST_P(InternetHistory, PagesOfOneDayShareARowAndTheNextDayStartsAnother) {
     CDynaList<ULong> sites;
     db_->ieHistEnumSites(1, CTime(2009, 3, 10, 23, 59, 59), sites);
     EXPECT_EQ(Ids(sites), std::vector<ULong>({first, otherSite}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(InternetHistory, SitesAreStoredAndComparedByTheirFirst1024Characters) {
@@ -49,13 +48,13 @@ TEST_P(InternetHistory, SitesAreStoredAndComparedByTheirFirst1024Characters) {
     const std::string quoted = std::string(1023, 'q') + "'x";
     const ULong quotedRow = db_->ieHistAdd(1, kMorning, quoted.c_str(), 0);
     EXPECT_EQ(db_->ieHistGetSite(quotedRow).str(), quoted.substr(0, 1024));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(InternetHistory, AKnownPageTotalIsRefusedByTheDatabaseAndReported) {
     EXPECT_EQ(db_->ieHistAdd(1, kMorning, "www.example.com", 7), 0u);
-    ASSERT_EQ(messages_.size(), 1u);
-    EXPECT_NE(AllMessages().find("ODBC Error code"), std::string::npos) << AllMessages();
+    const std::vector<std::string> shown = TakeMessages();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_NE(shown[0].find("ODBC Error code"), std::string::npos) << shown[0];
     EXPECT_EQ(db_->ieHistGetCount(1), 0u);
 }
 
@@ -77,7 +76,6 @@ TEST_P(InternetHistory, SearchesEmptyTheListAndMatchWholeTextsCaseSensitively) {
     EXPECT_EQ(db_->ieCookieSearch("*@Example'*", 0, rows), 1u);
     EXPECT_EQ(Ids(rows), std::vector<ULong>({cookie}));
     EXPECT_EQ(db_->ieCookieSearch("*@example'*", 0, rows), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
@@ -90,7 +88,6 @@ TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
     EXPECT_EQ(db_->ieEnumPurge(limit, pages, cookies), 2u);
     EXPECT_EQ(Ids(pages), std::vector<ULong>({oldPage}));
     EXPECT_EQ(Ids(cookies), std::vector<ULong>({oldCookie}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {
@@ -107,7 +104,6 @@ TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {
     EXPECT_EQ(db_->ieHistDelete(db_->ieHistAdd(2, kMorning, "x", 0)), 1);
     EXPECT_EQ(db_->ieHistDeleteAll(1), 1);
     EXPECT_EQ(db_->ieHistGetCount(1) + db_->ieHistGetCount(2), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(InternetHistory);

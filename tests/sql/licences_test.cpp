@@ -15,6 +15,7 @@ TEST(LicenceFlags, FormatNamesEachBit) {
 
 class Licences : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     ULong AddType(const char* name, ULong flags) {
         const ULong type = db_->AddLicenceType(name);
         for (const ULong bit : {CNorvik::kLicencePerPc, CNorvik::kLicenceHidden})
@@ -40,7 +41,6 @@ TEST_P(Licences, DescriptionCarriesTheCountOnlyForPerPcTypesAndMinusOneKeepsAFie
     EXPECT_EQ(std::pair(name.str(), flags), std::pair(std::string("Seat"), 3u));
     EXPECT_EQ(db_->GetLicenceDetails(seat + 40, name, &flags), 0u) << "a missing type leaves the outputs";
     EXPECT_EQ(name.str(), "Seat");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Licences, TypesListRenameAndDelete) {
@@ -60,7 +60,6 @@ TEST_P(Licences, TypesListRenameAndDelete) {
     db_->SetAppLicence(app, 1, -1);
     EXPECT_EQ(db_->DeleteLicenceType(seat), 1);
     EXPECT_EQ(db_->GetLicenceName(seat).str(), "");
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Licences, FlagIsWrittenOnlyWhenItChanges) {
@@ -97,7 +96,6 @@ TEST_P(Licences, SwLicenceRowIsUpdatedInPlace) {
     const bool editorFirst = apps[0].str() == "O'Neil's Editor";
     EXPECT_EQ(totals[editorFirst ? 0 : 1], 25u);
     EXPECT_EQ(authorized[editorFirst ? 1 : 0], 1u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 class LicenceUsage : public Licences {
@@ -137,7 +135,6 @@ TEST_P(LicenceUsage, PerPcCountTenOnTwelveAssetsIsTwoShort) {
     EXPECT_EQ(description.str(), "Seat [10]");
     EXPECT_EQ(std::tuple(type, declared, instances, difference), std::tuple(seat, 10, 12, -2));
     EXPECT_EQ(Installed(0, app), 12u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(LicenceUsage, NotSpecifiedAndSiteLicencesAreNeverShort) {
@@ -156,7 +153,6 @@ TEST_P(LicenceUsage, NotSpecifiedAndSiteLicencesAreNeverShort) {
     db_->SetAppLicence(app, static_cast<int>(AddType("Site", 0)), -1);
     EXPECT_EQ(db_->GetAppLicenceStats(0, app, type, flags, instances, difference), 1);
     EXPECT_EQ(difference, 0);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(LicenceUsage, ScopeIsALocationSubtreeWithChildAssetsAndAliasesCount) {
@@ -181,7 +177,6 @@ TEST_P(LicenceUsage, ScopeIsALocationSubtreeWithChildAssetsAndAliasesCount) {
         EXPECT_EQ(difference, 2 - expected);
         EXPECT_EQ(Installed(scope, app), static_cast<ULong>(expected)) << "one pass counts as the statistics";
     }
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(LicenceUsage, OverUseCheckAlertsOncePerOverUsedApplication) {
@@ -213,7 +208,6 @@ TEST_P(LicenceUsage, OverUseCheckAlertsOncePerOverUsedApplication) {
     db_->licensealertAdd(7, over, when_, 0, 0);
     EXPECT_EQ(db_->licensealertCheckOverUse(when_, nullptr), 1u);
     EXPECT_NE(db_->licensealertFind(CNorvik::kLicenceAlertOverUse, over), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Licences);

@@ -14,6 +14,7 @@ namespace {
 
 class Locations : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     ULong AddAsset(const char* name, ULong location) {
         return db_->InsertRecord(
             "ASSET", "_NAME,_LOCATION,_STATUS",
@@ -28,11 +29,6 @@ protected:
         std::sort(names.begin(), names.end());
         return names;
     }
-    ULong Rows(const char* table) {
-        CDynaList<ULong> ids;
-        return db_->EnumIds(table, "", ids);
-    }
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
 };
 
 TEST_P(Locations, FindTakesEitherSeparatorAndStopsAtTheFirstEmptyNameWhereAddFullSkipsIt) {
@@ -60,7 +56,6 @@ TEST_P(Locations, FindTakesEitherSeparatorAndStopsAtTheFirstEmptyNameWhereAddFul
     EXPECT_EQ(db_->locAddFull(";Site;;Building\\Room;"), room);
     EXPECT_EQ(Rows("LOCDATA"), 3u);
     EXPECT_EQ(db_->locAddFull(""), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Locations, AddFullBelowTheDeepestTypeAddsOneNewLocationType) {
@@ -103,8 +98,6 @@ TEST_P(Locations, DeleteMovesEveryAssetOfTheSubtreeToTheParent) {
     CDynaList<ULong> left;
     db_->locEnum(0, left, 1);
     EXPECT_EQ(Ids(left), (std::vector<ULong>{other, site}));
-
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Locations, FindByIpMatchesThroughASecondRange) {

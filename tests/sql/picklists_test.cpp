@@ -11,6 +11,7 @@ namespace {
 
 class Picklists : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     std::vector<std::string> Items(ULong list) {
         CDynaList<ULong> ids;
         const ULong count = db_->EnumPickItems(list, ids);
@@ -30,7 +31,6 @@ TEST_P(Picklists, AddedListIsFoundByExactNameAndRenamed) {
     db_->SetPicklistName(list, "O'Brien's \"list\"");
     EXPECT_EQ(db_->GetPicklistName(list).str(), "O'Brien's \"list\"");
     EXPECT_EQ(db_->FindPicklist("O'Brien's \"list\""), list);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Picklists, ItemsKeepOrderTextAndChangesAndGoWithTheirListOnly) {
@@ -48,7 +48,6 @@ TEST_P(Picklists, ItemsKeepOrderTextAndChangesAndGoWithTheirListOnly) {
     EXPECT_EQ(db_->FindPicklist("Floors"), 0u);
     EXPECT_TRUE(Items(list).empty());
     EXPECT_EQ(Items(other), (std::vector<std::string>{"elsewhere"}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 // Every list, once, in the caller's list emptied first; a deleted list is gone from it.
@@ -63,7 +62,6 @@ TEST_P(Picklists, EnumerationListsEveryListInAnEmptiedList) {
     std::vector<ULong> ids(lists.begin(), lists.end());
     std::sort(ids.begin(), ids.end());
     EXPECT_EQ(ids, (std::vector<ULong>{floors, rooms}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Picklists);

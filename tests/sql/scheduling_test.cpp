@@ -37,7 +37,7 @@ TEST_P(Scheduling, AssetsAreDueOnceMoreThanTheIntervalOfWholeDaysHasPassed) {
     db_->SetAssetStateFlag(retired, 0x4, 1);
     CDynaList<ULong> due;
     EXPECT_EQ(db_->EnumScheduledAssets(due, now), 2u);
-    EXPECT_EQ(std::vector<ULong>(due.begin(), due.end()), std::vector<ULong>({never, overdue}));
+    EXPECT_EQ(Ids(due), std::vector<ULong>({never, overdue}));
     // A day later the asset at the limit is due too; the list is appended to.
     EXPECT_EQ(db_->EnumScheduledAssets(due, CTime(now.GetTime() + kDay)), 5u);
     EXPECT_TRUE(messages_.empty()) << AllMessages();

@@ -10,6 +10,7 @@ namespace {
 
 class GlobalFiles : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     void SetUp() override {
         EngineTest::SetUp();
         site_ = db_->locAddFull("Site");
@@ -44,7 +45,6 @@ TEST_P(GlobalFiles, ScopeIsTheSiteOrALocationSubtreeWithChildAssets) {
     db_->EnumGlobalFile(room_, "", 0, room);
     EXPECT_EQ(Texts(room), (std::set<std::string>{"own-InRoom.exe", "own-Child.exe", "shared.dll"}));
     EXPECT_EQ(db_->EnumGlobalFile(room_, nullptr, 0, room), 3u) << "listed items are not added again";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(GlobalFiles, FileAssetsFollowTheScopeAndTheNameFilter) {
@@ -62,7 +62,6 @@ TEST_P(GlobalFiles, FileAssetsFollowTheScopeAndTheNameFilter) {
     CSortList none;
     EXPECT_EQ(db_->EnumGlobalFileAssets(0, 0, none), 0u) << "file 0 names folder links";
     EXPECT_EQ(db_->EnumGlobalFile(0, "nothing'; drop table SWFILE; --", 0, none), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(GlobalFiles, ScopeAssetsAreTheWalksSetEachOnceAndSurviveALocationCycle) {
@@ -83,7 +82,6 @@ TEST_P(GlobalFiles, ScopeAssetsAreTheWalksSetEachOnceAndSurviveALocationCycle) {
     db_->EnumScopeAssets(site_, cyclic);
     EXPECT_EQ(asSet(cyclic), (std::set<ULong>{top_, inRoom_, child_, grandchild}));
     EXPECT_EQ(cyclic.GetCount(), 4u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(GlobalFiles);

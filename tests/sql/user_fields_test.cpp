@@ -15,6 +15,7 @@ namespace {
 
 class UserFields : public EngineTest {
 protected:
+    bool EndsQuiet() const override { return true; }
     // A definition named `key` with `flags` in `group`.
     ULong Def(const char* key, ULong flags, ULong group = 0) {
         const ULong def = db_->userDefAdd(flags);
@@ -28,9 +29,6 @@ protected:
         const ULong count = db_->userDefEnum(group, list, mask, recursive);
         EXPECT_EQ(count, list.GetCount());
         return Texts(list);
-    }
-    ULong Rows(const char* table, const CString& condition) {
-        return Number(CString::Formatted("select count(*) from %s where %s", table, condition.c_str()).str());
     }
     std::vector<std::string> History(ULong asset) { return HistoryValuesOf(*db_, asset); }
 
@@ -50,7 +48,6 @@ TEST_P(UserFields, GroupsAreNeverListedAsFieldsWhateverTheMask) {
     EXPECT_EQ(Fields(0, 0x2, 1), (std::vector<std::string>{"Owner", "Cost Centre", "Budget"}));
     EXPECT_EQ(Fields(group, 0xE, 0), (std::vector<std::string>{"Cost Centre"}));
     EXPECT_EQ(db_->userDefFind("Cost Centre", 0x4), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, RenameCarriesValuesOnlyWhenAskedAndWhenTheNameChanges) {
@@ -70,7 +67,6 @@ TEST_P(UserFields, RenameCarriesValuesOnlyWhenAskedAndWhenTheNameChanges) {
     EXPECT_EQ(db_->userDefSetKey(def, "User", 0), 1);
     EXPECT_EQ(db_->userDefGetKey(def).str(), "User");
     EXPECT_EQ(db_->userDataGetKey(value, 0, '|').str(), "Keeper") << "left under the old name";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, DeleteRemovesValuesOnlyWhenAsked) {
@@ -85,7 +81,7 @@ TEST_P(UserFields, DeleteRemovesValuesOnlyWhenAsked) {
     EXPECT_EQ(db_->userDefFind("Owner", 0xE), 0u);
     EXPECT_EQ(Rows("USERDATA", "_KEY='Owner'"), 1u);
     EXPECT_EQ(Rows("USERDATA", "_KEY='Room'"), 1u) << "only the owner bits of the field";
-    EXPECT_EQ(Rows("USERDEF", "1=1"), 0u);
+    EXPECT_EQ(Rows("USERDEF"), 0u);
 }
 
 TEST_P(UserFields, DeletingAGroupMovesItsContentsUp) {
@@ -138,12 +134,11 @@ TEST_P(UserFields, AddAssetGivesEveryAssetFieldOneEmptyValue) {
     db_->userDefAdd(0x16);
     const ULong pc = db_->AddAsset("PC", 0, 1, 1, when_);
     EXPECT_EQ(db_->AddAsset("PC", 0, 1, 1, when_), pc);
-    EXPECT_EQ(Rows("USERDATA", "1=1"), 3u);
+    EXPECT_EQ(Rows("USERDATA"), 3u);
     EXPECT_EQ(Rows("USERDATA", "_KEY='New Field Type' and _FLAGS=2"), 1u) << "the first definition's owner bits";
     EXPECT_NE(db_->userDataFind(group, pc, "Cost Centre", 0x2), 0u);
     EXPECT_EQ(db_->userdataGetValue(0, pc, "Owner", 0x2).str(), "");
     EXPECT_EQ(History(pc).size(), 1u) << "only the initial audit";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, AddAssetFollowsDefinitionChangesOfEveryConnection) {
@@ -164,7 +159,6 @@ TEST_P(UserFields, AddAssetFollowsDefinitionChangesOfEveryConnection) {
     EXPECT_NE(db_->userDataFind(0, db_->AddAsset("C", 0, 1, 0, when_), "Budget", 0x2), 0u);
     db_->Rollback();
     EXPECT_EQ(db_->userDataFind(0, db_->AddAsset("D", 0, 1, 0, when_), "Budget", 0x2), 0u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, EnumerationsListValuesNamesAndBlanks) {
@@ -191,7 +185,6 @@ TEST_P(UserFields, EnumerationsListValuesNamesAndBlanks) {
     EXPECT_EQ(Texts(fieldNames), (std::vector<std::string>{"Owner", "Room"}));
     CStringTable names;
     EXPECT_EQ(db_->userDataEnumFieldNames(0, 0, names, 0x6), 3u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
@@ -222,16 +215,14 @@ TEST_P(UserFields, BuiltInNamesWriteAndReadTheAssetColumns) {
     EXPECT_TRUE(db_->GetBuiltInFieldValue(pc, "Serial Number").IsEmpty());
     EXPECT_EQ(History(pc), (std::vector<std::string>{"Category||Desktop", "Make||Contoso", "Model||Tower 5",
                                                      "Serial Number||SN-'1'", "Serial Number|SN-'1'|"}));
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(UserFields, BuiltInValuesTheColumnCannotTakeAreRefusedUnwritten) {
     const ULong pc = db_->AddAsset("PC", 0, 0, 0, when_);
     for (const auto& [key, text] : std::vector<std::pair<const char*, const char*>>{
              {"Category", "No Such"}, {"Location", "Nowhere"}, {"Audit Date", "yesterday"}, {"IP Address", "1.2.3"}}) {
-        messages_.clear();
         EXPECT_EQ(db_->userDataAdd(0, pc, key, text, 0x2, 1, when_), 0u) << key;
-        EXPECT_EQ(messages_.size(), 1u) << key;
+        EXPECT_EQ(TakeMessages().size(), 1u) << key;
     }
     EXPECT_EQ(History(pc).size(), 0u);
     EXPECT_EQ(db_->SelectNumber("ASSET", "_CAT", pc), 0u);
@@ -267,7 +258,6 @@ TEST_P(UserFields, DefinitionsDescribeThemselvesWithTheirTypeName) {
                                                    {0x41, "Boolean"}, {0x50, "EnvVar"},  {0x60, "RegKey"},
                                                    {0x870, "Date"},   {0x80, ""},        {0, ""}};
     for (const auto& [flags, name] : types) EXPECT_EQ(db_->userDefTypeToString(flags).str(), name) << flags;
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 // The row operations address USERDATA rows alone; the built-in names have operations of their own.
@@ -280,9 +270,8 @@ TEST_P(UserFields, BuiltInNamesAreReachedOnlyThroughTheirOwnOperations) {
     EXPECT_EQ(db_->GetBuiltInFieldValue(pc, "Owner").str(), "");
     messages_.clear();
     EXPECT_EQ(db_->SetBuiltInFieldValue(pc, "Owner", "Ann", 0, when_), 0);
-    ASSERT_EQ(messages_.size(), 1u);
-    EXPECT_EQ(messages_[0], "An Error has occurred\n\nOwner is not a built-in field");
-    EXPECT_EQ(Rows("USERDATA", "1=1"), 0u);
+    EXPECT_EQ(TakeMessages(), std::vector<std::string>{"An Error has occurred\n\nOwner is not a built-in field"});
+    EXPECT_EQ(Rows("USERDATA"), 0u);
 }
 
 // Across all assets, a built-in name lists each asset's text and finds the assets of one text,
@@ -316,7 +305,6 @@ TEST_P(UserFields, GlobalEnumerationOfBuiltInNamesListsAndMatchesTexts) {
     EXPECT_EQ(listed("Serial Number=<blank>", '='), (std::vector<std::string>{item("B", b), item("C", c)}));
     EXPECT_EQ(listed("Category=Laptop", '='), std::vector<std::string>{});
     EXPECT_EQ(listed("", 0), std::vector<std::string>{}) << "no value rows: no names";
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(UserFields);

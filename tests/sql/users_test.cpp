@@ -10,7 +10,7 @@ namespace {
 
 class Users : public EngineTest {
 protected:
-    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+    bool EndsQuiet() const override { return true; }
 };
 
 TEST_P(Users, PasswordsMustMatchExactlyIncludingLetterCase) {
@@ -26,7 +26,6 @@ TEST_P(Users, PasswordsMustMatchExactlyIncludingLetterCase) {
     const ULong bob = db_->userAdd("bob", 1);
     EXPECT_EQ(db_->ValidatePassword(bob, ""), 1);
     EXPECT_EQ(db_->ValidatePassword(bob, nullptr), 1);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Users, HashedPasswordsVerifyAndClearOnesStillWork) {
@@ -47,14 +46,13 @@ TEST_P(Users, HashedPasswordsVerifyAndClearOnesStillWork) {
     db_->userSetPassword(old, "p\xE4ss W0rd");
     EXPECT_NE(db_->userGetPassword(old).str(), stored);
     EXPECT_EQ(db_->ValidatePassword(old, "p\xE4ss W0rd"), 1);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Users, AClearPasswordThatReadsAsAHashIsRefused) {
     const ULong user = db_->userAdd("u", 0);
     db_->userSetPassword(user, "before");
     EXPECT_EQ(db_->userSetPassword(user, "$argon2id$v=19$forged"), 0);
-    ASSERT_EQ(messages_.size(), 1u);
+    ASSERT_EQ(TakeMessages().size(), 1u);
     EXPECT_EQ(db_->ValidatePassword(user, "before"), 1);
 }
 
@@ -71,7 +69,6 @@ TEST_P(Users, LevelMinusOneListsEveryUserAndZeroOnlyLevelZero) {
     EXPECT_EQ(db_->EnumUsers(users, -2), 0u);
     EXPECT_EQ(db_->userDelete(b), 1);
     EXPECT_EQ(db_->EnumUsers(users, -1), 2u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 TEST_P(Users, LevelsAndLocationsKeepTheirWholeRange) {
@@ -81,7 +78,6 @@ TEST_P(Users, LevelsAndLocationsKeepTheirWholeRange) {
     db_->userSetLocation(user, 0x80000001u);
     EXPECT_EQ(db_->userGetLevel(user), 2147483647);
     EXPECT_EQ(db_->userGetLocation(user), 0x80000001u);
-    EXPECT_TRUE(messages_.empty()) << AllMessages();
 }
 
 NORVIK_ON_BOTH_ENGINES(Users);

@@ -11,6 +11,9 @@ void EngineTest::SetUp() {
 }
 
 void EngineTest::TearDown() {
+    if (EndsQuiet()) {
+        EXPECT_TRUE(messages_.empty()) << AllMessages();
+    }
     db_.reset();
     scratch_.reset();
 }

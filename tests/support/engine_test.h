@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kb/auditdbsys.h"
@@ -37,6 +38,13 @@ protected:
     std::string AllMessages() const;
     // The first number `statement` selects; 0 when it selects no row.
     ULong Number(const std::string& statement);
+    // The ids of `list`, in its order.
+    static std::vector<ULong> Ids(const CDynaList<ULong>& list) { return std::vector<ULong>(list.begin(), list.end()); }
+    // How many rows of `table` meet `condition` (every row when it is empty).
+    ULong Rows(const char* table, const CString& condition = "") {
+        CDynaList<ULong> ids;
+        return db_->EnumIds(table, condition, ids);
+    }
 
     // Counts every UPDATE of a row of `table` from now on, whoever sends it (a trigger writing
     // into table UPDLOG); CountedUpdates tells how many there were. One table per test.
@@ -47,6 +55,11 @@ protected:
     virtual const char* SchemaVersion() const { return "7.14"; }
     // Whether SetUp opens db_ (tests of Open itself say no).
     virtual bool OpenInSetUp() const { return true; }
+    // Whether every test of the fixture must end with nothing shown by message box (TearDown
+    // checks); a test that expects a message takes it with TakeMessages.
+    virtual bool EndsQuiet() const { return false; }
+    // The messages shown so far, which then no longer count as shown.
+    std::vector<std::string> TakeMessages() { return std::exchange(messages_, {}); }
 
     CAuditDBSys kb_;
     std::unique_ptr<ScratchDatabase> scratch_;
