@@ -72,6 +72,12 @@ TEST_P(DbTool, Assets) {
               "caf\xC3\xA9\", \"status\": 4098, \"mac\": \"\", \"ip\": \"\", \"audited\": null, \"kind\": "
               "\"peripheral\", \"children\": [], \"fields\": {\"Category\": \"\", \"Make\": \"\", \"Model\": \"\", "
               "\"Serial Number\": \"\"}}\n");
+    // The whole-site list reads its rows in bulk and tells a child asset as show does.
+    const std::string all = Ok({"asset", "list", "--json"});
+    EXPECT_NE(all.find("{\"id\": 2, \"name\": \"Mouse\", \"location\": 2, \"parent\": 1, \"place\": \"child of "
+                       "O'Neil's 100%_PC caf\xC3\xA9\", \"status\": 4098"),
+              std::string::npos)
+        << all;
     ExpectRefused(Run({"asset", "show", "nope"}), 1, "no asset 'nope'");
 
     const std::string station = WriteFile(dir_.path / "station.ini", "[Asset]\nName=old\nSerial=7\n");
