@@ -341,7 +341,7 @@ private:
         }
     }
 
-    // A kept site: a database of that name on the PostgreSQL test server.
+    // A kept site: a database of that name on the PostgreSQL test server, or a SQLite file.
     bool KeptSiteExists(const std::string& name) const {
         struct stat st;
         if (m_engine == Engine::Sqlite) return ::stat(name.c_str(), &st) == 0;

@@ -89,40 +89,25 @@ class AssetReader {
 public:
     explicit AssetReader(CNorvikSql& db) : m_db(db) {}
 
-    // Throws CDBException.
+    // Throws CDBException, as Read does.
     void Preload(const CDynaList<ULong>& ids) { m_rows = ReadAssetRows(m_db, ids); }
 
     AssetFacts Read(ULong id) {
+        const AssetRowFacts& row = Row(id);
         AssetFacts facts;
         facts.id = id;
-        int isLocation = 1;
-        ULong parent = 0;
-        if (const auto row = m_rows.find(id); row != m_rows.end()) {
-            facts.name = row->second.name.str();
-            facts.mac = row->second.mac.str();
-            facts.ip = row->second.ip.str();
-            facts.audited = row->second.audited;
-            facts.status = row->second.status;
-            parent = row->second.location;
-            isLocation = (facts.status & CNorvik::kAssetChild) ? 0 : 1;
-        } else {
-            facts.name = m_db.GetAssetName(id).str();
-            facts.mac = m_db.GetAssetMacAddr(id).str();
-            facts.ip = m_db.GetAssetIPAddr(id).str();
-            facts.audited = m_db.GetLastAuditDate(id);
-            // The interface answers for one bit at a time; the word is read whole. Throws CDBException.
-            facts.status = m_db.SelectNumber("ASSET", "_STATUS", id);
-            parent = m_db.GetAssetParent(id, isLocation);
-        }
-        if (isLocation) {
-            facts.location = parent;
-            facts.place = PathOf(parent);
-        } else {
-            facts.parentAsset = parent;
-            const auto row = m_rows.find(parent);
-            facts.place =
-                "child of " + (row != m_rows.end() ? row->second.name.str() : m_db.GetAssetName(parent).str());
+        facts.name = row.name.str();
+        facts.mac = row.mac.str();
+        facts.ip = row.ip.str();
+        facts.audited = row.audited;
+        facts.status = row.status;
+        if (row.status & CNorvik::kAssetChild) {
+            facts.parentAsset = row.location;
+            facts.place = "child of " + Row(row.location).name.str();
             facts.location = m_db.GetAssetLocation(id);
+        } else {
+            facts.location = row.location;
+            facts.place = PathOf(row.location);
         }
         return facts;
     }
@@ -135,6 +120,18 @@ public:
     }
 
 private:
+    // The row of `id`, read when no listing preloaded it; a missing asset gives an empty row.
+    const AssetRowFacts& Row(ULong id) {
+        auto known = m_rows.find(id);
+        if (known == m_rows.end()) {
+            CDynaList<ULong> one;
+            one.Add(id);
+            std::map<ULong, AssetRowFacts> read = ReadAssetRows(m_db, one);
+            known = m_rows.emplace(id, read.count(id) ? read[id] : AssetRowFacts()).first;
+        }
+        return known->second;
+    }
+
     CNorvikSql& m_db;
     std::map<ULong, std::string> m_paths;
     std::map<ULong, AssetRowFacts> m_rows;

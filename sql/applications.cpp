@@ -59,13 +59,13 @@ struct AppBatchEntry {
     int count;
 };
 
-// The steps of applicationAddInstances, each run with V(M, A, C, VER) = (publisher, name,
-// count, version) and @ASSET the asset: the catalogue rows first, then the instances that exist,
-// then the missing ones, so that a new instance is not counted twice. The update is joined on
-// (asset, application), so each entry is one index look-up on either engine; an asset without
-// instances (a new machine) skips it at once. A missing name is
-// asked as a scalar sub-select, not "not exists": PostgreSQL would answer that with a hash anti
-// join over the whole catalogue, a cost that grows with the site.
+// The steps of applicationAddInstances in process (SQLite), each run with V(M, A, C, VER) =
+// (publisher, name, count, version) and @ASSET the asset: the catalogue rows first, then the
+// instances that exist, then the missing ones, so that a new instance is not counted twice. The
+// update is joined on (asset, application), so each entry is one index look-up; an asset without
+// instances (a new machine) skips it at once. The server adds its missing names with the first
+// step too. A missing name is asked as a scalar sub-select, not "not exists": PostgreSQL would
+// answer that with a hash anti join over the whole catalogue, a cost that grows with the site.
 const char* const kAppBatchSteps[] = {
     "insert into APPS (_MFR, _APP, _FLAGS) select M, A, 1 from V where (select min(_ID) from APPS where "
     "APPS._MFR = V.M and APPS._APP = V.A) is null",
