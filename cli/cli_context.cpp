@@ -8,13 +8,14 @@
 #include <filesystem>
 #include <iostream>
 
+#include "platform/sqlite_file.h"
 #include "platform/ui_hooks.h"
 
 namespace cli {
 
 std::string Context::ConnectionString() const {
     if (!options.dsn.empty()) return options.dsn;
-    return "Driver=SQLite3;Database=" + options.dbFile + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
+    return SqliteFileConnection(options.dbFile);
 }
 
 std::string Context::DatabaseName() const { return options.dsn.empty() ? options.dbFile : "the data source"; }

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "platform/odbc_database.h"
+#include "platform/sqlite_file.h"
 #include "sql/schema_installer.h"
 #include "sql/schema_scripts.h"
 #include "sql/sql_recordset.h"
@@ -60,9 +61,7 @@ std::string PostgresAdminConnection() {
     return dsn;
 }
 
-std::string SqliteConnection(const std::string& file) {
-    return "Driver=SQLite3;Database=" + file + ";JournalMode=WAL;SyncPragma=NORMAL;Timeout=10000;";
-}
+std::string SqliteConnection(const std::string& file) { return SqliteFileConnection(file); }
 
 std::string DatabaseOf(const std::string& connect) {
     const std::size_t at = connect.find("Database=") + 9;
