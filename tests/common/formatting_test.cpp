@@ -83,12 +83,10 @@ TEST(CpuNameFormatting, NormaliseCpuName) {
         {"Intel(R) Core(TM)2 CPU 6600 @ 2.40GHz", "Intel Core2 6600"},
         {"Pentium III", "Intel Pentium III"},
         {"PentiumIII", "Intel Pentium II"},
-        {"Pentium4", "Intel Pentium"},
         {"pentium 4", "pentium 4"},
         {"Athlon 1200 MHz", "AMD Athlon"},
         {"x86 Family 6 Model 8", "x86 Family 6 Model 8"},
         {"3.2GHz", "3.2"},
-        {"CPU", ""},
         {"", ""},
     };
     for (const auto& [input, expected] : cases) EXPECT_EQ(NormaliseCpuName(input), expected) << input;
@@ -96,11 +94,10 @@ TEST(CpuNameFormatting, NormaliseCpuName) {
 
 TEST(CpuSpeedRounding, MeasuredClocksLandOnTheMarketedStep) {
     const std::pair<ULong, ULong> cases[] = {
-        {0, 0},       {99, 99},                  // below the stepped range: kept
-        {100, 100},   {132, 133},   {167, 166},  // 33 1/3 steps are truncated
-        {183, 200},   {798, 800},                // halfway goes up; 50 MHz steps
-        {2128, 2133}, {2660, 2666}, {3333, 3333},
-        {3508, 3500}, {4712, 4700}, {0xFFFFFFFF, 0xFFFFFFFF},  // the step above would not fit: left as it is
+        {99, 99},                                              // below the stepped range: kept
+        {132, 133},   {167, 166},                              // 33 1/3 steps are truncated
+        {183, 200},   {798, 800},                              // halfway goes up; 50 MHz steps
+        {2660, 2666}, {3508, 3500}, {0xFFFFFFFF, 0xFFFFFFFF},  // the step above would not fit: left as it is
     };
     for (const auto& [measured, expected] : cases) EXPECT_EQ(RoundCpuSpeed(measured), expected) << measured;
 }

@@ -54,7 +54,6 @@ TEST_P(Hardware, AddingTwiceReusesTheNodeAndPathFindSkipsMissingPieces) {
               (std::vector<std::string>{"0|0|1|Adapters", std::to_string(adapters) + "|0|1|Network"}));
     const std::pair<const char*, ULong> finds[] = {{"Adapters|Nothing|Network", network},
                                                    {"Nothing|Adapters", adapters},
-                                                   {"Adapters|Nothing", adapters},
                                                    {"Nothing", 0},
                                                    {"", 0},
                                                    {"Adapters|Network|Card", network}};
@@ -96,13 +95,11 @@ TEST_P(Hardware, DisplayTypesFormatTheStoredNumber) {
     // Sizes past 2 GB and addresses past 127.255.255.255 read as unsigned.
     const std::tuple<ULong, const char*, std::string> cases[] = {
         {0x2000, "4294967295", "3 GB"},
-        {0x3000, "1536", "1.50 GB"},
         {0x4000, "1236677400", FormatDate(CTime(1236677400), '/').str()},
         {0x5000, "3232235777", "192.168.1.1"},
         {0x5000, "-1062731519", "192.168.1.1"},
         {0x5000, "0", ""},
         {0x7000, "2400", "2400 MHz"},
-        {0x7000, "abc", "0 MHz"},
         {0x6000, "text", "text"},
         {0x0012, "12 KB", "12 KB"}};
     for (const auto& [flags, stored, shown] : cases) {

@@ -148,9 +148,10 @@ TEST_P(HistoryPurge, InternetHistoryGoesAsThePurgeListsNameIt) {
         }
     }
     db_->ieHistAdd(1, before, "at the bound", 0);  // dated exactly `before`: stays
+    db_->ieCookieAdd(1, before, "at the bound");
     CDynaList<ULong> pages, cookies;
     db_->ieEnumPurge(before, pages, cookies);
-    ASSERT_EQ(pages.GetCount(), 9u);
+    ASSERT_EQ(std::pair(pages.GetCount(), cookies.GetCount()), std::pair(9u, 9u));
     ULong pagesGone = 0, cookiesGone = 0;
     EXPECT_EQ(db_->iePurgeInBatches(before, 4, &pagesGone, &cookiesGone), 18u);
     EXPECT_EQ(std::pair(pagesGone, cookiesGone), std::pair(9u, 9u));

@@ -1,4 +1,4 @@
-// Internet history and cookies: one row per asset, site and day, the 1,024 cut, searches, purge.
+// Internet history and cookies: one row per asset, site and day, the 1,024 cut, searches, deletes.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -76,18 +76,6 @@ TEST_P(InternetHistory, SearchesEmptyTheListAndMatchWholeTextsCaseSensitively) {
     EXPECT_EQ(db_->ieCookieSearch("*@Example'*", 0, rows), 1u);
     EXPECT_EQ(Ids(rows), std::vector<ULong>({cookie}));
     EXPECT_EQ(db_->ieCookieSearch("*@example'*", 0, rows), 0u);
-}
-
-TEST_P(InternetHistory, PurgeListsKeepRowsDatedExactlyAtTheLimit) {
-    const CTime limit(2009, 3, 10, 0, 0, 0);
-    const CTime before(limit.GetTime() - 1);
-    const ULong oldPage = db_->ieHistAdd(1, before, "old", 0), oldCookie = db_->ieCookieAdd(1, before, "old");
-    db_->ieHistAdd(1, limit, "at-limit", 0);
-    db_->ieCookieAdd(1, limit, "at-limit");
-    CDynaList<ULong> pages, cookies;
-    EXPECT_EQ(db_->ieEnumPurge(limit, pages, cookies), 2u);
-    EXPECT_EQ(Ids(pages), std::vector<ULong>({oldPage}));
-    EXPECT_EQ(Ids(cookies), std::vector<ULong>({oldCookie}));
 }
 
 TEST_P(InternetHistory, CookiesAreListedReadAndDeletedPerAsset) {

@@ -52,9 +52,7 @@ TEST_P(SqlHelpers, ProcedureReturningNonZeroThrowsAlthoughItRan) {
 
 // The literal is the local time as 'YYYYMMDD hh:mm:ss', which both engines read back unchanged.
 TEST_P(SqlHelpers, TimeLiteralIsCompactDateBlankAndColonTime) {
-    const std::pair<CTime, const char*> cases[] = {{CTime(2009, 1, 1, 0, 0, 0), "'20090101 00:00:00'"},
-                                                   {CTime(1999, 12, 31, 23, 59, 58), "'19991231 23:59:58'"},
-                                                   {CTime(2024, 2, 29, 7, 5, 3), "'20240229 07:05:03'"}};
+    const std::pair<CTime, const char*> cases[] = {{CTime(2024, 2, 29, 7, 5, 3), "'20240229 07:05:03'"}};
     db_->ExecuteStatement(IsSqlite() ? "create table TVALUES (_ID integer primary key, _D datetime)"
                                      : "create table TVALUES (_ID integer primary key, _D timestamp)");
     int id = 0;

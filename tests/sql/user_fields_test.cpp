@@ -254,10 +254,6 @@ TEST_P(UserFields, DefinitionsDescribeThemselvesWithTheirTypeName) {
         EXPECT_EQ(db_->userDefAsString(def, 0).str(), c.without) << std::hex << c.flags;
     }
     EXPECT_EQ(db_->userDefAsString(4711, 1).str(), "") << "a missing definition";
-    const std::pair<ULong, const char*> types[] = {{0x10, "Text"},    {0x22, "Integer"}, {0x130, "Picklist"},
-                                                   {0x41, "Boolean"}, {0x50, "EnvVar"},  {0x60, "RegKey"},
-                                                   {0x870, "Date"},   {0x80, ""},        {0, ""}};
-    for (const auto& [flags, name] : types) EXPECT_EQ(db_->userDefTypeToString(flags).str(), name) << flags;
 }
 
 // The row operations address USERDATA rows alone; the built-in names have operations of their own.
