@@ -237,20 +237,15 @@ TEST(InventoryReader, JsonInventoryMapsLikeTheXmlOne) {
     EXPECT_EQ(inventory.date, "2020-06-12 14:19:54");
     EXPECT_EQ(Identity(inventory), "||9C:B6:D0:00:11:22,");  // "System Serial Number", "@@@...@@@"
     EXPECT_EQ(Record(inventory), "|192.168.1.142|Contoso Computers|Book 13|Laptop");  // the first IPv4 of the list
+    // One item of each display type and of each kind of section, as for the XML one.
     const ItemCase cases[] = {
         {"", "Name", "Fedora/0"},
-        {"", "Kernel Version", "5.6.15-200.fc31.x86_64/0"},
-        {"", "Time Zone", "CEST/0"},
         {"BIOS", "Date", std::to_string(CTime(2016, 2, 6, 0, 0, 0).GetTime()) + "/4"},
         {"Motherboard", "Serial Number", "@@@@@@@@@@@@/0"},
         {"System", "Memory", "7800/3"},
         {"Processors|Processor 1", "Speed", "2300/7"},
-        {"Drives|/", "Total Size", "50268/3"},
         {"Storage|Logical Volumes|home", "Size", "193516/3"},
-        {"Storage|Physical Volumes|/dev/nvme0n1p3", "Format", "lvm2/0"},
-        {"Storage|Volume Groups|fedora", "Logical Volumes", "3/0"},
         {"Network Adapters|wlp58s0", "IP Address", "3232235918/5"},
-        {"Network Adapters|wlp58s0", "Virtual", "0/0"},
         {"Virtual Machines|test-vm", "Memory", "2048/3"},
         {"Security|Antivirus|ClamAV", "Enabled", "1/0"},
     };
