@@ -185,10 +185,7 @@ TEST_P(InventoryWriter, RenamedMachineIsFoundBySerialThenByUuid) {
     EXPECT_EQ(outcome.asset, asset);
     EXPECT_EQ(outcome.renamedFrom, "OLD-NAME");
     EXPECT_EQ(db_->GetAssetName(asset).str(), "NEW-NAME");
-    EXPECT_EQ(db_->FindAsset("OLD-NAME", 0, 1), 0u);
-    const std::vector<std::string> history = HistoryOf(asset);
-    EXPECT_EQ(history[1], "Name changed from OLD-NAME to NEW-NAME");
-    EXPECT_EQ(history[2], "Re-Audit");
+    EXPECT_EQ(db_->FindAsset("OLD-NAME", 0, 1), 0u);  // the rename's history: asset_identity_test
     // The serial changed with a new board, the UUID still names the machine.
     Inventory board = Machine("NEWER-NAME", "SER-9");
     board.identity.systemUuid = "uuid-SER-1";
